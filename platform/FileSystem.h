@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <system_error>
+
+namespace pastille::platform {
+
+/// A file that is only read. Reading never throws: what cannot be read is not there.
+class IByteSource {
+public:
+    virtual ~IByteSource() = default;
+
+    /// Reads up to `into.size()` bytes at `offset` bytes from the start. Returns how many bytes were placed at
+    /// the start of `into`: fewer than asked for at the end of the file and before a sector that cannot be
+    /// read, 0 past the end.
+    virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept = 0;
+
+    /// Size in bytes at the time of opening. The file may have become shorter since.
+    virtual std::uint64_t Size() const noexcept = 0;
+};
+
+/// The bytes of a whole file in memory, valid as long as the mapping lives.
+class IMapping {
+public:
+    virtual ~IMapping() = default;
+    virtual std::span<const std::byte> Bytes() const noexcept = 0;
+};
+
+/// A file of our own making, read and written at offsets. Writing raises std::system_error (disk full, quota,
+/// a device that fails).
+class IFile : public IByteSource {
+public:
+    /// Writes all of `bytes` at `offset`, growing the file where needed.
+    virtual void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) = 0;
+    /// Cuts the file or grows it with zeros.
+    virtual void SetSize(std::uint64_t size) = 0;
+    /// Returns when everything written is on the disk.
+    virtual void Sync() = 0;
+    /// Maps the whole file as it is now, read only. nullptr when the host cannot.
+    virtual std::unique_ptr<IMapping> Map() = 0;
+};
+
+/// What the engine asks of the host's file system. Tests put failing ones in its place.
+class IFileSystem {
+public:
+    virtual ~IFileSystem() = default;
+
+    /// Opens an existing regular file for reading only, leaving its times as they are where the host allows it.
+    /// nullptr when it cannot be opened or is no regular file. Never blocks on a FIFO or a device.
+    virtual std::unique_ptr<IByteSource> OpenSource(const std::filesystem::path& path) = 0;
+    /// Creates a file for reading and writing, emptying one that exists. Raises std::system_error.
+    virtual std::unique_ptr<IFile> Create(const std::filesystem::path& path) = 0;
+    /// Opens an existing file for reading and writing. Raises std::system_error.
+    virtual std::unique_ptr<IFile> OpenExisting(const std::filesystem::path& path) = 0;
+    /// Creates one folder whose parent exists. An existing one is an error (file_exists).
+    virtual std::error_code CreateFolder(const std::filesystem::path& path) = 0;
+    virtual std::error_code Remove(const std::filesystem::path& path) = 0;
+    /// Renames within one file system; replaces nothing (file_exists when `to` exists).
+    virtual std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+};
+
+/// The host's own file system; lives as long as the process.
+IFileSystem& HostFileSystem();
+
+}  // namespace pastille::platform

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <span>
+#include <string>
+
+namespace pastille::platform {
+
+/// Per-user folder for data (profiles). PASTILLE_HOME/data when that variable is set, else
+/// XDG_DATA_HOME/pastille, else ~/.local/share/pastille. Not created here.
+std::filesystem::path UserDataFolder();
+/// Per-user folder for configuration, found in the same way.
+std::filesystem::path UserConfigFolder();
+
+/// The moment as local time in the run log's form, as "Sunday, November 22, 2026,21:05:09".
+std::string LocalTimeText(std::chrono::system_clock::time_point moment);
+
+/// Fills `bytes` with random bytes from the host.
+void FillRandom(std::span<std::byte> bytes);
+
+}  // namespace pastille::platform

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "format/Crypt.h"
+#include "format/Layout.h"
+#include "store/BlockTable.h"
+#include "store/SourceFile.h"
+
+namespace pastille::store {
+
+/// What the client magic of the header says. [MS-PST] 2.2.2.6 wMagicClient
+enum class FileKind { Unknown, Pst, Ost };
+
+/// True for the four values of the word at offset 2 of a decoded block that begin a heap-on-node: property
+/// context, table context and the two reserved ones. [MS-PST] 2.3.1.2
+bool IsHeapSignature(std::uint16_t word);
+
+/// Reads blocks of the source: bytes, decoding, inflating. The crypt method is found by trial, not taken from
+/// the header. Not for use by two threads at once.
+class CBlockReader {
+public:
+    using Buffer = std::vector<std::byte>;
+
+    CBlockReader(CSourceFile& source, const CBlockTable& table) : m_source(source), m_table(table) {}
+
+    /// Starts afresh on a file of that variant and kind: no crypt method known.
+    void Reset(const format::VariantLayout& layout, FileKind kind);
+
+    const format::VariantLayout& Layout() const { return *m_layout; }
+    FileKind Kind() const { return m_kind; }
+    format::CryptMethod Method() const { return m_method; }
+    /// True until a trial has succeeded.
+    bool IsMethodPending() const { return m_methodPending; }
+
+    /// True when the signature word may begin a property context in a file of this kind: the property-context
+    /// signature in a PST, any heap signature in an OST.
+    bool AcceptsSignature(std::uint16_t word) const;
+
+    /// Tries the three crypt methods on a block; on success the method is set and no longer pending.
+    bool DetectCryptMethod(const BlockRecord& block);
+
+    /// A block's bytes as they stand in the file. False when nothing of it can be read.
+    bool ReadRaw(const BlockRecord& block, Buffer& into);
+    /// Bytes read and decoded, not inflated.
+    bool ReadDecoded(const BlockRecord& block, Buffer& into);
+    /// A data block's contents: read, decoded, and inflated unless it begins a heap.
+    bool ReadContents(const BlockRecord& block, Buffer& into);
+    /// A tree block's contents (XBLOCK, SLBLOCK): never encoded; inflated in a 4 KB file when it is packed.
+    bool ReadTreeBlock(const BlockRecord& block, Buffer& into);
+
+    /// In a 4 KB file replaces the bytes with what they inflate to (nothing when they are no zlib stream, and
+    /// never more than 200,000 bytes of at most 100,000); elsewhere changes nothing.
+    void Inflate(Buffer& bytes) const;
+
+    std::optional<BlockRecord> Find(std::uint32_t bid) const { return m_table.FindWithRetry(bid); }
+
+private:
+    CSourceFile& m_source;
+    const CBlockTable& m_table;
+    const format::VariantLayout* m_layout = &format::kAnsiLayout;
+    FileKind m_kind = FileKind::Unknown;
+    format::CryptMethod m_method = format::CryptMethod::None;
+    bool m_methodPending = true;
+};
+
+}  // namespace pastille::store

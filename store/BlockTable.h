@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/FileSystem.h"
+
+namespace pastille::store {
+
+/// Where a block lies. 16 bytes, as the block-index file keeps it.
+struct BlockRecord {
+    std::uint32_t bid;  ///< low 32 bits
+    std::uint32_t cb;   ///< bytes of data, at most 65512
+    std::uint64_t ib;   ///< file offset
+};
+static_assert(sizeof(BlockRecord) == 16);
+
+/// The block table: every block that was found, by BID. Kept in the block-index file while the run lasts and
+/// mapped for looking up.
+class CBlockTable {
+public:
+    CBlockTable() = default;
+    ~CBlockTable();
+    CBlockTable(const CBlockTable&) = delete;
+    CBlockTable& operator=(const CBlockTable&) = delete;
+
+    /// Creates the block-index file. Raises std::system_error.
+    void Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
+    /// Adds a record as found; repeats are wanted. Raises std::system_error when the index cannot grow.
+    void Append(const BlockRecord& record);
+    /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of the
+    /// index meets first: chunks of 4000 records in the order found, each sorted for itself.
+    void Finish();
+    /// Closes and deletes the block-index file, trying twice unless it is gone already.
+    void Remove();
+
+    /// Records appended, repeats included.
+    std::uint64_t Count() const { return m_count; }
+    /// The record of a BID (low 32 bits); nothing for 0.
+    std::optional<BlockRecord> Find(std::uint32_t bid) const;
+    /// The same, and when that fails the record of `bid` - 1.
+    std::optional<BlockRecord> FindWithRetry(std::uint32_t bid) const;
+
+private:
+    void Flush();
+
+    platform::IFileSystem* m_fileSystem = nullptr;
+    std::filesystem::path m_path;
+    std::unique_ptr<platform::IFile> m_file;
+    std::unique_ptr<platform::IMapping> m_mapping;
+    std::vector<BlockRecord> m_pending;
+    std::vector<BlockRecord> m_inMemory;  ///< when the host cannot map the file
+    std::uint64_t m_count = 0;
+};
+
+}  // namespace pastille::store

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/FileSystem.h"
+
+namespace pastille::store {
+
+/// The damaged source file. Only read; whatever cannot be read counts as zero bytes.
+class CSourceFile {
+public:
+    struct Range {
+        std::uint64_t offset;
+        std::uint64_t length;
+    };
+
+    /// False when the file cannot be opened.
+    bool Open(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
+    void Close();
+    bool IsOpen() const { return m_source != nullptr; }
+
+    std::uint64_t Size() const { return m_size; }
+
+    /// Fills all of `into`: with the bytes at `offset` where they can be read, else with zeros. Sectors that
+    /// fail are left out one by one and noted. Returns how many bytes up to the last readable one were there:
+    /// fewer than asked for only where the file ends.
+    std::size_t Read(std::uint64_t offset, std::span<std::byte> into);
+
+    /// Stretches inside the file that could not be read, in the order they were met, joined where they touch.
+    const std::vector<Range>& UnreadableRanges() const { return m_unreadable; }
+
+private:
+    void NoteUnreadable(std::uint64_t offset, std::uint64_t length);
+
+    std::unique_ptr<platform::IByteSource> m_source;
+    std::uint64_t m_size = 0;
+    std::vector<Range> m_unreadable;
+};
+
+}  // namespace pastille::store

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+
+#include "format/NamedPropertyMap.h"
+#include "platform/Text.h"
+#include "store/BlockReader.h"
+#include "store/BlockTable.h"
+#include "store/NodeList.h"
+#include "store/SourceFile.h"
+
+namespace pastille::store {
+
+/// Everything that is known of the source while a run lasts; what the recovery phases read from.
+struct CSourceStore {
+    explicit CSourceStore(const std::string& codePageName) : codePage(codePageName), reader(file, blocks) {}
+    CSourceStore(const CSourceStore&) = delete;
+    CSourceStore& operator=(const CSourceStore&) = delete;
+
+    platform::CCodePage codePage;  ///< of 8-bit texts
+    CSourceFile file;
+    CNodeList nodes;
+    CBlockTable blocks;
+    CBlockReader reader;
+    format::CNamedPropertyMap namedProperties;
+
+    /// The divisor of percentages: file size / 100 while scanning, node count / 100 from the end of the block
+    /// scan on. May be 0.
+    std::uint64_t hundredth = 0;
+    /// Records added to the node list, plus one; counted down by the folder phase.
+    std::uint32_t nodeCount = 0;
+    std::uint32_t orphanCount = 0;
+};
+
+/// `done` / `divisor`, 0 when the divisor is 0.
+constexpr unsigned Percentage(std::uint64_t done, std::uint64_t divisor)
+{
+    return divisor == 0 ? 0 : static_cast<unsigned>(done / divisor);
+}
+
+}  // namespace pastille::store
