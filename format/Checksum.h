@@ -6,8 +6,8 @@
 
 namespace pastille::format {
 
-/// The file format's CRC-32: polynomial 0xEDB88320 reflected, start 0, no final inversion. Used by the header,
-/// pages, blocks, string names and compressed RTF. [MS-PST] 5.3
+/// The file format's CRC-32: polynomial 0xEDB88320 reflected, start 0, no final inversion. Used by the
+/// header, pages, blocks, string names and compressed RTF. [MS-PST] 5.3
 std::uint32_t ComputeCrc(std::span<const std::byte> bytes);
 
 /// Signature of a page or block at `fileOffset` with identifier `bid`; only the low halves take part.

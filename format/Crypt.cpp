@@ -5,9 +5,18 @@
 namespace pastille::format {
 namespace {
 
-constexpr std::uint8_t TableR(std::uint8_t b) { return kCryptTables[b]; }
-constexpr std::uint8_t TableS(std::uint8_t b) { return kCryptTables[256u + b]; }
-constexpr std::uint8_t TableI(std::uint8_t b) { return kCryptTables[512u + b]; }
+constexpr std::uint8_t TableR(std::uint8_t b)
+{
+    return kCryptTables[b];
+}
+constexpr std::uint8_t TableS(std::uint8_t b)
+{
+    return kCryptTables[256u + b];
+}
+constexpr std::uint8_t TableI(std::uint8_t b)
+{
+    return kCryptTables[512u + b];
+}
 
 /// The cyclic method is its own inverse.
 void ApplyCyclic(std::uint32_t key, std::span<std::byte> bytes)

@@ -68,6 +68,7 @@ public:
         return ReadFully(m_fd.Get(), offset, into);
     }
     std::uint64_t Size() const noexcept override { return m_size; }
+    std::uint64_t CurrentSize() const noexcept override { return SizeOf(m_fd.Get()); }
 
 private:
     CDescriptor m_fd;

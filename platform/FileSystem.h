@@ -14,13 +14,15 @@ class IByteSource {
 public:
     virtual ~IByteSource() = default;
 
-    /// Reads up to `into.size()` bytes at `offset` bytes from the start. Returns how many bytes were placed at
-    /// the start of `into`: fewer than asked for at the end of the file and before a sector that cannot be
+    /// Reads up to `into.size()` bytes at `offset` bytes from the start. Returns how many bytes were placed
+    /// at the start of `into`: fewer than asked for at the end of the file and before a sector that cannot be
     /// read, 0 past the end.
     virtual std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept = 0;
 
     /// Size in bytes at the time of opening. The file may have become shorter since.
     virtual std::uint64_t Size() const noexcept = 0;
+    /// Size in bytes now, so that the end of a shrunken file can be told from a sector that fails.
+    virtual std::uint64_t CurrentSize() const noexcept { return Size(); }
 };
 
 /// The bytes of a whole file in memory, valid as long as the mapping lives.
@@ -49,8 +51,8 @@ class IFileSystem {
 public:
     virtual ~IFileSystem() = default;
 
-    /// Opens an existing regular file for reading only, leaving its times as they are where the host allows it.
-    /// nullptr when it cannot be opened or is no regular file. Never blocks on a FIFO or a device.
+    /// Opens an existing regular file for reading only, leaving its times as they are where the host allows
+    /// it. nullptr when it cannot be opened or is no regular file. Never blocks on a FIFO or a device.
     virtual std::unique_ptr<IByteSource> OpenSource(const std::filesystem::path& path) = 0;
     /// Creates a file for reading and writing, emptying one that exists. Raises std::system_error.
     virtual std::unique_ptr<IFile> Create(const std::filesystem::path& path) = 0;

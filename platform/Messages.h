@@ -66,8 +66,8 @@ struct BoxMessage {
 /// The run ended well: show its counts.
 struct CompletionMessage {};
 
-using Message = std::variant<PhaseMessage, PercentMessage, RunEndedMessage, CloseProgressMessage, FolderMessage,
-                             ListCellMessage, ClearListMessage, BoxMessage, CompletionMessage>;
+using Message = std::variant<PhaseMessage, PercentMessage, RunEndedMessage, CloseProgressMessage,
+                             FolderMessage, ListCellMessage, ClearListMessage, BoxMessage, CompletionMessage>;
 
 /// What shows a run: windows, a progress line, a recorder in a test.
 class IFrontEnd {

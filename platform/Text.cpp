@@ -1,5 +1,6 @@
 #include "platform/Text.h"
 
+#include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ustring.h>
@@ -22,14 +23,15 @@ void U_CALLCONV CarryBytes(const void*, UConverterToUnicodeArgs* args, const cha
         return;
     *error = U_ZERO_ERROR;
     for (int32_t i = 0; i < length && U_SUCCESS(*error); ++i) {
-        const char16_t carried = static_cast<char16_t>(kCarriedByteBase + static_cast<std::uint8_t>(bytes[i]));
+        const char16_t carried =
+            static_cast<char16_t>(kCarriedByteBase + static_cast<std::uint8_t>(bytes[i]));
         ucnv_cbToUWriteUChars(args, &carried, 1, 0, error);
     }
 }
 
 /// From Unicode: gives a carried byte back, and "?" for everything else that the code page lacks.
-void U_CALLCONV GiveBytesBack(const void*, UConverterFromUnicodeArgs* args, const UChar*, int32_t, UChar32 codePoint,
-                              UConverterCallbackReason reason, UErrorCode* error)
+void U_CALLCONV GiveBytesBack(const void*, UConverterFromUnicodeArgs* args, const UChar*, int32_t,
+                              UChar32 codePoint, UConverterCallbackReason reason, UErrorCode* error)
 {
     if (reason > UCNV_IRREGULAR)
         return;
@@ -40,7 +42,38 @@ void U_CALLCONV GiveBytesBack(const void*, UConverterFromUnicodeArgs* args, cons
     ucnv_cbFromUWriteBytes(args, &byte, 1, 0, error);
 }
 
+/// Code points of `text` that no text holds, counted in UTF-16 units.
+std::size_t CountImplausible(std::u16string_view text)
+{
+    std::size_t implausible = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        UChar32 c = text[i];
+        std::size_t units = 1;
+        if (U16_IS_LEAD(c) && i + 1 < text.size() && U16_IS_TRAIL(text[i + 1])) {
+            c = U16_GET_SUPPLEMENTARY(c, text[i + 1]);
+            units = 2;
+        }
+        const auto type = u_charType(c);
+        if (type == U_UNASSIGNED || type == U_CONTROL_CHAR || type == U_SURROGATE)
+            implausible += units;
+        i += units - 1;
+    }
+    return implausible;
+}
+
 }  // namespace
+
+bool LooksLikeText(std::u16string_view text)
+{
+    if (text.empty())
+        return false;
+    if (CountImplausible(text) * 3 <= text.size())
+        return true;
+    std::u16string swapped(text);
+    for (char16_t& c : swapped)
+        c = static_cast<char16_t>((c << 8) | (c >> 8));
+    return CountImplausible(swapped) * 3 <= swapped.size();
+}
 
 std::string ToUtf8(std::u16string_view text)
 {
@@ -48,7 +81,8 @@ std::string ToUtf8(std::u16string_view text)
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::uint32_t c = text[i];
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
+        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+            text[i + 1] <= 0xDFFF)
             c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
         else if (c >= 0xD800 && c <= 0xDFFF)
             c = 0xFFFD;

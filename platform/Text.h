@@ -18,8 +18,12 @@ std::u16string PathText(const std::filesystem::path& path);
 /// Compares without regard to the case of A to Z.
 bool EqualsNoCase(std::u16string_view left, std::u16string_view right);
 
-/// An 8-bit code page. Bytes that it leaves undefined, and bytes of broken sequences, become U+F700 + byte and
-/// come back as that byte, so that a text survives being read and written.
+/// True when UTF-16 units are likely to be text in one of the two byte orders: not empty, and at most a third
+/// of them controls, unassigned, noncharacters or lone surrogates.
+bool LooksLikeText(std::u16string_view text);
+
+/// An 8-bit code page. Bytes that it leaves undefined, and bytes of broken sequences, become U+F700 + byte
+/// and come back as that byte, so that a text survives being read and written.
 class CCodePage {
 public:
     /// Raises std::invalid_argument when the name is unknown.

@@ -32,8 +32,8 @@ public:
     void Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
     /// Adds a record as found; repeats are wanted. Raises std::system_error when the index cannot grow.
     void Append(const BlockRecord& record);
-    /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of the
-    /// index meets first: chunks of 4000 records in the order found, each sorted for itself.
+    /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of
+    /// the index meets first: chunks of 4000 records in the order found, each sorted for itself.
     void Finish();
     /// Closes and deletes the block-index file, trying twice unless it is gone already.
     void Remove();

@@ -26,8 +26,8 @@ struct SubnodeEntry {
 /// An index block (SIBLOCK) is followed one level down. At most 200,000 entries are taken.
 std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub);
 
-/// The BIDs of a node's data blocks behind `bidData`, in order: the block itself when it is no tree. Both tree
-/// levels are followed; BIDs of 0 are left out. At most 1,100,000 BIDs are taken.
+/// The BIDs of a node's data blocks behind `bidData`, in order: the block itself when it is no tree. Both
+/// tree levels are followed; BIDs of 0 are left out. At most 1,100,000 BIDs are taken.
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData);
 
 /// Hands each data block's contents behind `bidData` on, in order; blocks that are not found are skipped.

@@ -22,7 +22,4 @@ struct FolderProperties {
 std::optional<FolderProperties> ReadFolderProperties(CBlockReader& reader, const BlockRecord& block,
                                                      const platform::CCodePage& codePage);
 
-/// True when bytes taken as UTF-16 are likely to be text in either byte order.
-bool LooksLikeUnicodeText(std::u16string_view text);
-
 }  // namespace pastille::store

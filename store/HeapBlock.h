@@ -28,8 +28,9 @@ struct PropertyRecord {
 class CHeapBlock {
 public:
     CHeapBlock() = default;
-    /// Takes the decoded bytes, which must outlive this object.
-    explicit CHeapBlock(format::CByteView block);
+    /// Takes the decoded bytes, which must outlive this object. The layout tells at which bit of an
+    /// identifier its block index begins.
+    CHeapBlock(format::CByteView block, const format::VariantLayout& layout);
 
     format::CByteView Block() const { return m_block; }
     std::uint16_t Signature() const { return m_block.ReadOrZero<std::uint16_t>(2); }
@@ -41,8 +42,8 @@ public:
     bool PassesBoundsTest(std::uint32_t hnid) const;
     /// The allocation of a heap identifier: start <= end <= size. Nothing when it lies outside the block.
     std::optional<format::CByteView> Allocation(std::uint32_t hid) const;
-    /// The allocation as a writer takes a value: only when its end exceeds 15, its start is not 0 and below its
-    /// end, and its length plus 4 is not above the block's size.
+    /// The allocation as a writer takes a value: only when its end exceeds 15, its start is not 0 and below
+    /// its end, and its length plus 4 is not above the block's size.
     std::optional<format::CByteView> Value(std::uint32_t hid) const;
 
     /// The records of a property context whose user root is a BTH header of 8 bytes; `checkHeader` also asks
@@ -50,11 +51,19 @@ public:
     std::optional<std::vector<PropertyRecord>> PropertyRecords(bool checkHeader) const;
 
 private:
+    struct Extent {
+        std::uint32_t start;
+        std::uint32_t end;
+    };
+    std::uint64_t MapPosition(std::uint32_t hid) const;
+    std::optional<Extent> FindExtent(std::uint32_t hid) const;
+
     format::CByteView m_block;
+    unsigned m_blockIndexShift = 16;
 };
 
-/// Text of a string value (type 0x001F or 0x001E) of a property context: from the heap allocation, or from the
-/// subnode that the HNID names where the page-map entry lies beyond the block. "" for other types.
+/// Text of a string value (type 0x001F or 0x001E) of a property context: from the heap allocation, or from
+/// the subnode that the HNID names where the page-map entry lies beyond the block. "" for other types.
 std::u16string ReadStringValue(CBlockReader& reader, const CHeapBlock& heap, std::uint16_t type,
                                std::uint32_t hnid, const std::vector<SubnodeEntry>& subnodes,
                                const platform::CCodePage& codePage);

@@ -10,11 +10,11 @@ namespace pastille::store {
 struct NodeRecord {
     std::uint32_t nid;
     std::uint32_t bidData;
-    std::uint32_t bidSub;     ///< 0: no subnodes
+    std::uint32_t bidSub;  ///< 0: no subnodes
     std::uint32_t nidParent;
-    std::uint64_t pageOffset; ///< of the page that the entry stands in
-    std::uint32_t pageBid;    ///< BID that this page gives itself, low half
-    bool removed = false;     ///< taken out of the list by a later phase
+    std::uint64_t pageOffset;  ///< of the page that the entry stands in
+    std::uint32_t pageBid;     ///< BID that this page gives itself, low half
+    bool removed = false;      ///< taken out of the list by a later phase
 
     bool SameNode(const NodeRecord& other) const
     {

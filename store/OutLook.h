@@ -13,6 +13,16 @@
 
 namespace pastille::store {
 
+/// What the front end may tell of a run after it. Times in seconds.
+struct RunFigures {
+    format::Variant variant = format::Variant::Ansi;
+    format::CryptMethod cryptMethod = format::CryptMethod::None;
+    std::uint64_t nodes = 0;
+    std::uint64_t blocks = 0;
+    std::uint64_t orphans = 0;
+    std::array<double, 10> phaseSeconds{};  ///< [1] to [8] the phases, [9] closing
+};
+
 /// What a run shares with its phases.
 struct RunContext {
     const platform::RunSettings& settings;
@@ -20,14 +30,23 @@ struct RunContext {
     platform::IFrontEnd& frontEnd;
     platform::IFileSystem& fileSystem;
     CSourceStore& source;
+    RunFigures& figures;
 
     /// Sends a percentage when the number differs from the one sent last in this phase.
     void ReportPercent(unsigned percent, unsigned step);
+    /// Announces a phase and takes its time until the next one begins.
     void BeginPhase(unsigned phase);
+    /// Announces the closing step.
+    void BeginClosing();
     /// Asks the progress display to close, then shows an error box with caption "Error".
     void ShowError(std::u16string_view text);
 
+    /// Adds the time since the last phase began to that phase's figure.
+    void StopClock();
+
     unsigned lastPercent = ~0u;
+    std::size_t timedPhase = 0;  ///< index into the figures' seconds
+    std::chrono::steady_clock::time_point phaseStart = std::chrono::steady_clock::now();
 };
 
 /// Raised by a phase that ends the run at once: nothing more is shown.
@@ -48,23 +67,13 @@ public:
     virtual void CollectFolders(RunContext& run) = 0;
     /// Phase 8.
     virtual void RecoverItems(RunContext& run) = 0;
-    /// Part of the clean-up: closes the log, completes and releases the output store. A store that could not be
-    /// completed sets the failure flag and shows its message.
+    /// Part of the clean-up: closes the log, completes and releases the output store. A store that could not
+    /// be completed sets the failure flag and shows its message.
     virtual void CloseOutput(RunContext& run) = 0;
 };
 
-/// What the front end may tell of a run after it. Times in seconds.
-struct RunFigures {
-    format::Variant variant = format::Variant::Ansi;
-    format::CryptMethod cryptMethod = format::CryptMethod::None;
-    std::uint64_t nodes = 0;
-    std::uint64_t blocks = 0;
-    std::uint64_t orphans = 0;
-    std::array<double, 10> phaseSeconds{};  ///< [1] to [8] the phases, [9] closing
-};
-
-/// The engine: one object serves any number of runs, one after the other. A run is made on the caller's thread;
-/// its state's flags may be set from others.
+/// The engine: one object serves any number of runs, one after the other. A run is made on the caller's
+/// thread; its state's flags may be set from others.
 class COutLook {
 public:
     COutLook(platform::IFileSystem& fileSystem, platform::IFrontEnd& frontEnd, IRecovery& recovery);
@@ -73,7 +82,8 @@ public:
     COutLook& operator=(const COutLook&) = delete;
 
     /// One whole repair. Reports everything through the front end; afterwards `state` tells whether it failed
-    /// and where the result lies. `state.stopRequested` still tells whether it was stopped; the caller resets it.
+    /// and where the result lies. `state.stopRequested` still tells whether it was stopped; the caller resets
+    /// it.
     void Run(const platform::RunSettings& settings, platform::RunState& state);
 
     const RunFigures& Figures() const { return m_figures; }

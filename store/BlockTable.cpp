@@ -1,0 +1,180 @@
+#include "store/BlockTable.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+#include <utility>
+
+namespace pastille::store {
+namespace {
+
+constexpr std::size_t kChunkRecords = 4000;
+
+std::span<const std::byte> AsBytes(std::span<const BlockRecord> records)
+{
+    return std::as_bytes(records);
+}
+
+/// Hoare partitioning with the middle element as pivot. Which of several records with one BID a search meets
+/// depends on exactly this order, so no library sort may stand in for it.
+void SortChunk(std::span<BlockRecord> records)
+{
+    std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>> open{{0, std::ssize(records) - 1}};
+    while (!open.empty()) {
+        const auto [low, high] = open.back();
+        open.pop_back();
+        if (low >= high)
+            continue;
+        const std::uint32_t pivot = records[static_cast<std::size_t>(low + (high - low) / 2)].bid;
+        std::ptrdiff_t i = low;
+        std::ptrdiff_t j = high;
+        while (i <= j) {
+            while (records[static_cast<std::size_t>(i)].bid < pivot)
+                ++i;
+            while (records[static_cast<std::size_t>(j)].bid > pivot)
+                --j;
+            if (i <= j) {
+                std::swap(records[static_cast<std::size_t>(i)], records[static_cast<std::size_t>(j)]);
+                ++i;
+                --j;
+            }
+        }
+        open.emplace_back(low, j);
+        open.emplace_back(i, high);
+    }
+}
+
+/// The record that a binary search over the sorted records meets first.
+const BlockRecord* Search(std::span<const BlockRecord> records, std::uint32_t bid)
+{
+    std::size_t low = 0;
+    std::size_t high = records.size();
+    while (low < high) {
+        const std::size_t middle = low + (high - 1 - low) / 2;
+        if (records[middle].bid == bid)
+            return &records[middle];
+        if (records[middle].bid < bid)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return nullptr;
+}
+
+/// Sorts each chunk and leaves one record of every BID, ordered by BID.
+std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records)
+{
+    std::vector<BlockRecord> chosen;
+    chosen.reserve(records.size());
+    for (std::size_t start = 0; start < records.size(); start += kChunkRecords) {
+        const auto chunk = std::span(records).subspan(start, std::min(kChunkRecords, records.size() - start));
+        SortChunk(chunk);
+        for (std::size_t i = 0; i < chunk.size();) {
+            std::size_t next = i + 1;
+            while (next < chunk.size() && chunk[next].bid == chunk[i].bid)
+                ++next;
+            chosen.push_back(next == i + 1 ? chunk[i] : *Search(chunk, chunk[i].bid));
+            i = next;
+        }
+    }
+    std::vector<BlockRecord>().swap(records);
+    // Stable: of several chunks that hold a BID the first one in the file decides.
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [](const BlockRecord& left, const BlockRecord& right) { return left.bid < right.bid; });
+    const auto sameBid = [](const BlockRecord& left, const BlockRecord& right) {
+        return left.bid == right.bid;
+    };
+    chosen.erase(std::unique(chosen.begin(), chosen.end(), sameBid), chosen.end());
+    return chosen;
+}
+
+}  // namespace
+
+CBlockTable::~CBlockTable()
+{
+    Remove();
+}
+
+void CBlockTable::Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path)
+{
+    Remove();
+    m_count = 0;
+    m_pending.clear();
+    m_file = fileSystem.Create(path);
+    m_fileSystem = &fileSystem;
+    m_path = path;
+}
+
+void CBlockTable::Append(const BlockRecord& record)
+{
+    constexpr std::size_t kPendingRecords = 65536;
+    m_pending.push_back(record);
+    ++m_count;
+    if (m_pending.size() >= kPendingRecords)
+        Flush();
+}
+
+void CBlockTable::Flush()
+{
+    if (m_pending.empty())
+        return;
+    m_file->WriteAt((m_count - m_pending.size()) * sizeof(BlockRecord), AsBytes(m_pending));
+    m_pending.clear();
+}
+
+void CBlockTable::Finish()
+{
+    Flush();
+    std::vector<BlockRecord> records(static_cast<std::size_t>(m_count));
+    const auto bytes = std::as_writable_bytes(std::span(records));
+    records.resize(m_file->ReadAt(0, bytes) / sizeof(BlockRecord));
+    const std::vector<BlockRecord> chosen = ChooseRecords(std::move(records));
+    m_file->WriteAt(0, AsBytes(chosen));
+    m_file->SetSize(chosen.size() * sizeof(BlockRecord));
+    m_mapping = m_file->Map();
+    if (!m_mapping || m_mapping->Bytes().size() != chosen.size() * sizeof(BlockRecord)) {
+        m_mapping.reset();
+        m_inMemory = chosen;
+    }
+}
+
+void CBlockTable::Remove()
+{
+    m_mapping.reset();
+    m_file.reset();
+    std::vector<BlockRecord>().swap(m_inMemory);
+    std::vector<BlockRecord>().swap(m_pending);
+    if (m_fileSystem == nullptr)
+        return;
+    const std::error_code error = m_fileSystem->Remove(m_path);
+    if (error && error != std::errc::no_such_file_or_directory)
+        m_fileSystem->Remove(m_path);
+    m_fileSystem = nullptr;
+}
+
+std::optional<BlockRecord> CBlockTable::Find(std::uint32_t bid) const
+{
+    if (bid == 0)
+        return std::nullopt;
+    std::span<const BlockRecord> records(m_inMemory);
+    if (m_mapping) {
+        const auto bytes = m_mapping->Bytes();
+        records = {reinterpret_cast<const BlockRecord*>(bytes.data()), bytes.size() / sizeof(BlockRecord)};
+    }
+    const auto found =
+        std::lower_bound(records.begin(), records.end(), bid,
+                         [](const BlockRecord& record, std::uint32_t key) { return record.bid < key; });
+    if (found == records.end() || found->bid != bid)
+        return std::nullopt;
+    return *found;
+}
+
+std::optional<BlockRecord> CBlockTable::FindWithRetry(std::uint32_t bid) const
+{
+    if (const auto found = Find(bid); found || bid == 0)
+        return found;
+    return Find(bid - 1);
+}
+
+}  // namespace pastille::store
