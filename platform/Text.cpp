@@ -69,10 +69,13 @@ bool LooksLikeText(std::u16string_view text)
         return false;
     if (CountImplausible(text) * 3 <= text.size())
         return true;
+    // In the other byte order nearly anything is some letter: only text of one alphabet is believed there.
     std::u16string swapped(text);
     for (char16_t& c : swapped)
         c = static_cast<char16_t>((c << 8) | (c >> 8));
-    return CountImplausible(swapped) * 3 <= swapped.size();
+    const bool oneAlphabet = std::all_of(swapped.begin(), swapped.end(),
+                                         [&](char16_t c) { return (c >> 8) == (swapped.front() >> 8); });
+    return oneAlphabet && CountImplausible(swapped) == 0;
 }
 
 std::string ToUtf8(std::u16string_view text)

@@ -18,8 +18,8 @@ std::u16string PathText(const std::filesystem::path& path);
 /// Compares without regard to the case of A to Z.
 bool EqualsNoCase(std::u16string_view left, std::u16string_view right);
 
-/// True when UTF-16 units are likely to be text in one of the two byte orders: not empty, and at most a third
-/// of them controls, unassigned, noncharacters or lone surrogates.
+/// True when UTF-16 units are likely to be text: not empty, and at most a third of them controls, unassigned,
+/// noncharacters or lone surrogates; or text of one alphabet in the other byte order.
 bool LooksLikeText(std::u16string_view text);
 
 /// An 8-bit code page. Bytes that it leaves undefined, and bytes of broken sequences, become U+F700 + byte
