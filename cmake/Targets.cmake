@@ -3,6 +3,10 @@
 add_library(pastille_options INTERFACE)
 target_compile_options(pastille_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # This compiler sees both, wrongly, in the standard strings that it inlines when it optimises.
+  target_compile_options(pastille_options INTERFACE -Wno-restrict -Wno-maybe-uninitialized)
+endif()
 target_include_directories(pastille_options INTERFACE ${PROJECT_SOURCE_DIR})
 if(PASTILLE_SANITIZE)
   target_compile_options(pastille_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -17,6 +17,11 @@ CHeapBlock::CHeapBlock(format::CByteView block, const format::VariantLayout& lay
 {
 }
 
+bool CHeapBlock::IsOwn(std::uint32_t hid) const
+{
+    return (hid & kNidTypeMask) == 0 && (hid >> m_blockIndexShift) == 0;
+}
+
 std::uint64_t CHeapBlock::MapPosition(std::uint32_t hid) const
 {
     return std::uint64_t{PageMapOffset()} + 2 + (hid >> 4);
@@ -86,8 +91,7 @@ std::u16string ReadStringValue(CBlockReader& reader, const CHeapBlock& heap, std
     const std::uint64_t position = std::uint64_t{heap.PageMapOffset()} + 2 + (hnid >> 4);
     const auto start = block.Read<std::uint16_t>(position);
     const auto end = block.Read<std::uint16_t>(position + 2);
-    const bool namesSubnode = (hnid & kNidTypeMask) != 0;
-    if (namesSubnode || position + 2 >= block.Size() || !start || !end ||
+    if (!heap.IsOwn(hnid) || position + 2 >= block.Size() || !start || !end ||
         *end + std::size_t{2} >= block.Size())
         return ReadSubnodeText(reader, subnodes, hnid, type, codePage);
     if (*start >= *end || *start == 0)

@@ -37,6 +37,9 @@ public:
     std::uint16_t PageMapOffset() const { return m_block.ReadOrZero<std::uint16_t>(0); }
     std::uint32_t UserRoot() const { return m_block.ReadOrZero<std::uint32_t>(4); }
 
+    /// True when `hid` is the identifier of an allocation of this, the first block: no node id, no later
+    /// block.
+    bool IsOwn(std::uint32_t hid) const;
     /// True when the page-map entry of `hnid`, read as a heap identifier, lies in the block with 4 bytes to
     /// spare: the test that property values must pass before they are used.
     bool PassesBoundsTest(std::uint32_t hnid) const;

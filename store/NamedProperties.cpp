@@ -109,7 +109,8 @@ bool ReadFromHeap(CBlockReader& reader, const CHeapBlock& heap, const std::vecto
         return record == records->end() ? CBlockReader::Buffer()
                                         : ReadStream(reader, heap, record->value, subnodes);
     };
-    AddGroups(format::CByteView(streamOf(kGuidStream)), map);
+    if (map.IsEmpty())  // a stale copy of the map must not add its sets a second time
+        AddGroups(format::CByteView(streamOf(kGuidStream)), map);
     if (AddRecords(format::CByteView(streamOf(kEntryStream)), map) != 0)
         return true;
     // The entry stream is lost: the hash buckets hold the same records once more.
@@ -140,6 +141,9 @@ void ReadNamedProperties(CBlockReader& reader, std::uint32_t bidData, std::uint3
     CBlockReader::Buffer bytes;
     const auto bids = LoadDataTree(reader, bidData);
     const auto block = bids.empty() ? std::optional<BlockRecord>() : reader.Find(bids.front());
+    // The map often stands before the first folder, so it may be the first block that tells the crypt method.
+    if (block && reader.IsMethodPending())
+        reader.DetectCryptMethod(*block);
     if (block && reader.ReadContents(*block, bytes)) {
         const CHeapBlock heap(format::CByteView(bytes), reader.Layout());
         if (IsHeapSignature(heap.Signature()) && ReadFromHeap(reader, heap, subnodes, map))

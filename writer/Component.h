@@ -13,9 +13,9 @@
 
 namespace pastille::writer {
 
-// The message-store component: what writes and reads the new PST. Every operation that fails raises _com_error
-// with its result code and the identifier of the interface called. Objects are used on one thread at a time.
-// A reference keeps its object, and the store below it, alive.
+// The message-store component: what writes and reads the new PST. Every operation that fails raises
+// _com_error with its result code and the identifier of the interface called. Objects are used on one thread
+// at a time. A reference keeps its object, and the store below it, alive.
 
 /// Base of every component object.
 class IObject {
@@ -47,8 +47,8 @@ class IAttachmentList : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
         0x9ED8DA28, 0x908D, 0x4DA3, {0xB7, 0xAC, 0x8D, 0xF8, 0x58, 0x7A, 0x9D, 0xD0}};
-    /// Adds the bytes of a host file. They are copied before the call returns. `name` is the attachment's file
-    /// and display name; the name of the host file is never kept.
+    /// Adds the bytes of a host file. They are copied before the call returns. `name` is the attachment's
+    /// file and display name; the name of the host file is never kept.
     virtual void AddAttachment(const std::filesystem::path& file, std::u16string_view name) = 0;
     /// Adds an item of the same store as an embedded message.
     virtual void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view name) = 0;
@@ -176,8 +176,8 @@ public:
         0x1EDC0526, 0x2A75, 0x4DBC, {0xB5, 0x32, 0xB3, 0x40, 0x2B, 0x69, 0x9B, 0x1B}};
     /// The folder whose sub-folders the user sees at the top.
     virtual CRef<IStoreFolder> GetRootFolder() = 0;
-    /// Completes the file on disk with everything saved so far. A store whose last reference goes without it is
-    /// completed then, but nobody learns of a failure.
+    /// Completes the file on disk with everything saved so far. A store whose last reference goes without it
+    /// is completed then, but nobody learns of a failure.
     virtual void Commit() = 0;
 };
 

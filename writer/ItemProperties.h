@@ -19,11 +19,11 @@ enum class PropertyKind {
 
 /// Where and how the store keeps a property.
 enum class PropertyStorage {
-    Tag,            ///< under a fixed property id
-    Named,          ///< under a numeric name: property set and long id
-    NamedString,    ///< under a string name in a property set
-    FlagBit,        ///< one bit of PidTagMessageFlags; `number` is the mask
-    FlagBitInverse, ///< the property is true while the bit is clear
+    Tag,             ///< under a fixed property id
+    Named,           ///< under a numeric name: property set and long id
+    NamedString,     ///< under a string name in a property set
+    FlagBit,         ///< one bit of PidTagMessageFlags; `number` is the mask
+    FlagBitInverse,  ///< the property is true while the bit is clear
 };
 
 /// One property of an item: all that the component needs to keep it and that a writer needs to name it.
@@ -31,10 +31,10 @@ struct ItemProperty {
     std::string_view name;
     PropertyKind kind;
     PropertyStorage storage;
-    std::uint32_t number;                ///< property id, long id or bit mask
-    format::PropertyType storedType;     ///< in the file; MultipleString texts are split and joined at ";"
-    format::Guid propertySet{};          ///< for the two named storages
-    std::u16string_view stringName{};    ///< for NamedString
+    std::uint32_t number;              ///< property id, long id or bit mask
+    format::PropertyType storedType;   ///< in the file; MultipleString texts are split and joined at ";"
+    format::Guid propertySet{};        ///< for the two named storages
+    std::u16string_view stringName{};  ///< for NamedString
 };
 
 /// The properties common to all items. [MS-OXPROPS]
@@ -81,23 +81,31 @@ inline constexpr ItemProperty BillingInformation =
     NamedText("BillingInformation", format::propset::kCommon, format::lid::kBilling);
 inline constexpr ItemProperty Body = Text("Body", format::pid::kBody);
 /// The item's categories.
-inline constexpr ItemProperty NamedText8012{
-    "NamedText8012", PropertyKind::Text, PropertyStorage::NamedString, 0, format::PropertyType::MultipleString,
-    format::propset::kPublicStrings, u"Keywords"};
+inline constexpr ItemProperty NamedText8012{"NamedText8012",
+                                            PropertyKind::Text,
+                                            PropertyStorage::NamedString,
+                                            0,
+                                            format::PropertyType::MultipleString,
+                                            format::propset::kPublicStrings,
+                                            u"Keywords"};
 inline constexpr ItemProperty DisplayCc = Text("DisplayCc", format::pid::kDisplayCc);
-inline constexpr ItemProperty Companies{
-    "Companies", PropertyKind::Text, PropertyStorage::Named, format::lid::kCompanies,
-    format::PropertyType::MultipleString, format::propset::kCommon};
+inline constexpr ItemProperty Companies{"Companies",
+                                        PropertyKind::Text,
+                                        PropertyStorage::Named,
+                                        format::lid::kCompanies,
+                                        format::PropertyType::MultipleString,
+                                        format::propset::kCommon};
 inline constexpr ItemProperty ConversationTopic = Text("ConversationTopic", format::pid::kConversationTopic);
 inline constexpr ItemProperty DeleteAfterSubmit = Flag("DeleteAfterSubmit", format::pid::kDeleteAfterSubmit);
-inline constexpr ItemProperty DueDate = NamedDate("DueDate", format::propset::kTask, format::lid::kTaskDueDate);
+inline constexpr ItemProperty DueDate =
+    NamedDate("DueDate", format::propset::kTask, format::lid::kTaskDueDate);
 inline constexpr ItemProperty FollowupIcon = Number("FollowupIcon", format::pid::kFollowupIcon);
 inline constexpr ItemProperty FlagRequest =
     NamedText("FlagRequest", format::propset::kCommon, format::lid::kFlagRequest);
 inline constexpr ItemProperty FlagStatus = Number("FlagStatus", format::pid::kFlagStatus);
 /// Kept as bytes in the code page of PidTagInternetCodepage.
-inline constexpr ItemProperty HtmlBody{"HtmlBody", PropertyKind::Text, PropertyStorage::Tag, format::pid::kHtml,
-                                       format::PropertyType::Binary};
+inline constexpr ItemProperty HtmlBody{"HtmlBody", PropertyKind::Text, PropertyStorage::Tag,
+                                       format::pid::kHtml, format::PropertyType::Binary};
 inline constexpr ItemProperty Importance = Number("Importance", format::pid::kImportance);
 inline constexpr ItemProperty Mileage = NamedText("Mileage", format::propset::kCommon, format::lid::kMileage);
 inline constexpr ItemProperty AgingDontAgeMe =
@@ -116,7 +124,8 @@ inline constexpr ItemProperty ReminderSet =
     NamedFlag("ReminderSet", format::propset::kCommon, format::lid::kReminderSet);
 inline constexpr ItemProperty ReminderTime =
     NamedDate("ReminderTime", format::propset::kCommon, format::lid::kReminderTime);
-inline constexpr ItemProperty SenderEmailAddress = Text("SenderEmailAddress", format::pid::kSenderEmailAddress);
+inline constexpr ItemProperty SenderEmailAddress =
+    Text("SenderEmailAddress", format::pid::kSenderEmailAddress);
 inline constexpr ItemProperty SenderAddressType = Text("SenderAddressType", format::pid::kSenderAddressType);
 inline constexpr ItemProperty SenderName = Text("SenderName", format::pid::kSenderName);
 inline constexpr ItemProperty Sensitivity = Number("Sensitivity", format::pid::kSensitivity);

@@ -16,9 +16,10 @@ public:
     CRef(std::nullptr_t) {}  // NOLINT: an empty reference
     explicit CRef(std::shared_ptr<Interface> object) : m_object(std::move(object)) {}
     template <class Derived>
-        requires std::is_convertible_v<Derived*, Interface*>
-    CRef(const CRef<Derived>& other) : m_object(other.Shared())  // NOLINT: up the interface tree
-    {}
+    requires std::is_convertible_v<Derived*, Interface*> CRef(const CRef<Derived>& other)
+        : m_object(other.Shared())  // NOLINT: up the interface tree
+    {
+    }
 
     Interface* operator->() const
     {

@@ -1,0 +1,139 @@
+#include "cli/RunReport.h"
+
+#include "cli/TerminalText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <iomanip>
+#include <ostream>
+
+namespace pastille::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct Count {
+    const char* label;
+    const char* key;
+    std::uint64_t recovery::SummaryCounts::*value;
+};
+constexpr std::array kCounts{
+    Count{"Emails", "emails", &recovery::SummaryCounts::mails},
+    Count{"Contacts", "contacts", &recovery::SummaryCounts::contacts},
+    Count{"Tasks", "tasks", &recovery::SummaryCounts::tasks},
+    Count{"Calendar", "calendar", &recovery::SummaryCounts::calendar},
+    Count{"Journals", "journals", &recovery::SummaryCounts::journals},
+    Count{"Notes", "notes", &recovery::SummaryCounts::notes},
+    Count{"Total items", "total", &recovery::SummaryCounts::total},
+};
+
+const char* StatusText(RunStatus status)
+{
+    switch (status) {
+        case RunStatus::Done:
+            return "done";
+        case RunStatus::Stopped:
+            return "stopped";
+        case RunStatus::Failed:
+            break;
+    }
+    return "failed";
+}
+
+const char* VariantText(format::Variant variant)
+{
+    switch (variant) {
+        case format::Variant::Unicode:
+            return "unicode";
+        case format::Variant::Unicode4k:
+            return "unicode-4k";
+        case format::Variant::Ansi:
+            break;
+    }
+    return "ansi";
+}
+
+const char* CryptMethodText(format::CryptMethod method)
+{
+    switch (method) {
+        case format::CryptMethod::Permute:
+            return "permute";
+        case format::CryptMethod::Cyclic:
+            return "cyclic";
+        case format::CryptMethod::None:
+            break;
+    }
+    return "none";
+}
+
+Json PathOrNull(const std::filesystem::path& path)
+{
+    return path.empty() ? Json(nullptr) : Json(path.native());
+}
+
+Json PhaseSeconds(const std::array<double, 10>& seconds)
+{
+    constexpr std::array kNames{"open",        "validate",       "outputSetUp", "nodeScan", "blockScan",
+                                "folderNames", "folderCreation", "items",       "closing"};
+    Json all = Json::object();
+    for (std::size_t i = 0; i < kNames.size(); ++i)
+        all[kNames[i]] = seconds[i + 1];
+    return all;
+}
+
+void AddFigures(Json& object, const std::optional<store::RunFigures>& figures)
+{
+    for (const char* key : {"variant", "cryptMethod", "nodes", "blocks", "orphans", "phaseSeconds"})
+        object[key] = nullptr;
+    if (!figures)
+        return;
+    object["variant"] = VariantText(figures->variant);
+    object["cryptMethod"] = CryptMethodText(figures->cryptMethod);
+    object["nodes"] = figures->nodes;
+    object["blocks"] = figures->blocks;
+    object["orphans"] = figures->orphans;
+    object["phaseSeconds"] = PhaseSeconds(figures->phaseSeconds);
+}
+
+void AddSummary(Json& object, const std::optional<recovery::SummaryCounts>& summary)
+{
+    object["items"] = nullptr;
+    if (!summary)
+        return;
+    for (const Count& count : kCounts)
+        object["items"][count.key] = (*summary).*count.value;
+}
+
+}  // namespace
+
+void WriteText(std::ostream& out, const RunReport& report)
+{
+    if (!report.outputPath.empty())
+        out << "Output: " << Printable(report.outputPath.native(), LineBreaks::Escape) << '\n';
+    if (!report.logPath.empty())
+        out << "Log:    " << Printable(report.logPath.native(), LineBreaks::Escape) << '\n';
+    if (report.summary) {
+        out << '\n';
+        for (const Count& count : kCounts)
+            out << std::left << std::setw(14) << (std::string(count.label) + " :")
+                << (*report.summary).*count.value << '\n';
+    }
+    out << std::flush;
+}
+
+void WriteJson(std::ostream& out, const RunReport& report)
+{
+    Json object = Json::object();
+    object["status"] = StatusText(report.status);
+    object["messages"] = report.messages;
+    object["source"] = PathOrNull(report.sourcePath);
+    object["output"] = PathOrNull(report.outputPath);
+    object["log"] = PathOrNull(report.logPath);
+    object["folders"] = report.folders ? Json(*report.folders) : Json(nullptr);
+    AddSummary(object, report.summary);
+    AddFigures(object, report.figures);
+    out << object.dump(2, ' ', true, Json::error_handler_t::replace) << std::endl;
+}
+
+}  // namespace pastille::cli

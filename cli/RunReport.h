@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recovery/RunSummary.h"
+#include "store/OutLook.h"
+
+namespace pastille::cli {
+
+enum class RunStatus { Done, Failed, Stopped };
+
+/// What the command line tells of a run after it.
+struct RunReport {
+    RunStatus status = RunStatus::Failed;
+    std::vector<std::string> messages;  ///< texts shown, UTF-8, in order
+    std::filesystem::path sourcePath;
+    std::filesystem::path outputPath;  ///< empty when the run did not come so far; likewise below
+    std::filesystem::path logPath;
+    std::optional<store::RunFigures> figures;        ///< once the source was recognised
+    std::optional<std::uint64_t> folders;            ///< of the source, that exist in the new store
+    std::optional<recovery::SummaryCounts> summary;  ///< when the new store could be counted
+};
+
+/// For people: where the result lies and what it holds.
+void WriteText(std::ostream& out, const RunReport& report);
+/// One JSON object of ASCII characters. Everything that is not known is null.
+void WriteJson(std::ostream& out, const RunReport& report);
+
+}  // namespace pastille::cli

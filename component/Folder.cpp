@@ -1,0 +1,223 @@
+#include "component/Folder.h"
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "component/Guard.h"
+#include "component/Item.h"
+
+namespace pastille::component {
+namespace {
+
+using pst::CPstStore;
+using pst::CStoreError;
+using pst::Refusal;
+using writer::CRef;
+using writer::IFolderList;
+using writer::IFolderSettings;
+using writer::IItemList;
+using writer::IMessageItem;
+using writer::IMessageStore;
+using writer::IObject;
+using writer::IStoreFolder;
+namespace folderkind = writer::folderkind;
+
+constexpr std::u16string_view kMailFolderClass = u"IPF.Note";
+
+struct KindClass {
+    std::int32_t kind;
+    std::u16string_view containerClass;
+};
+constexpr std::array kKindClasses{
+    KindClass{folderkind::kCalendar, u"IPF.Appointment"}, KindClass{folderkind::kContacts, u"IPF.Contact"},
+    KindClass{folderkind::kJournal, u"IPF.Journal"},      KindClass{folderkind::kNotes, u"IPF.StickyNote"},
+    KindClass{folderkind::kTasks, u"IPF.Task"},
+};
+
+/// The container class that goes with a kind; empty when it has none of its own.
+std::u16string_view ClassOfKind(std::int32_t kind)
+{
+    for (const KindClass& entry : kKindClasses)
+        if (entry.kind == kind)
+            return entry.containerClass;
+    return {};
+}
+
+/// What all objects of one folder share.
+struct FolderHandle {
+    std::shared_ptr<CPstStore> store;
+    pst::Folder* folder;
+};
+
+class CItemList final : public IItemList {
+public:
+    explicit CItemList(FolderHandle handle) : m_handle(std::move(handle)) {}
+
+    CRef<IObject> AddItem(const writer::Variant& messageClass) override
+    {
+        return Guarded<IItemList>([&] {
+            const auto* text = std::get_if<std::u16string>(&messageClass);
+            if (text == nullptr)
+                throw CStoreError(Refusal::BadArgument);
+            if (!m_handle.store->IsWritable())
+                throw CStoreError(Refusal::ReadOnly);
+            auto core = std::make_shared<CItemCore>(m_handle.store, *m_handle.folder, *text);
+            return CRef<IObject>(MakeItem(std::move(core)));
+        });
+    }
+    CRef<IMessageItem> GetFirst() override
+    {
+        m_next = 0;
+        return GetNext();
+    }
+    CRef<IMessageItem> GetNext() override
+    {
+        return Guarded<IItemList>([&] {
+            const auto& messages = m_handle.store->MessagesOf(*m_handle.folder);
+            if (m_next >= messages.size())
+                return CRef<IMessageItem>();
+            // Moved on first: after an item that cannot be read the next one can.
+            const format::Nid message{messages[m_next++]};
+            return CRef<IMessageItem>(
+                MakeItem(std::make_shared<CItemCore>(m_handle.store, *m_handle.folder, message)));
+        });
+    }
+    std::int32_t GetCount() override
+    {
+        return Guarded<IItemList>(
+            [&] { return static_cast<std::int32_t>(m_handle.store->MessagesOf(*m_handle.folder).size()); });
+    }
+
+private:
+    FolderHandle m_handle;
+    std::size_t m_next = 0;
+};
+
+class CFolderList final : public IFolderList {
+public:
+    explicit CFolderList(FolderHandle handle) : m_handle(std::move(handle)) {}
+
+    CRef<IObject> AddFolder(std::u16string_view name, const writer::Variant& type) override;
+    CRef<IStoreFolder> GetFolder(const writer::Variant& index) override
+    {
+        return Guarded<IFolderList>([&] {
+            pst::Folder* const found = Find(index);
+            return found == nullptr ? CRef<IStoreFolder>() : MakeFolder(m_handle.store, *found);
+        });
+    }
+    std::int32_t GetCount() override
+    {
+        return Guarded<IFolderList>(
+            [&] { return static_cast<std::int32_t>(m_handle.store->SubfoldersOf(*m_handle.folder).size()); });
+    }
+
+private:
+    pst::Folder* Find(const writer::Variant& index)
+    {
+        if (const auto* name = std::get_if<std::u16string>(&index))
+            return m_handle.store->FindSubfolder(*m_handle.folder, *name);
+        const auto* number = std::get_if<std::int32_t>(&index);
+        if (number == nullptr)
+            throw CStoreError(Refusal::BadArgument);
+        const auto& children = m_handle.store->SubfoldersOf(*m_handle.folder);
+        if (*number < 1 || static_cast<std::size_t>(*number) > children.size())
+            return nullptr;
+        return children[static_cast<std::size_t>(*number) - 1];
+    }
+    std::u16string_view InheritedClass() const
+    {
+        const auto& own = m_handle.folder->containerClass;
+        return own.empty() ? kMailFolderClass : std::u16string_view(own);
+    }
+    std::u16string_view ClassFor(const writer::Variant& type) const
+    {
+        if (const auto* text = std::get_if<std::u16string>(&type))
+            return *text;
+        const auto* kind = std::get_if<std::int32_t>(&type);
+        const auto ofKind = kind ? ClassOfKind(*kind) : std::u16string_view();
+        return ofKind.empty() ? InheritedClass() : ofKind;
+    }
+
+    FolderHandle m_handle;
+};
+
+class CFolder final : public IStoreFolder, public IFolderSettings {
+public:
+    explicit CFolder(FolderHandle handle) : m_handle(std::move(handle)) {}
+
+    CRef<IItemList> GetItems() override { return CRef<IItemList>(std::make_shared<CItemList>(m_handle)); }
+    CRef<IFolderList> GetFolders() override
+    {
+        return CRef<IFolderList>(std::make_shared<CFolderList>(m_handle));
+    }
+    std::u16string GetName() override { return m_handle.folder->name; }
+    std::u16string GetContainerClass() override { return m_handle.folder->containerClass; }
+
+    void SetDefaultFolderKind(std::int32_t kind) override
+    {
+        Guarded<IFolderSettings>([&] {
+            m_handle.store->SetDefaultFolder(kind, *m_handle.folder);
+            if (const auto containerClass = ClassOfKind(kind); !containerClass.empty())
+                m_handle.store->SetContainerClass(*m_handle.folder, containerClass);
+        });
+    }
+    /// Nothing in the file stands for the flag; it is taken and has no effect.
+    void SetFolderFlag(std::int32_t) override
+    {
+        Guarded<IFolderSettings>([&] {
+            if (!m_handle.store->IsWritable())
+                throw CStoreError(Refusal::ReadOnly);
+        });
+    }
+
+private:
+    FolderHandle m_handle;
+};
+
+CRef<IObject> CFolderList::AddFolder(std::u16string_view name, const writer::Variant& type)
+{
+    return Guarded<IFolderList>([&] {
+        auto& store = *m_handle.store;
+        const std::u16string containerClass(ClassFor(type));
+        pst::Folder& folder = store.AddFolder(*m_handle.folder, name, containerClass);
+        // A folder deep in the tree does not take the place of one that is the default folder already.
+        if (const auto* kind = std::get_if<std::int32_t>(&type);
+            kind && store.DefaultFolder(*kind) == nullptr)
+            store.SetDefaultFolder(*kind, folder);
+        return CRef<IObject>(MakeFolder(m_handle.store, folder));
+    });
+}
+
+class CStore final : public IMessageStore {
+public:
+    explicit CStore(std::shared_ptr<CPstStore> store) : m_store(std::move(store)) {}
+
+    CRef<IStoreFolder> GetRootFolder() override
+    {
+        return Guarded<IMessageStore>([&] { return MakeFolder(m_store, m_store->RootFolder()); });
+    }
+    void Commit() override
+    {
+        Guarded<IMessageStore>([&] { m_store->Commit(); });
+    }
+
+private:
+    std::shared_ptr<CPstStore> m_store;
+};
+
+}  // namespace
+
+CRef<IStoreFolder> MakeFolder(std::shared_ptr<CPstStore> store, pst::Folder& folder)
+{
+    return CRef<IStoreFolder>(std::make_shared<CFolder>(FolderHandle{std::move(store), &folder}));
+}
+
+CRef<IMessageStore> MakeStore(std::shared_ptr<CPstStore> store)
+{
+    return CRef<IMessageStore>(std::make_shared<CStore>(std::move(store)));
+}
+
+}  // namespace pastille::component

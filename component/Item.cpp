@@ -1,0 +1,137 @@
+#include "component/Item.h"
+
+#include <utility>
+
+#include "component/Guard.h"
+#include "component/ItemFamily.h"
+
+namespace pastille::component {
+namespace {
+
+using writer::CRef;
+using writer::IAttachmentList;
+using writer::IMessageItem;
+using writer::IObject;
+using writer::IStoreItem;
+using writer::ItemProperty;
+
+class CAttachmentList final : public IAttachmentList {
+public:
+    explicit CAttachmentList(std::shared_ptr<CItemCore> core) : m_core(std::move(core)) {}
+
+    void AddAttachment(const std::filesystem::path& file, std::u16string_view name) override
+    {
+        Guarded<IAttachmentList>([&] { m_core->AddFile(file, name); });
+    }
+    void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view name) override
+    {
+        if (!item)
+            throw writer::_com_error(writer::E_POINTER, kInterfaceId);
+        const auto object = std::dynamic_pointer_cast<IItemObject>(item.Shared());
+        if (!object)
+            throw writer::_com_error(writer::E_INVALIDARG, kInterfaceId);
+        Guarded<IAttachmentList>([&] { m_core->AddItem(object->Core(), name); });
+    }
+    std::int32_t GetCount() override
+    {
+        return Guarded<IAttachmentList>([&] { return m_core->AttachmentCount(); });
+    }
+
+private:
+    std::shared_ptr<CItemCore> m_core;
+};
+
+/// What Reply and Forward return: the answer itself is never made.
+class CAnswer final : public IObject {};
+
+/// An item of one family. All families behave alike; only their interfaces differ.
+template <class Interface>
+class CItem final : public Interface, public IItemObject {
+public:
+    explicit CItem(std::shared_ptr<CItemCore> core) : m_core(std::move(core)) {}
+
+    CItemCore& Core() override { return *m_core; }
+
+    void Save() override
+    {
+        Guarded<IStoreItem>([&] { m_core->Save(); });
+    }
+    std::u16string GetMessageClass() override
+    {
+        return Guarded<IMessageItem>([&] { return m_core->Class(); });
+    }
+    std::u16string GetText(const ItemProperty& property) override
+    {
+        return Guarded<IMessageItem>([&] { return m_core->Text(property); });
+    }
+    void SetText(const ItemProperty& property, std::u16string_view value) override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetText(property, value); });
+    }
+    double GetDate(const ItemProperty& property) override
+    {
+        return Guarded<IMessageItem>([&] { return m_core->Date(property); });
+    }
+    void SetDate(const ItemProperty& property, double value) override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetDate(property, value); });
+    }
+    std::int16_t GetFlag(const ItemProperty& property) override
+    {
+        return Guarded<IMessageItem>([&]() -> std::int16_t { return m_core->Number(property) != 0 ? 1 : 0; });
+    }
+    void SetFlag(const ItemProperty& property, std::int16_t value) override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetNumber(property, value != 0 ? 1 : 0); });
+    }
+    std::int32_t GetNumber(const ItemProperty& property) override
+    {
+        return Guarded<IMessageItem>([&] { return m_core->Number(property); });
+    }
+    void SetNumber(const ItemProperty& property, std::int32_t value) override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetNumber(property, value); });
+    }
+    CRef<IAttachmentList> GetAttachments() override
+    {
+        return CRef<IAttachmentList>(std::make_shared<CAttachmentList>(m_core));
+    }
+    CRef<IObject> Reply() override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetReplied(); });
+        return CRef<IObject>(std::make_shared<CAnswer>());
+    }
+    CRef<IObject> Forward() override
+    {
+        Guarded<IMessageItem>([&] { m_core->SetForwarded(); });
+        return CRef<IObject>(std::make_shared<CAnswer>());
+    }
+
+private:
+    std::shared_ptr<CItemCore> m_core;
+};
+
+}  // namespace
+
+std::shared_ptr<IMessageItem> MakeItem(std::shared_ptr<CItemCore> core)
+{
+    switch (FamilyOf(core->Class())) {
+        case ItemFamily::Contact:
+            return std::make_shared<CItem<writer::IContactItem>>(std::move(core));
+        case ItemFamily::Task:
+            return std::make_shared<CItem<writer::ITaskItem>>(std::move(core));
+        case ItemFamily::Appointment:
+            return std::make_shared<CItem<writer::IAppointmentItem>>(std::move(core));
+        case ItemFamily::Meeting:
+            return std::make_shared<CItem<writer::IMeetingItem>>(std::move(core));
+        case ItemFamily::Journal:
+            return std::make_shared<CItem<writer::IJournalItem>>(std::move(core));
+        case ItemFamily::Note:
+            return std::make_shared<CItem<writer::INoteItem>>(std::move(core));
+        case ItemFamily::Mail:
+            break;
+    }
+    return std::make_shared<CItem<IMessageItem>>(std::move(core));
+}
+
+}  // namespace pastille::component

@@ -1,0 +1,261 @@
+#include "component/ItemCore.h"
+
+#include <array>
+#include <chrono>
+
+#include "component/ItemFamily.h"
+#include "component/ItemValues.h"
+#include "component/pst/messaging/MessagingIds.h"
+#include "component/pst/messaging/StoreError.h"
+#include "format/PropertyIds.h"
+#include "platform/Host.h"
+#include "writer/OleDate.h"
+
+namespace pastille::component {
+namespace {
+
+using pst::PropertyValue;
+using writer::ItemProperty;
+using writer::PropertyKind;
+using writer::PropertyStorage;
+namespace pid = format::pid;
+
+/// The most bytes that a value can have: PidTagMessageSize counts them.
+constexpr std::uint64_t kLargestValue = 0x7FFFFFFF;
+
+/// The present moment as a FILETIME.
+std::uint64_t Now()
+{
+    using namespace std::chrono;
+    constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000u;  ///< 1970-01-01 as a FILETIME
+    const auto since = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+    return kUnixEpoch + static_cast<std::uint64_t>(since) * 10;
+}
+
+pst::CPropertyBag NewItemProperties(std::u16string_view messageClass)
+{
+    pst::CPropertyBag bag;
+    bag.Set(pst::StringValue(pid::kMessageClass, messageClass));
+    bag.Set(pst::Integer32Value(pid::kMessageFlags, FirstFlagsOf(FamilyOf(messageClass))));
+    bag.Set(pst::Integer32Value(pid::kMessageStatus, 0));
+    const auto now = Now();
+    bag.Set(pst::TimeValue(pid::kCreationTime, now));
+    bag.Set(pst::TimeValue(pid::kLastModificationTime, now));
+    std::array<std::byte, 16> key;
+    platform::FillRandom(key);
+    bag.Set(pst::BinaryValue(pid::kSearchKey, key));
+    return bag;
+}
+
+bool IsFlagBit(const ItemProperty& property)
+{
+    return property.storage == PropertyStorage::FlagBit ||
+           property.storage == PropertyStorage::FlagBitInverse;
+}
+
+void RequireKind(const ItemProperty& property, PropertyKind kind)
+{
+    if (property.kind != kind)
+        throw pst::CStoreError(pst::Refusal::BadArgument);
+}
+
+void RequireScalar(const ItemProperty& property)
+{
+    if (property.kind != PropertyKind::Flag && property.kind != PropertyKind::Number)
+        throw pst::CStoreError(pst::Refusal::BadArgument);
+}
+
+}  // namespace
+
+CItemCore::CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder,
+                     std::u16string_view messageClass)
+    : m_store(std::move(store)),
+      m_folder(folder),
+      m_draft(pst::MessageDraft{NewItemProperties(messageClass), {}})
+{
+}
+
+CItemCore::CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, format::Nid message)
+    : m_store(std::move(store)), m_folder(folder), m_message(message)
+{
+}
+
+std::optional<PropertyValue> CItemCore::Value(std::uint16_t id)
+{
+    if (!m_draft) {
+        if (!m_reader)
+            m_reader = m_store->OpenMessage(*m_message);
+        return m_reader->Read(id, kLargestValue);
+    }
+    const auto* value = m_draft->properties.Find(id);
+    if (value == nullptr)
+        return std::nullopt;
+    PropertyValue copy = *value;
+    if (copy.tree) {
+        copy.bytes = m_store->ReadTree(*copy.tree);
+        copy.tree.reset();
+    }
+    return copy;
+}
+
+std::optional<std::uint16_t> CItemCore::FindId(const ItemProperty& property)
+{
+    switch (property.storage) {
+        case PropertyStorage::Named:
+            return m_store->Names().Find({property.propertySet, property.number, {}});
+        case PropertyStorage::NamedString:
+            return m_store->Names().Find({property.propertySet, 0, std::u16string(property.stringName)});
+        case PropertyStorage::Tag:
+            return static_cast<std::uint16_t>(property.number);
+        case PropertyStorage::FlagBit:
+        case PropertyStorage::FlagBitInverse:
+            break;
+    }
+    return pid::kMessageFlags;
+}
+
+std::uint16_t CItemCore::MakeId(const ItemProperty& property)
+{
+    switch (property.storage) {
+        case PropertyStorage::Named:
+            return m_store->IdOfName({property.propertySet, property.number, {}});
+        case PropertyStorage::NamedString:
+            return m_store->IdOfName({property.propertySet, 0, std::u16string(property.stringName)});
+        default:
+            return *FindId(property);
+    }
+}
+
+pst::MessageDraft& CItemCore::Draft()
+{
+    if (!m_store->IsWritable())
+        throw pst::CStoreError(pst::Refusal::ReadOnly);
+    if (!m_draft) {
+        m_draft = m_store->ReadMessage(*m_message);
+        m_reader.reset();
+    }
+    return *m_draft;
+}
+
+void CItemCore::Put(std::uint16_t id, std::optional<PropertyValue> value)
+{
+    if (value)
+        Draft().properties.Set(std::move(*value));
+    else
+        Draft().properties.Remove(id);
+}
+
+std::u16string CItemCore::Class()
+{
+    const auto value = Value(pid::kMessageClass);
+    return value ? pst::AsString(*value).value_or(std::u16string()) : std::u16string();
+}
+
+std::u16string CItemCore::Text(const ItemProperty& property)
+{
+    RequireKind(property, PropertyKind::Text);
+    const auto id = FindId(property);
+    const auto value = id ? Value(*id) : std::nullopt;
+    if (!value)
+        return {};
+    const auto codePage = *id == pid::kHtml ? Value(pid::kInternetCodepage) : std::nullopt;
+    return LoadText(property, *value, codePage ? pst::AsInteger32(*codePage).value_or(0) : 0);
+}
+
+void CItemCore::SetText(const ItemProperty& property, std::u16string_view text)
+{
+    RequireKind(property, PropertyKind::Text);
+    Draft();
+    const auto id = MakeId(property);
+    auto value = StoreText(property, id, text);
+    if (value && id == pid::kHtml)
+        Put(pid::kInternetCodepage, pst::Integer32Value(pid::kInternetCodepage, kUtf8CodePage));
+    Put(id, std::move(value));
+}
+
+double CItemCore::Date(const ItemProperty& property)
+{
+    RequireKind(property, PropertyKind::Date);
+    const auto id = FindId(property);
+    const auto value = id ? Value(*id) : std::nullopt;
+    return value ? LoadDate(*value) : writer::kNoDate;
+}
+
+void CItemCore::SetDate(const ItemProperty& property, double date)
+{
+    RequireKind(property, PropertyKind::Date);
+    Draft();
+    const auto id = MakeId(property);
+    Put(id, StoreDate(id, date));
+}
+
+std::uint32_t CItemCore::Flags()
+{
+    const auto value = Value(pid::kMessageFlags);
+    return value ? pst::AsInteger32(*value).value_or(0) : 0;
+}
+
+std::int32_t CItemCore::Number(const ItemProperty& property)
+{
+    RequireScalar(property);
+    if (IsFlagBit(property)) {
+        const bool isSet = (Flags() & property.number) != 0;
+        return isSet != (property.storage == PropertyStorage::FlagBitInverse) ? 1 : 0;
+    }
+    const auto id = FindId(property);
+    const auto value = id ? Value(*id) : std::nullopt;
+    return value ? LoadNumber(*value) : 0;
+}
+
+void CItemCore::SetNumber(const ItemProperty& property, std::int32_t number)
+{
+    RequireScalar(property);
+    Draft();
+    if (IsFlagBit(property)) {
+        const bool set = (number != 0) != (property.storage == PropertyStorage::FlagBitInverse);
+        const auto flags = set ? Flags() | property.number : Flags() & ~property.number;
+        Put(pid::kMessageFlags, pst::Integer32Value(pid::kMessageFlags, flags));
+        return;
+    }
+    const auto id = MakeId(property);
+    Put(id, StoreNumber(property, id, number));
+}
+
+void CItemCore::SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb)
+{
+    Draft().properties.Set(pst::Integer32Value(pid::kIconIndex, iconIndex));
+    Draft().properties.Set(pst::Integer32Value(pid::kLastVerbExecuted, verb));
+}
+
+void CItemCore::Save()
+{
+    pst::MessageDraft& draft = Draft();
+    if (m_message)
+        draft.properties.Set(pst::TimeValue(pid::kLastModificationTime, Now()));
+    m_message = m_store->SaveMessage(m_folder, m_message, draft);
+}
+
+std::int32_t CItemCore::AttachmentCount()
+{
+    return m_draft ? static_cast<std::int32_t>(m_draft->attachments.size())
+                   : m_store->AttachmentCount(*m_message);
+}
+
+void CItemCore::AddFile(const std::filesystem::path& file, std::u16string_view name)
+{
+    auto& attachments = Draft().attachments;
+    const auto number = static_cast<std::uint32_t>(attachments.size());
+    attachments.push_back(m_store->AddFileAttachment(file, name, number));
+}
+
+void CItemCore::AddItem(CItemCore& item, std::u16string_view name)
+{
+    // Block and property ids mean something in their own file only.
+    if (item.m_store != m_store)
+        throw pst::CStoreError(pst::Refusal::BadArgument);
+    auto& attachments = Draft().attachments;
+    const auto number = static_cast<std::uint32_t>(attachments.size());
+    attachments.push_back(m_store->AddEmbeddedMessage(item.Draft(), name, number));
+}
+
+}  // namespace pastille::component

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "component/pst/messaging/PstStore.h"
+#include "writer/ItemProperties.h"
+
+namespace pastille::component {
+
+/// One item, whatever its family: a message of a folder, or one that is not saved yet. What it raises has no
+/// interface identifier yet (see Guarded).
+///
+/// An item read from the store loads single values when they are asked for, and all of them when the first
+/// one is changed.
+class CItemCore {
+public:
+    /// A new item of a class.
+    CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, std::u16string_view messageClass);
+    /// A saved one.
+    CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, format::Nid message);
+
+    std::u16string Class();
+    std::u16string Text(const writer::ItemProperty& property);
+    void SetText(const writer::ItemProperty& property, std::u16string_view text);
+    double Date(const writer::ItemProperty& property);
+    void SetDate(const writer::ItemProperty& property, double date);
+    /// Flags and numbers.
+    std::int32_t Number(const writer::ItemProperty& property);
+    void SetNumber(const writer::ItemProperty& property, std::int32_t number);
+
+    void SetReplied() { SetLastVerb(0x105, 102); }
+    void SetForwarded() { SetLastVerb(0x106, 104); }
+    void Save();
+
+    std::int32_t AttachmentCount();
+    void AddFile(const std::filesystem::path& file, std::u16string_view name);
+    /// Adds the other item as it is now.
+    void AddItem(CItemCore& item, std::u16string_view name);
+
+    pst::CPstStore& Store() { return *m_store; }
+
+private:
+    std::optional<pst::PropertyValue> Value(std::uint16_t id);
+    std::optional<std::uint16_t> FindId(const writer::ItemProperty& property);
+    std::uint16_t MakeId(const writer::ItemProperty& property);
+    void Put(std::uint16_t id, std::optional<pst::PropertyValue> value);
+    std::uint32_t Flags();
+    void SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb);
+    pst::MessageDraft& Draft();
+
+    std::shared_ptr<pst::CPstStore> m_store;
+    pst::Folder& m_folder;
+    std::optional<format::Nid> m_message;            ///< once saved
+    std::optional<pst::MessageDraft> m_draft;        ///< once changed
+    std::unique_ptr<pst::CPropertyReader> m_reader;  ///< of the saved item, while there is no draft
+};
+
+}  // namespace pastille::component

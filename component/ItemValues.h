@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "component/pst/ltp/PropertyBag.h"
+#include "writer/ItemProperties.h"
+
+namespace pastille::component {
+
+// Values of items between the forms in which they cross the component's border and in which the file keeps
+// them. The types stored are those of the descriptor; a value read may be of any type.
+
+/// Nothing for an empty text: an item that lacks the property reads back the same.
+std::optional<pst::PropertyValue> StoreText(const writer::ItemProperty& property, std::uint16_t id,
+                                            std::u16string_view text);
+/// `codePage`: of 8-bit HTML, 0 when the item does not say.
+std::u16string LoadText(const writer::ItemProperty& property, const pst::PropertyValue& value,
+                        std::uint32_t codePage);
+
+/// Nothing for kNoDate and for dates that the file cannot hold.
+std::optional<pst::PropertyValue> StoreDate(std::uint16_t id, double date);
+double LoadDate(const pst::PropertyValue& value);
+
+/// Flags and numbers.
+pst::PropertyValue StoreNumber(const writer::ItemProperty& property, std::uint16_t id, std::int32_t number);
+std::int32_t LoadNumber(const pst::PropertyValue& value);
+
+/// Code page of the HTML bodies that the component writes.
+inline constexpr std::uint32_t kUtf8CodePage = 65001;
+
+}  // namespace pastille::component

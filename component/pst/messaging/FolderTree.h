@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "format/Ids.h"
+
+namespace pastille::component::pst {
+
+/// One folder of a store as it is held in memory. Belongs to the tree and lives as long as it does.
+struct Folder {
+    format::Nid nid;
+    Folder* parent = nullptr;  ///< none for the root folder 0x122
+    std::u16string name;       ///< in its stored form
+    std::u16string containerClass;
+    std::vector<Folder*> children;                            ///< in the order of their making
+    std::unordered_map<std::u16string_view, Folder*> byName;  ///< the first child of each name
+    std::vector<std::uint32_t> items;                         ///< NIDs of the messages in store order
+    std::uint32_t unreadCount = 0;
+
+    // Of a store opened for reading: whether `children` and `items` were read from the file.
+    bool childrenKnown = true;
+    bool itemsKnown = true;
+    // Of a store being written: what differs from the file.
+    bool contentsChanged = true;
+    bool hierarchyChanged = true;  ///< a child is new, or a child's row differs
+    bool propertiesChanged = true;
+};
+
+/// The folders of a store by their place and by their id.
+class CFolderTree {
+public:
+    /// Adds a folder below `parent` (null: the root folder). The NID must be new.
+    Folder& Add(Folder* parent, format::Nid nid, std::u16string_view name);
+    Folder* Find(format::Nid nid) const;
+    /// The child whose name has the same stored form; null when there is none.
+    static Folder* FindChild(const Folder& parent, std::u16string_view name);
+    const std::vector<std::unique_ptr<Folder>>& All() const { return m_folders; }
+
+private:
+    std::vector<std::unique_ptr<Folder>> m_folders;  ///< parents before their children
+    std::unordered_map<std::uint32_t, Folder*> m_byNid;
+};
+
+}  // namespace pastille::component::pst

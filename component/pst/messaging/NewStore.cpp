@@ -1,0 +1,122 @@
+#include "component/pst/messaging/NewStore.h"
+
+#include <array>
+#include <span>
+
+#include "component/pst/ltp/PropertyContextWriter.h"
+#include "component/pst/ltp/TableTemplates.h"
+#include "component/pst/ltp/TableWriter.h"
+#include "component/pst/messaging/MessagingIds.h"
+#include "format/PropertyIds.h"
+#include "platform/Host.h"
+
+namespace pastille::component::pst {
+namespace {
+
+namespace nids = format::nids;
+
+constexpr format::Nid kChangeTemplate{0x6B6};
+constexpr format::Nid kReplicationTemplate{0x6D7};
+constexpr format::Nid kReplicationTimeTemplate{0x6F8};
+
+/// PidTagValidFolderMask: IPM subtree 0x01, wastebasket 0x08 and finder 0x80 are there.
+constexpr std::uint32_t kValidFolders = 0x89;
+/// PidTagLatestPstEnsure as today's stores carry it.
+constexpr std::uint32_t kPstEnsure = 0x000E0011;
+
+void PutEmptyTable(CNdbWriter& writer, format::Nid nid, std::span<const format::TableColumn> columns)
+{
+    const auto table = CTableWriter(writer, columns).Finish();
+    writer.PutNode(nid, table.data, table.sub);
+}
+
+void PutProperties(CNdbWriter& writer, format::Nid nid, const CPropertyBag& bag)
+{
+    const auto content = WritePropertyContext(writer, bag);
+    writer.PutNode(nid, content.data, content.sub);
+}
+
+void PutMessageStore(CNdbWriter& writer, const RecordKey& key, std::u16string_view displayName)
+{
+    CPropertyBag bag;
+    bag.Set(BinaryValue(format::pid::kRecordKey, key));
+    bag.Set(StringValue(format::pid::kDisplayName, displayName));
+    bag.Set(Integer32Value(format::pid::kValidFolderMask, kValidFolders));
+    bag.Set(BinaryValue(format::pid::kIpmSubtreeEntryId, MakeEntryId(key, nids::kIpmSubtree)));
+    bag.Set(BinaryValue(format::pid::kIpmWastebasketEntryId, MakeEntryId(key, nids::kDeletedItems)));
+    bag.Set(BinaryValue(format::pid::kFinderEntryId, MakeEntryId(key, nids::kSearchRoot)));
+    bag.Set(BooleanValue(pid::kPstLrNoRestrictions, true));
+    bag.Set(Integer32Value(pid::kLatestPstEnsure, kPstEnsure));
+    bag.Set(Integer32Value(format::pid::kPstPassword, 0));
+    PutProperties(writer, nids::kMessageStore, bag);
+}
+
+void PutTemplates(CNdbWriter& writer)
+{
+    PutEmptyTable(writer, nids::kHierarchyTemplate, tabletemplate::kHierarchyTableColumns);
+    PutEmptyTable(writer, nids::kContentsTemplate, tabletemplate::kContentsTableColumns);
+    PutEmptyTable(writer, nids::kAssociatedContentsTemplate, tabletemplate::kAssociatedContentsTableColumns);
+    PutEmptyTable(writer, nids::kSearchContentsTemplate, tabletemplate::kSearchContentsTableColumns);
+    PutEmptyTable(writer, nids::kOutgoingQueueTable, tabletemplate::kOutgoingQueueTableColumns);
+    PutEmptyTable(writer, nids::kAttachmentTable, tabletemplate::kAttachmentTableColumns);
+    PutEmptyTable(writer, nids::kRecipientTable, tabletemplate::kRecipientTableColumns);
+    PutEmptyTable(writer, kChangeTemplate, tabletemplate::kChangeTableColumns);
+    PutEmptyTable(writer, kReplicationTemplate, tabletemplate::kReplicationTableColumns);
+    PutEmptyTable(writer, kReplicationTimeTemplate, tabletemplate::kReplicationTimeTableColumns);
+}
+
+/// One row: messages of the empty class, that is of every class, arrive in the root folder. [MS-PST] 2.4.5
+void PutReceiveFolderTable(CNdbWriter& writer)
+{
+    CPropertyBag row;
+    row.Set(StringValue(format::pid::kMessageClass, u""));
+    row.Set(Integer32Value(pid::kReceiveFolderNid, nids::kRootFolder.value));
+    CTableWriter table(writer, tabletemplate::kReceiveFolderTableColumns);
+    table.AddRow(1, row);
+    const auto content = table.Finish();
+    writer.PutNode(nids::kReceiveFolderTable, content.data, content.sub);
+}
+
+void PutSearchNodes(CNdbWriter& writer)
+{
+    writer.PutNode(nids::kSearchManagementQueue, {}, {});
+    writer.PutNode(nids::kSearchDomainObject, {}, {});
+    std::array<std::byte, 4> activeSearches{};
+    format::StoreLE(std::span<std::byte>(activeSearches), 0, nids::kSpamSearchFolder.value);
+    writer.PutNode(nids::kSearchActivityList, writer.AddDataBlock(activeSearches), {});
+
+    const auto index = nids::kSpamSearchFolder.Index();
+    writer.PutNode(format::Nid::Make(format::NidType::SearchUpdateQueue, index), {}, {});
+    CPropertyBag criteria;
+    criteria.Set(Integer32Value(pid::kSearchState, 0));
+    PutProperties(writer, format::Nid::Make(format::NidType::SearchCriteria, index), criteria);
+}
+
+}  // namespace
+
+void PutMandatoryNodes(CNdbWriter& writer, const RecordKey& key, std::u16string_view displayName)
+{
+    PutMessageStore(writer, key, displayName);
+    PutTemplates(writer);
+    PutReceiveFolderTable(writer);
+    PutSearchNodes(writer);
+}
+
+void AddMandatoryFolders(CFolderTree& folders)
+{
+    Folder& root = folders.Add(nullptr, nids::kRootFolder, u"");
+    Folder& subtree = folders.Add(&root, nids::kIpmSubtree, u"Top of Personal Folders");
+    folders.Add(&root, nids::kSearchRoot, u"Search Root");
+    folders.Add(&root, nids::kSpamSearchFolder, u"SPAM Search Folder 2");
+    Folder& deleted = folders.Add(&subtree, nids::kDeletedItems, u"Deleted Items");
+    deleted.containerClass = u"IPF.Note";
+}
+
+RecordKey MakeRecordKey()
+{
+    RecordKey key;
+    platform::FillRandom(key);
+    return key;
+}
+
+}  // namespace pastille::component::pst

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "recovery/RecoveryRun.h"
+#include "store/OutLook.h"
+
+namespace pastille::recovery {
+
+/// Phases 6 and 7: collects the source's folders from the node list and makes them in the new store.
+class CFolderPhase {
+public:
+    CFolderPhase(store::RunContext& run, RecoveryRun& recovery) : m_run(run), m_recovery(recovery) {}
+
+    /// Raises _com_error only when the file below the store cannot be written.
+    void Run();
+
+private:
+    bool CollectNames();
+    bool TakeFolder(const store::NodeRecord& node);
+    void ReportProgress(std::size_t visited);
+    void CreateFolders();
+    void CreateFolder(const FolderRecord& folder, const std::u16string& path);
+    void CreateWithStandIn(const FolderRecord& folder, const std::u16string& path);
+    void MakeUnder(const writer::CRef<writer::IStoreFolder>& parent, std::u16string_view name,
+                   const FolderRecord& folder);
+
+    store::RunContext& m_run;
+    RecoveryRun& m_recovery;
+};
+
+}  // namespace pastille::recovery

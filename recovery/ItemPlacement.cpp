@@ -1,0 +1,136 @@
+#include "recovery/ItemPlacement.h"
+
+#include "platform/Messages.h"
+#include "recovery/Texts.h"
+
+namespace pastille::recovery {
+namespace {
+
+using namespace writer;
+
+constexpr std::int16_t kSent = 1;
+
+std::uint64_t TargetKey(std::uint32_t parentNid, const ClassRule* rule)
+{
+    const std::int32_t kind = rule != nullptr ? rule->defaultFolderKind : -1;
+    return (std::uint64_t{parentNid} << 32) | static_cast<std::uint32_t>(kind);
+}
+
+}  // namespace
+
+PlacedItem CItemPlacement::Place(const std::u16string& messageClass, std::uint32_t parentNid)
+{
+    PlacedItem placed;
+    if (!Route(messageClass, parentNid) || !Create(messageClass, placed))
+        PlaceInFallback(messageClass, placed);
+    return placed;
+}
+
+bool CItemPlacement::Route(std::u16string_view messageClass, std::uint32_t parentNid)
+{
+    const auto path = m_recovery.folders.Path(parentNid);
+    if (!path)
+        return false;
+    const ClassRule* rule = FindClassRule(messageClass);
+    auto& target = m_targets[TargetKey(parentNid, rule)];
+    if (!target)
+        target = FindTarget(parentNid, *path, rule);
+    if (!target)
+        return false;
+    m_recovery.output.target = target;
+    const FolderRecord* folder = m_recovery.folders.Find(parentNid);
+    m_run.frontEnd.Send(platform::FolderMessage{
+        parentNid, *path, folder != nullptr ? folder->containerClass : std::u16string()});
+    return true;
+}
+
+CRef<IStoreFolder> CItemPlacement::FindTarget(std::uint32_t parentNid, const std::u16string& path,
+                                              const ClassRule* rule) const
+{
+    const bool isRoot = m_recovery.folders.Root() == parentNid;
+    return rule == nullptr || isRoot ? m_recovery.output.Resolve(path) : FindByRule(path, *rule);
+}
+
+CRef<IStoreFolder> CItemPlacement::FindByRule(const std::u16string& path, const ClassRule& rule) const
+{
+    const OutputStore& output = m_recovery.output;
+    const auto separator = path.rfind(u'\\');
+    CRef<IStoreFolder> parent = output.Resolve(std::u16string_view(path).substr(0, separator));
+    if (!parent)
+        return output.Resolve(path);
+    const std::u16string name = path.substr(separator + 1);
+    const Variant index = name;
+    if (const auto found = parent->GetFolders()->GetFolder(index))
+        return found;
+    if (rule.defaultFolderKind != 0)
+        parent = output.session->GetDefaultFolder(rule.defaultFolderKind);
+    const auto folders = parent->GetFolders();
+    folders->AddFolder(name, Missing{});
+    const auto made = folders->GetFolder(index);
+    return made ? made : parent;
+}
+
+bool CItemPlacement::Create(const std::u16string& messageClass, PlacedItem& placed) const
+{
+    const ClassRule* rule = FindClassRule(messageClass);
+    if (rule != nullptr && rule->family) {
+        const auto object = m_recovery.output.target->GetItems()->AddItem(messageClass);
+        placed.item = TraitsOf(*rule->family).typed(object);
+        if (placed.item)
+            placed.family = rule->family;
+        return true;
+    }
+    if (IsMailClass(messageClass)) {
+        CreateMail(messageClass, placed);
+        return true;
+    }
+    constexpr std::size_t kShortestClass = 3;
+    if (messageClass.size() < kShortestClass)
+        return false;
+    if (LooksLikeItemClass(messageClass)) {
+        placed.classSkipped = true;
+        return false;
+    }
+    placed.classSkipped = !CreateMail(messageClass, placed);
+    return true;
+}
+
+bool CItemPlacement::CreateMail(const std::u16string& messageClass, PlacedItem& placed) const
+{
+    const auto object = m_recovery.output.target->GetItems()->AddItem(messageClass);
+    const auto item = QueryInterface<IMessageItem>(object);
+    if (!item)
+        return false;
+    item->SetFlag(property::Sent, kSent);
+    placed.item = item;
+    placed.family = ItemFamily::Mail;
+    return true;
+}
+
+void CItemPlacement::PlaceInFallback(const std::u16string& messageClass, PlacedItem& placed)
+{
+    if (placed.classSkipped)
+        return;
+    m_recovery.output.target = FallbackFolder();
+    if (!Create(messageClass, placed))
+        CreateMail(messageClass, placed);
+    placed.isInFallback = true;
+}
+
+CRef<IStoreFolder> CItemPlacement::FallbackFolder()
+{
+    if (m_fallback)
+        return m_fallback;
+    const auto folders = m_recovery.output.store->GetRootFolder()->GetFolders();
+    const Variant index = std::u16string(kLostAndFound);
+    m_fallback = folders->GetFolder(index);
+    if (m_fallback)
+        return m_fallback;
+    folders->AddFolder(kLostAndFound, Missing{});
+    m_fallback = folders->GetFolder(index);
+    m_run.frontEnd.Send(platform::FolderMessage{
+        platform::FolderMessage::kLostAndFound, std::u16string(u"\\").append(kLostAndFound), {}});
+    return m_fallback;
+}
+
+}  // namespace pastille::recovery

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "recovery/ItemClasses.h"
+#include "recovery/RecoveryRun.h"
+#include "store/OutLook.h"
+#include "writer/Component.h"
+
+namespace pastille::recovery {
+
+/// The new item of the source item that is being read.
+struct PlacedItem {
+    std::optional<ItemFamily> family;  ///< decides which writer gets the properties; none: no writer
+    writer::CRef<writer::IMessageItem> item;
+    bool classSkipped = false;  ///< the message class belongs to an item that is not recovered
+    bool isInFallback = false;  ///< no folder took the item
+
+    bool IsMail() const { return family == ItemFamily::Mail && item; }
+};
+
+/// Chooses the folder of each item and creates the item in it. The folder chosen is the run's current target.
+/// Every member raises what the component raises, but for a folder that does not resolve.
+class CItemPlacement {
+public:
+    CItemPlacement(store::RunContext& run, RecoveryRun& recovery) : m_run(run), m_recovery(recovery) {}
+
+    /// Routes an item of the node list and creates it; in the fallback folder when it has no other.
+    PlacedItem Place(const std::u16string& messageClass, std::uint32_t parentNid);
+
+private:
+    bool Route(std::u16string_view messageClass, std::uint32_t parentNid);
+    writer::CRef<writer::IStoreFolder> FindTarget(std::uint32_t parentNid, const std::u16string& path,
+                                                  const ClassRule* rule) const;
+    writer::CRef<writer::IStoreFolder> FindByRule(const std::u16string& path, const ClassRule& rule) const;
+    bool Create(const std::u16string& messageClass, PlacedItem& placed) const;
+    bool CreateMail(const std::u16string& messageClass, PlacedItem& placed) const;
+    void PlaceInFallback(const std::u16string& messageClass, PlacedItem& placed);
+    writer::CRef<writer::IStoreFolder> FallbackFolder();
+
+    store::RunContext& m_run;
+    RecoveryRun& m_recovery;
+    /// Targets found before, by parent NID (upper half) and default-folder kind of the class (-1: by folder).
+    std::unordered_map<std::uint64_t, writer::CRef<writer::IStoreFolder>> m_targets;
+    writer::CRef<writer::IStoreFolder> m_fallback;
+};
+
+}  // namespace pastille::recovery

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+
+#include "recovery/ItemPlacement.h"
+#include "recovery/MailBody.h"
+#include "recovery/RecoveryRun.h"
+#include "recovery/SourceItem.h"
+#include "store/OutLook.h"
+#include "writer/MailWriter.h"
+
+namespace pastille::recovery {
+
+/// Reads one source item: its message class places it, its other properties go to the writer of its family in
+/// the order of the property context.
+class CItemReader {
+public:
+    CItemReader(store::RunContext& run, RecoveryRun& recovery)
+        : m_run(run),
+          m_recovery(recovery),
+          m_placement(run, recovery),
+          m_mailWriter(run.frontEnd),
+          m_source(run.source, recovery.output.target)
+    {
+    }
+
+    /// Reads the item. A failing component call costs one property, or what is left of the item; raises
+    /// _com_error only when the file below the store cannot be written.
+    void Read(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid);
+
+    /// Of the item read last.
+    const PlacedItem& Placed() const { return m_placed; }
+    const BodyLocator& Bodies() const { return m_bodies; }
+    CSourceItem& Source() { return m_source; }
+
+private:
+    void WalkProperties(std::uint32_t parentNid);
+    void WriteProperty(const store::PropertyRecord& record);
+    void WriteMailProperty(const store::PropertyRecord& record);
+    void WriteMailSubject(const writer::SourceProperty& property);
+    void Finish();
+
+    store::RunContext& m_run;
+    RecoveryRun& m_recovery;
+    CItemPlacement m_placement;
+    writer::CMailWriter m_mailWriter;
+    CSourceItem m_source;
+    PlacedItem m_placed;
+    BodyLocator m_bodies;
+    bool m_subjectSeen = false;
+};
+
+}  // namespace pastille::recovery

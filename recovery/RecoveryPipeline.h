@@ -1,0 +1,52 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+#include "recovery/RecoveryRun.h"
+#include "recovery/RunLog.h"
+#include "store/OutLook.h"
+#include "writer/Component.h"
+
+namespace pastille::recovery {
+
+struct RecoveryOptions {
+    /// Time of the log's entries.
+    Clock clock = [] { return std::chrono::system_clock::now(); };
+    /// The program that registers the component, in the folder of the executable.
+    std::filesystem::path helperProgram;
+    /// Starts a program without waiting for it; false when it cannot be started. Without it nothing is
+    /// started.
+    std::function<bool(const std::filesystem::path&)> startProgram;
+};
+
+/// The recovery of one run after the other: everything that a run writes.
+///
+/// A failing component costs one property, item or folder. A file below the new store that cannot be written
+/// ends the run: the failure flag is set, one message is shown, and the unfinished new store is removed.
+class CRecoveryPipeline final : public store::IRecovery {
+public:
+    /// The factory must outlive this object.
+    explicit CRecoveryPipeline(writer::IComponentFactory& component, RecoveryOptions options = {});
+
+    void SetUpOutput(store::RunContext& run) override;
+    void WriteLog(std::u16string_view entry) override;
+    void CollectFolders(store::RunContext& run) override;
+    void RecoverItems(store::RunContext& run) override;
+    void CloseOutput(store::RunContext& run) override;
+
+    /// Of the run made last.
+    const RecoveryFigures& Figures() const { return m_recovery.figures; }
+
+private:
+    void Fail(store::RunContext& run);
+
+    writer::IComponentFactory& m_component;
+    RecoveryOptions m_options;
+    RecoveryRun m_recovery;
+    bool m_storeFailed = false;
+};
+
+}  // namespace pastille::recovery

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/FileSystem.h"
+
+namespace pastille::recovery {
+
+/// The current moment; tests put a fixed one in its place.
+using Clock = std::function<std::chrono::system_clock::time_point()>;
+
+/// The run log: UTF-16, little-endian, with a byte-order mark, written entry by entry. A log that cannot be
+/// written never disturbs the run: without a file every entry is dropped, and a failing write is forgotten.
+class CRunLog {
+public:
+    /// Creates or empties the file and writes the byte-order mark. On a failure the log stays closed.
+    void Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
+    /// Opens an existing log to add entries at its end. On a failure the log stays closed.
+    void OpenToAppend(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
+    void Close() { m_file.reset(); }
+    bool IsOpen() const { return m_file != nullptr; }
+
+    /// Adds the text as it is: no line break, no terminator.
+    void Write(std::u16string_view entry);
+
+private:
+    std::unique_ptr<platform::IFile> m_file;
+    std::uint64_t m_end = 0;
+    std::string m_bytes;  ///< kept for its memory
+};
+
+/// A moment in the log's form, local time.
+std::u16string LogTime(const Clock& clock);
+
+}  // namespace pastille::recovery

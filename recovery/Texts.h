@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string_view>
+
+namespace pastille::recovery {
+
+// Names that recovery gives to what it makes, and the messages that it shows.
+
+inline constexpr std::u16string_view kLostAndFound = u"Lost & Found";
+inline constexpr std::string_view kStoreNameSuffix = " Recovered";
+inline constexpr std::string_view kProfileBaseName = "Pastille";
+inline constexpr std::string_view kLogFileName = "LogInformation.log";
+
+namespace text {
+inline constexpr std::u16string_view kError = u"Error";
+inline constexpr std::u16string_view kInformation = u"Information";
+inline constexpr std::u16string_view kComponentNotRegistered =
+    u"Some component is missing.Please reinstall the application.";
+inline constexpr std::u16string_view kComponentFailed =
+    u"Some component is missing.Please reinstall the application. ";
+inline constexpr std::u16string_view kRegistering =
+    u"Application is registering dll files.Please relaunch the application to recover your .pst file. ";
+inline constexpr std::u16string_view kFolderNotCreated =
+    u"Unable to create folder to save recovered .pst file.\n"
+    u"Please select another location to save recovered .pst file.";
+}  // namespace text
+
+}  // namespace pastille::recovery

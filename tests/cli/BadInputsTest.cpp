@@ -1,0 +1,88 @@
+#include "tests/cli/CliSupport.h"
+
+#include <nlohmann/json.hpp>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace pastille::tests {
+namespace {
+
+constexpr const char* kCannotOpen =
+    "Source file could not open.Make sure that another application is not using. ";
+constexpr const char* kNotValid = "Pst/Ost file is not valid.";
+
+struct BadInput {
+    std::string name;
+    std::filesystem::path path;
+    std::string message;
+};
+
+std::string WithMagic(const std::string& clientMagic, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    bytes.replace(0, 4, "!BDN");
+    bytes.replace(8, clientMagic.size(), clientMagic);
+    return bytes;
+}
+
+std::vector<BadInput> BadInputs(const CScratchFolder& scratch)
+{
+    const auto fifo = scratch.Path() / "fifo.pst";
+    EXPECT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::vector<BadInput> inputs = {
+        {"missing", scratch.Path() / "nowhere.pst", kCannotOpen},
+        {"directory", scratch.MakeFolder("folder.pst"), kCannotOpen},
+        {"FIFO", fifo, kCannotOpen},
+        {"device", "/dev/null", kCannotOpen},
+        {"empty", scratch.WriteFile("empty.pst", ""), kNotValid},
+        {"one byte", scratch.WriteFile("one.pst", "!"), kNotValid},
+        {"511 bytes", scratch.WriteFile("511.pst", WithMagic("SM", 511)), kNotValid},
+        {"text", scratch.WriteFile("text.pst", std::string(100000, 'a')), kNotValid},
+        {"address book", scratch.WriteFile("book.pab", WithMagic("AB", 100000)), kNotValid},
+        {"no page", scratch.WriteFile("hollow.pst", WithMagic("SM", 100000)), kNotValid},
+    };
+    if (::geteuid() != 0) {
+        inputs.push_back({"unreadable", scratch.WriteFile("secret.pst", WithMagic("SM", 600)), kCannotOpen});
+        std::filesystem::permissions(inputs.back().path, std::filesystem::perms::none);
+    }
+    return inputs;
+}
+
+TEST(BadInputs, EachFailsWithItsMessageAndLeavesNothingBehind)
+{
+    const CScratchFolder scratch;
+    const std::string to = scratch.MakeFolder("to").string();
+    const auto inputs = BadInputs(scratch);
+    const auto before = Listing(scratch.Path());
+    for (const BadInput& input : inputs) {
+        SCOPED_TRACE(input.name);
+        const CommandResult result =
+            RunHere({"repair", input.path.string(), "--to", to, "--quiet"}, scratch.Path() / "home");
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "Error: " + input.message + "\n");
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(Listing(scratch.Path()), before);
+    }
+}
+
+TEST(BadInputs, EachGivesAJsonObjectThatClaimsNothing)
+{
+    const CScratchFolder scratch;
+    const std::string to = scratch.MakeFolder("to").string();
+    for (const BadInput& input : BadInputs(scratch)) {
+        SCOPED_TRACE(input.name);
+        const CommandResult result =
+            RunHere({"repair", input.path.string(), "--to", to, "--json"}, scratch.Path() / "home");
+        const auto report = nlohmann::json::parse(result.out);
+        EXPECT_EQ(report.at("status"), "failed");
+        EXPECT_EQ(report.at("messages"), nlohmann::json::array({input.message}));
+        for (const char* key : {"output", "log", "items", "folders", "variant", "nodes"})
+            EXPECT_TRUE(report.at(key).is_null()) << key;
+    }
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace pastille::tests {
+
+/// A folder of a test's own, gone with it.
+class CScratchFolder {
+public:
+    CScratchFolder();
+    ~CScratchFolder();
+    CScratchFolder(const CScratchFolder&) = delete;
+    CScratchFolder& operator=(const CScratchFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+    /// A new folder below it.
+    std::filesystem::path MakeFolder(const std::string& name) const;
+    std::filesystem::path WriteFile(const std::string& name, const std::string& bytes) const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+struct CommandResult {
+    int status = -1;  ///< exit status; of a process that a signal ended, minus the signal's number
+    std::string out;
+    std::string err;
+};
+
+/// Runs a command line in this process, with the built-in component and its profiles below `home`.
+CommandResult RunHere(const std::vector<std::string>& arguments, const std::filesystem::path& home,
+                      bool errIsTerminal = false);
+
+enum class OutputReader { Waits, GoesAway };
+
+/// Runs the real program with PASTILLE_HOME set to `home`. `watch` sees the error stream as it grows, and the
+/// process id, so that a test can act at a certain moment. A program that runs for a minute is killed.
+/// A reader that goes away has closed its end of the output stream before the program starts.
+CommandResult RunProgram(const std::vector<std::string>& arguments, const std::filesystem::path& home,
+                         const std::function<void(pid_t, const std::string& err)>& watch = {},
+                         OutputReader reader = OutputReader::Waits);
+
+/// Paths of everything below a folder, relative to it, in order.
+std::vector<std::string> Listing(const std::filesystem::path& folder);
+
+std::string ReadFile(const std::filesystem::path& path);
+
+}  // namespace pastille::tests

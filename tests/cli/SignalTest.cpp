@@ -1,0 +1,76 @@
+#include "platform/FileSystem.h"
+#include "tests/cli/CliSupport.h"
+#include "tests/support/StoreFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+namespace pastille::tests {
+namespace {
+
+constexpr const char* kAborted = "Recovery process aborted.\nRecovered at:";
+
+/// A store that is recognised at once and takes long to scan: a hole of several GB follows its pages.
+std::filesystem::path MakeLongStore(const CScratchFolder& scratch)
+{
+    constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
+    const auto path = scratch.Path() / "long.pst";
+    const auto file = platform::HostFileSystem().Create(path);
+    CStoreFile writer(*file, {});
+    for (std::uint32_t nid : {0x21u, 0x61u, 0x122u})
+        writer.AddNode({.nid = nid, .bidData = writer.WriteBlock(Bytes(64, std::byte{1}))});
+    writer.Finish();
+    file->SetSize(kSize);
+    return path;
+}
+
+/// Sends signals, one right after the other, when the scan has begun.
+auto SendDuringScan(std::vector<int> signals)
+{
+    return [signals = std::move(signals), sent = false](pid_t pid, const std::string& err) mutable {
+        if (sent || err.find("Phase 4 of 8") == std::string::npos)
+            return;
+        sent = true;
+        for (const int signal : signals)
+            ::kill(pid, signal);
+    };
+}
+
+class Signals : public testing::TestWithParam<int> {};
+
+TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
+{
+    const CScratchFolder scratch;
+    const auto source = MakeLongStore(scratch);
+    const auto to = scratch.MakeFolder("to");
+    const CommandResult result = RunProgram({"repair", source.string(), "--to", to.string(), "--json"},
+                                            scratch.Path() / "home", SendDuringScan({GetParam()}));
+    EXPECT_EQ(result.status, 3) << result.err;
+    const std::string output = (to / "long Recovered/long Recovered.pst").string();
+    EXPECT_NE(result.err.find(kAborted + output + "\n"), std::string::npos) << result.err;
+
+    const auto report = nlohmann::json::parse(result.out);
+    EXPECT_EQ(report.at("status"), "stopped");
+    EXPECT_EQ(report.at("output"), output);
+    EXPECT_EQ(report.at("messages"), nlohmann::json::array({kAborted + output}));
+    EXPECT_TRUE(std::filesystem::exists(output));
+    EXPECT_FALSE(std::filesystem::exists(to / "long Recovered/FirstTableItem.dat"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Either, Signals, testing::Values(SIGINT, SIGTERM));
+
+TEST(SignalsInARow, TheSecondEndsTheProcess)
+{
+    const CScratchFolder scratch;
+    const auto source = MakeLongStore(scratch);
+    const CommandResult result =
+        RunProgram({"repair", source.string(), "--to", scratch.MakeFolder("to").string()},
+                   scratch.Path() / "home", SendDuringScan({SIGINT, SIGTERM}));
+    EXPECT_EQ(result.status, -SIGTERM);
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,226 @@
+#include <functional>
+#include <vector>
+
+#include "component/pst/messaging/RtfStream.h"
+#include "format/Bytes.h"
+#include "tests/component/ComponentFixture.h"
+#include "writer/OleDate.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace writer;
+namespace p = writer::property;
+
+const std::vector<const ItemProperty*> kAllProperties{
+    &p::Subject, &p::AlternateRecipientAllowed, &p::AutoForwarded, &p::DisplayBcc, &p::BillingInformation, &p::Body,
+    &p::NamedText8012, &p::DisplayCc, &p::Companies, &p::ConversationTopic, &p::DeleteAfterSubmit, &p::DueDate,
+    &p::FollowupIcon, &p::FlagRequest, &p::FlagStatus, &p::HtmlBody, &p::Importance, &p::Mileage, &p::AgingDontAgeMe,
+    &p::OriginatorDeliveryReportRequested, &p::ReadReceiptRequested, &p::AddressLine, &p::DeliveryTime,
+    &p::RecipientReassignmentProhibited, &p::ReminderOverride, &p::ReminderSet, &p::ReminderTime,
+    &p::SenderEmailAddress, &p::SenderAddressType, &p::SenderName, &p::Sensitivity, &p::Sent, &p::SubmitTime,
+    &p::SentRepresentingName, &p::SentRepresentingEmailAddress, &p::SentRepresentingAddressType, &p::DisplayTo,
+    &p::UnRead, &p::RtfBody};
+
+std::u16string TextFor(const ItemProperty& property)
+{
+    std::u16string text(property.name.begin(), property.name.end());
+    // Only characters of one byte in the RTF body.
+    return property.number == format::pid::kRtfCompressed ? u"{\\rtf1 " + text + u" \u00E4}" : text + u" \u00E4\u6F22";
+}
+
+/// Values that no two properties share.
+void SetAll(IMessageItem& item, bool flags)
+{
+    for (std::size_t i = 0; i < kAllProperties.size(); ++i) {
+        const ItemProperty& property = *kAllProperties[i];
+        switch (property.kind) {
+            case PropertyKind::Text: item.SetText(property, TextFor(property)); break;
+            case PropertyKind::Date: item.SetDate(property, 40000.0 + static_cast<double>(i) + 0.25); break;
+            case PropertyKind::Flag: item.SetFlag(property, flags ? -1 : 0); break;
+            case PropertyKind::Number: item.SetNumber(property, static_cast<std::int32_t>(100 + i)); break;
+        }
+    }
+}
+
+void ExpectAll(IMessageItem& item, bool flags)
+{
+    for (std::size_t i = 0; i < kAllProperties.size(); ++i) {
+        const ItemProperty& property = *kAllProperties[i];
+        SCOPED_TRACE(std::string(property.name));
+        switch (property.kind) {
+            case PropertyKind::Text: EXPECT_EQ(item.GetText(property), TextFor(property)); break;
+            case PropertyKind::Date: EXPECT_EQ(item.GetDate(property), 40000.0 + static_cast<double>(i) + 0.25); break;
+            case PropertyKind::Flag: EXPECT_EQ(item.GetFlag(property) != 0, flags); break;
+            case PropertyKind::Number: EXPECT_EQ(item.GetNumber(property), static_cast<std::int32_t>(100 + i)); break;
+        }
+    }
+}
+
+class ComponentProperties : public CComponentFixture {
+protected:
+    void SetUp() override { CreateStore(); }
+    /// Sets values on a new item and reads them back at every stage of its life.
+    void RoundTrip(const std::function<void(IMessageItem&)>& set, const std::function<void(IMessageItem&)>& expect)
+    {
+        {
+            const auto item = AddItem(root, u"IPM.Note");
+            set(*item);
+            expect(*item);
+            item->Save();
+            expect(*item);
+            expect(*root->GetItems()->GetFirst());
+        }
+        Reopen();
+        expect(*root->GetItems()->GetFirst());
+    }
+};
+
+TEST_F(ComponentProperties, EachReadsBackAsWritten)
+{
+    RoundTrip([](IMessageItem& item) { SetAll(item, true); }, [](IMessageItem& item) { ExpectAll(item, true); });
+}
+
+TEST_F(ComponentProperties, ClearedFlagsReadBackClear)
+{
+    RoundTrip([](IMessageItem& item) { SetAll(item, false); }, [](IMessageItem& item) { ExpectAll(item, false); });
+}
+
+TEST_F(ComponentProperties, OfANewMailAreEmptyUnreadAndUnsent)
+{
+    RoundTrip([](IMessageItem&) {},
+              [](IMessageItem& item) {
+                  EXPECT_EQ(item.GetMessageClass(), u"IPM.Note");
+                  EXPECT_EQ(item.GetFlag(p::Sent), 0);
+                  EXPECT_NE(item.GetFlag(p::UnRead), 0);
+                  EXPECT_EQ(item.GetText(p::Subject), u"");
+                  EXPECT_EQ(item.GetText(p::Companies), u"");
+                  EXPECT_EQ(item.GetText(p::HtmlBody), u"");
+                  EXPECT_EQ(item.GetDate(p::DueDate), kNoDate);
+                  EXPECT_EQ(item.GetNumber(p::FlagStatus), 0);
+                  EXPECT_EQ(item.GetAttachments()->GetCount(), 0);
+              });
+}
+
+TEST_F(ComponentProperties, TextsOfUnusualContentSurvive)
+{
+    const std::u16string large(700'000, u'\u00FC');
+    RoundTrip(
+        [&](IMessageItem& item) {
+            item.SetText(p::Subject, std::u16string(u"\x01\x05" u"Re: a\0b", 9));
+            item.SetText(p::Companies, u";a;;b;");
+            item.SetText(p::Body, large);
+            item.SetText(p::HtmlBody, u"<p>" + large + u"\U0001F600</p>");
+            item.SetText(p::DisplayTo, std::u16string(2000, u'x'));
+            item.SetText(p::SenderName, u"set");
+            item.SetText(p::SenderName, u"");
+        },
+        [&](IMessageItem& item) {
+            EXPECT_EQ(item.GetText(p::Subject), u"\x01\x05" u"Re: ab");
+            EXPECT_EQ(item.GetText(p::Companies), u";a;;b;");
+            EXPECT_EQ(item.GetText(p::Body), large);
+            EXPECT_EQ(item.GetText(p::HtmlBody), u"<p>" + large + u"\U0001F600</p>");
+            EXPECT_EQ(item.GetText(p::DisplayTo), std::u16string(2000, u'x'));
+            EXPECT_EQ(item.GetText(p::SenderName), u"");
+        });
+}
+
+std::u16string StreamText(std::u16string_view type, std::uint32_t crc, std::u16string_view contents)
+{
+    std::vector<std::byte> header(16);
+    format::StoreLE(header, 0, static_cast<std::uint32_t>(contents.size() + 12));
+    format::StoreLE(header, 4, static_cast<std::uint32_t>(contents.size()));
+    for (std::size_t i = 0; i < 4; ++i)
+        header[8 + i] = static_cast<std::byte>(type[i]);
+    format::StoreLE(header, 12, crc);
+    std::u16string text;
+    for (const std::byte b : header)
+        text.push_back(static_cast<char16_t>(b));
+    return text.append(contents);
+}
+
+// The CRC of "123456789" is published, so the stream is right without our own arithmetic.
+constexpr std::uint32_t kCheckCrc = 0x2DFD2D88;
+
+TEST_F(ComponentProperties, RtfStreamsAreKeptAndOtherRtfIsStored)
+{
+    const auto compressed = StreamText(u"LZFu", kCheckCrc, u"123456789");
+    const auto damaged = StreamText(u"LZFu", kCheckCrc ^ 1, u"123456789");
+    const auto stored = StreamText(u"MELA", 0, u"{\\rtf1 x}");
+    for (const auto& [given, read] : {std::pair{compressed, compressed}, {damaged, damaged},
+                                      {stored, std::u16string(u"{\\rtf1 x}")}, {std::u16string(u"{\\rtf1}"),
+                                                                                std::u16string(u"{\\rtf1}")}}) {
+        const auto item = AddItem(root, u"IPM.Note");
+        item->SetText(p::RtfBody, given);
+        EXPECT_EQ(item->GetText(p::RtfBody), read);
+    }
+    const auto bytesOf = [](std::u16string_view text) {
+        std::vector<std::byte> bytes;
+        for (const char16_t unit : text)
+            bytes.push_back(static_cast<std::byte>(unit));
+        return bytes;
+    };
+    EXPECT_TRUE(component::pst::IsRtfStream(bytesOf(compressed)));
+    EXPECT_TRUE(component::pst::IsRtfStream(bytesOf(stored)));
+    EXPECT_FALSE(component::pst::IsRtfStream(bytesOf(damaged)));
+    EXPECT_FALSE(component::pst::IsRtfStream(bytesOf(compressed + u"x")));
+    EXPECT_EQ(component::pst::StoreRtf(bytesOf(u"{\\rtf1 x}")), bytesOf(stored));
+}
+
+TEST_F(ComponentProperties, ReplyAndForwardSetTheirMarksOnly)
+{
+    constexpr ItemProperty kIcon = p::Number("IconIndex", format::pid::kIconIndex);
+    constexpr ItemProperty kVerb = p::Number("LastVerb", format::pid::kLastVerbExecuted);
+    const auto replied = AddItem(root, u"IPM.Note");
+    EXPECT_TRUE(replied->Reply());
+    replied->Save();
+    const auto forwarded = AddItem(root, u"IPM.Note");
+    EXPECT_TRUE(forwarded->Forward());
+    forwarded->Save();
+    ASSERT_EQ(root->GetItems()->GetCount(), 2);
+    Reopen();
+    const auto items = root->GetItems();
+    const auto first = items->GetFirst();
+    EXPECT_EQ(first->GetNumber(kIcon), 0x105);
+    EXPECT_EQ(first->GetNumber(kVerb), 102);
+    const auto second = items->GetNext();
+    EXPECT_EQ(second->GetNumber(kIcon), 0x106);
+    EXPECT_EQ(second->GetNumber(kVerb), 104);
+}
+
+template <class Interface>
+bool Has(const CRef<IMessageItem>& item)
+{
+    return static_cast<bool>(QueryInterface<Interface>(item));
+}
+
+TEST_F(ComponentProperties, InterfaceFollowsFromTheMessageClass)
+{
+    const std::vector<std::pair<std::u16string_view, char>> classes{
+        {u"IPM.Contact", 'c'}, {u"IPF.DistList", 'c'}, {u"IPM.Activity", 'j'}, {u"IPM.Journal", 'j'},
+        {u"IPM.Task", 't'}, {u"IPM.TaskRequest.Update", 't'}, {u"IPM.TaskRequest.Accept", ' '},
+        {u"IPF.StickyNote", 'n'}, {u"IPM.Appointment", 'a'}, {u"IPM.Schedule.Meeting.Resp.Tent", 'm'},
+        {u"IPM.Note", ' '}, {u"ipm.contact", ' '}, {u"", ' '}};
+    for (const auto& [messageClass, kind] : classes) {
+        const auto saved = AddItem(root, messageClass);
+        saved->Save();
+    }
+    Reopen();
+    const auto items = root->GetItems();
+    auto item = items->GetFirst();
+    for (const auto& [messageClass, kind] : classes) {
+        ASSERT_TRUE(item);
+        EXPECT_EQ(item->GetMessageClass(), messageClass);
+        EXPECT_EQ(Has<IContactItem>(item), kind == 'c');
+        EXPECT_EQ(Has<IJournalItem>(item), kind == 'j');
+        EXPECT_EQ(Has<ITaskItem>(item), kind == 't');
+        EXPECT_EQ(Has<INoteItem>(item), kind == 'n');
+        EXPECT_EQ(Has<IAppointmentItem>(item), kind == 'a');
+        EXPECT_EQ(Has<IMeetingItem>(item), kind == 'm');
+        item = items->GetNext();
+    }
+    EXPECT_FALSE(item);
+}
+
+}  // namespace
+}  // namespace pastille::tests

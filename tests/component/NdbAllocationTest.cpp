@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "component/pst/ndb/AllocationPlan.h"
+#include "component/pst/ndb/SortedList.h"
+
+namespace pastille::tests {
+namespace {
+
+using component::pst::CAllocationPlan;
+using component::pst::MapPagePlace;
+using format::PageType;
+
+constexpr std::uint64_t kSection = 253952;
+
+std::vector<PageType> TypesOf(std::uint64_t section)
+{
+    std::vector<PageType> types;
+    std::uint64_t expected = CAllocationPlan::SectionStart(section);
+    for (const MapPagePlace& place : CAllocationPlan::MapPagesOf(section)) {
+        EXPECT_EQ(place.offset, expected);
+        expected += 512;
+        types.push_back(place.type);
+    }
+    return types;
+}
+
+TEST(NdbAllocation, MapPagesStandAtTheirIntervals)
+{
+    using enum PageType;
+    const std::map<std::uint64_t, std::vector<PageType>> expected = {
+        {0, {AllocationMap, PageMap}},
+        {1, {AllocationMap}},
+        {7, {AllocationMap}},
+        {8, {AllocationMap, PageMap}},
+        {120, {AllocationMap, PageMap}},
+        {128, {AllocationMap, PageMap, FreeMap}},
+        {624, {AllocationMap, PageMap, FreeMap}},
+        {8191, {AllocationMap}},
+        {8192, {AllocationMap, PageMap, FreePageMap}},
+        {39936, {AllocationMap, PageMap, FreePageMap}}};
+    for (const auto& [section, types] : expected)
+        EXPECT_EQ(TypesOf(section), types) << section;
+    EXPECT_EQ(CAllocationPlan::MapPagesOf(128)[2].offset, 0x1F04800u);
+    EXPECT_EQ(CAllocationPlan::MapPagesOf(8192)[2].offset, 0x7C004800u);
+}
+
+TEST(NdbAllocation, SkipsMapPagesAndNeverCrossesASection)
+{
+    CAllocationPlan plan;
+    EXPECT_EQ(plan.FileSize(), 0x42400u) << "the smallest store";
+    EXPECT_EQ(plan.TakeBlock(64), 0x4800u) << "behind the first AMap and PMap";
+    EXPECT_EQ(plan.TakePage(), 0x4A00u) << "pages at multiples of 512";
+    EXPECT_EQ(plan.TakeBlock(8192), 0x4C00u);
+
+    const std::uint64_t second = 0x4400 + kSection;
+    plan.SkipTo(second - 64);
+    EXPECT_EQ(plan.TakeBlock(64), second - 64) << "exactly up to the border";
+    EXPECT_EQ(plan.SectionCount(), 1u) << "a full section does not begin the next";
+    EXPECT_EQ(plan.TakeBlock(64), second + 512) << "one map page only";
+    plan.SkipTo(second + kSection - 8128);
+    EXPECT_EQ(plan.TakeBlock(8192), second + kSection + 512) << "too long for the rest of the section";
+    EXPECT_EQ(plan.SectionCount(), 3u);
+    EXPECT_EQ(plan.FileSize(), 0x4400 + 3 * kSection);
+    EXPECT_EQ(plan.LastAMapOffset(), 0x4400 + 2 * kSection);
+
+    for (const std::uint64_t section : {128u, 8192u}) {
+        const std::uint64_t start = CAllocationPlan::SectionStart(section);
+        CAllocationPlan far;
+        far.SkipTo(start - 128);
+        EXPECT_EQ(far.TakePage(), start + 3 * 512) << section;
+    }
+}
+
+TEST(NdbAllocation, BitsFollowWhatIsMarked)
+{
+    CAllocationPlan plan;
+    const std::uint64_t block = plan.TakeBlock(192);
+    EXPECT_EQ(plan.FreeBytes(), kSection - 1024) << "what is taken but not marked is free";
+    plan.Mark(block, 192);
+    EXPECT_EQ(plan.FreeBytes(), kSection - 1024 - 192);
+    EXPECT_EQ(plan.Bitmap(0)[1], std::byte{0xFF});
+    EXPECT_EQ(plan.Bitmap(0)[2], std::byte{0xE0}) << "most significant bit first";
+    plan.SetClean(0);
+    EXPECT_FALSE(plan.IsDirty(0));
+    plan.Clear(block + 64, 64);
+    EXPECT_TRUE(plan.IsDirty(0));
+    EXPECT_EQ(plan.Bitmap(0)[2], std::byte{0xA0});
+}
+
+struct Entry {
+    std::uint32_t key;
+    std::uint32_t Key() const { return key; }
+};
+
+// Keys in an order that uses body and tail and merges several times.
+TEST(NdbSortedList, FindsAndErasesInAnyOrder)
+{
+    component::pst::CSortedList<Entry> list;
+    constexpr std::uint32_t kCount = 20000;
+    for (std::uint32_t i = 0; i < kCount; ++i)
+        list.Insert({i * 7919 % kCount});
+    ASSERT_EQ(list.Size(), kCount);
+    for (std::uint32_t key = 0; key < kCount; key += 3)
+        EXPECT_TRUE(list.Erase(key));
+    for (std::uint32_t key = 0; key < kCount; ++key)
+        EXPECT_EQ(list.Find(key) != nullptr, key % 3 != 0) << key;
+    const std::vector<Entry>& sorted = list.Sorted();
+    EXPECT_TRUE(std::ranges::is_sorted(sorted, {}, &Entry::key));
+    EXPECT_EQ(sorted.size(), kCount - (kCount + 2) / 3);
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,249 @@
+#include <gtest/gtest.h>
+
+#include "component/pst/ndb/DataTree.h"
+#include "format/Block.h"
+#include "tests/component/NdbTestFile.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace component::pst;
+using format::Bid;
+using format::Nid;
+using format::NidType;
+
+Bid WriteTree(CNdbWriter& writer, std::span<const std::byte> bytes, std::size_t children = 1021)
+{
+    CDataTreeWriter tree(writer, children);
+    tree.Append(bytes);
+    EXPECT_EQ(tree.Size(), bytes.size());
+    return tree.Finish();
+}
+
+std::size_t CountBlocks(CNdbReader& reader)
+{
+    std::size_t count = 0;
+    reader.VisitBlocks([&count](const format::BlockEntry&) { return ++count != 0; });
+    return count;
+}
+
+TEST(NdbWriter, TreesOfAnySizeReadBack)
+{
+    for (const std::uint32_t count : {1u, 15u, 16u, 20u, 21u, 300u, 301u, 10000u}) {
+        CTestFile file;
+        CNdbWriter writer(file);
+        // Falling, so that the tree cannot rely on the order of putting.
+        for (std::uint32_t i = count; i-- > 0;)
+            writer.PutNode(MessageNid(i), writer.AddDataBlock(Pattern(10 + i % 50, i)), {}, {0x122 + i});
+        writer.Commit();
+        ASSERT_NO_THROW(VerifyNodeDatabase(file)) << count;
+
+        CNdbReader reader(file);
+        std::uint32_t seen = 0;
+        reader.VisitNodes([&seen](const NodeRecord& node) { return node.nid == MessageNid(seen++); });
+        EXPECT_EQ(seen, count);
+        for (std::uint32_t i = 0; i < count; i += 1 + count / 40) {
+            const auto node = reader.FindNode(MessageNid(i));
+            ASSERT_TRUE(node) << i;
+            EXPECT_EQ(*reader.ReadBlock(node->data), Pattern(10 + i % 50, i));
+            EXPECT_EQ(node->parent.value, 0x122 + i);
+        }
+        EXPECT_FALSE(reader.FindNode(MessageNid(count)));
+        EXPECT_FALSE(reader.FindNode({0x21}));
+    }
+}
+
+TEST(NdbWriter, HeaderIsZeroUntilTheFirstCommit)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    for (unsigned i = 0; i < 200; ++i)
+        writer.AddDataBlock(Pattern(8176, i));
+    EXPECT_GE(file.firstWritten, 0x4400u);
+    EXPECT_GT(file.bytes.size(), 1u << 20) << "blocks went to the file meanwhile";
+    EXPECT_THROW(CNdbReader{file}, CFormatError);
+}
+
+TEST(NdbWriter, DataTreesOfAllShapes)
+{
+    // Cut to 3 children, so that two levels come within reach: up to 9 blocks.
+    const std::size_t full = 8176;
+    for (const std::size_t size : {std::size_t{1}, full, full + 1, 3 * full, 3 * full + 1, 9 * full}) {
+        CTestFile file;
+        CNdbWriter writer(file);
+        const std::vector<std::byte> bytes = Pattern(size, 7);
+        CDataTreeWriter tree(writer, 3);
+        for (std::size_t at = 0; at < size; at += 1000)
+            tree.Append(std::span(bytes).subspan(at, std::min<std::size_t>(1000, size - at)));
+        writer.PutNode({0x21}, tree.Finish(), {});
+        writer.Commit();
+        ASSERT_NO_THROW(VerifyNodeDatabase(file)) << size;
+        CNdbReader reader(file);
+        CDataTreeReader data(reader, reader.FindNode({0x21})->data);
+        EXPECT_EQ(data.Size(), size);
+        EXPECT_EQ(data.ReadAll(), bytes);
+        // A range that begins inside a block and ends in the next or at the end.
+        std::vector<std::byte> range(full);
+        const std::size_t start = size / 2;
+        range.resize(data.Read(start, range));
+        EXPECT_EQ(range.size(), std::min(full, size - start));
+        EXPECT_TRUE(std::equal(range.begin(), range.end(), bytes.begin() + static_cast<std::ptrdiff_t>(start)));
+        EXPECT_EQ(data.Read(size, range), 0u);
+    }
+    CTestFile file;
+    CNdbWriter writer(file);
+    CDataTreeWriter tree(writer, 3);
+    EXPECT_EQ(CDataTreeWriter(writer).Finish(), Bid{}) << "no bytes, no tree";
+    EXPECT_THROW(tree.Append(Pattern(9 * full + 1)); tree.Finish(), std::length_error);
+}
+
+TEST(NdbWriter, SubnodeTreesOfBothLevels)
+{
+    for (const std::size_t count : {1u, 4u, 5u, 20u}) {
+        CTestFile file;
+        CNdbWriter writer(file);
+        const Bid shared = writer.AddDataBlock(Pattern(100));
+        CSubnodeTreeWriter inner;
+        inner.Add({0x671}, shared);
+        const Bid innerTree = inner.Finish(writer);
+        CSubnodeTreeWriter subnodes({4, 5});
+        for (std::uint32_t i = static_cast<std::uint32_t>(count); i-- > 0;)
+            subnodes.Add(Nid::Make(NidType::Attachment, 0x401 + i), shared, innerTree);
+        writer.AllocateNid(NidType::Attachment);
+        for (std::size_t i = 1; i < count; ++i)
+            writer.AllocateNid(NidType::Attachment);
+        writer.PutNode(MessageNid(0), shared, subnodes.Finish(writer), {0x122});
+        EXPECT_EQ(writer.ReferencesTo(shared), count + 2) << "the node, its subnodes, the one inner subnode block";
+        EXPECT_EQ(writer.ReferencesTo(innerTree), count);
+        writer.Commit();
+        ASSERT_NO_THROW(VerifyNodeDatabase(file)) << count;
+
+        CNdbReader reader(file);
+        const Bid sub = reader.FindNode(MessageNid(0))->sub;
+        std::uint32_t seen = 0;
+        VisitSubnodes(reader, sub, [&seen](const NodeRecord& node) {
+            return node.nid == Nid::Make(NidType::Attachment, 0x401 + seen++);
+        });
+        EXPECT_EQ(seen, count);
+        for (std::uint32_t i = 0; i < count; ++i)
+            EXPECT_TRUE(FindSubnode(reader, sub, Nid::Make(NidType::Attachment, 0x401 + i))) << i;
+        EXPECT_FALSE(FindSubnode(reader, sub, {0x21}));
+        EXPECT_FALSE(FindSubnode(reader, sub, Nid::Make(NidType::Ltp, 0x500)));
+    }
+    CTestFile file;
+    CNdbWriter writer(file);
+    CSubnodeTreeWriter twice;
+    twice.Add({0x671}, {});
+    twice.Add({0x671}, {});
+    EXPECT_THROW(twice.Finish(writer), std::invalid_argument);
+}
+
+// A block leaves the store when the last that holds it goes, and what it holds goes with it.
+TEST(NdbWriter, ReplacedNodesGiveTheirBlocksBack)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    const std::vector<std::byte> big = Pattern(5 * 8176, 1);
+    const Bid first = WriteTree(writer, big, 2);
+    const Bid common = writer.AddDataBlock(Pattern(64, 2));
+    writer.PutNode({0x21}, first, {});
+    writer.PutNode({0x61}, common, {});
+    writer.PutNode({0x122}, common, {});
+    writer.AddDataBlock(Pattern(500, 3));
+    writer.Commit();
+    ASSERT_NO_THROW(VerifyNodeDatabase(file));
+    {
+        CNdbReader reader(file);
+        EXPECT_EQ(CountBlocks(reader), 5u + 3u + 1u + 1u) << "leaves, XBLOCKs, XXBLOCK, the common block";
+        EXPECT_EQ(reader.FindBlock(common)->references, 3) << "one more than its nodes";
+    }
+    writer.PutNode({0x21}, common, {});
+    EXPECT_TRUE(writer.RemoveNode({0x61}));
+    EXPECT_FALSE(writer.RemoveNode({0x61}));
+    writer.PutNode({0x122}, common, {});
+    EXPECT_EQ(writer.ReferencesTo(common), 2u);
+    writer.Commit();
+    ASSERT_NO_THROW(VerifyNodeDatabase(file));
+    CNdbReader reader(file);
+    EXPECT_EQ(CountBlocks(reader), 1u);
+    EXPECT_FALSE(reader.FindNode({0x61}));
+    EXPECT_GT(reader.Header().freeBytes, 0x3E000u - 2048);
+}
+
+TEST(NdbWriter, EveryCommitLeavesAStoreOfItsOwn)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    std::vector<std::vector<std::byte>> snapshots;
+    for (std::uint32_t round = 0; round < 6; ++round) {
+        for (std::uint32_t i = 0; i < 40; ++i)
+            writer.PutNode(MessageNid(round * 40 + i), writer.AddDataBlock(Pattern(8000, round * 40 + i)), {});
+        writer.PutNode({0x21}, writer.AddDataBlock(Pattern(100, round)), {});
+        writer.Commit();
+        ASSERT_NO_THROW(VerifyNodeDatabase(file)) << round;
+        CNdbReader reader(file);
+        EXPECT_EQ(*reader.ReadBlock(reader.FindNode({0x21})->data), Pattern(100, round));
+        for (std::uint32_t i = 0; i < (round + 1) * 40; ++i)
+            EXPECT_EQ(*reader.ReadBlock(reader.FindNode(MessageNid(i))->data), Pattern(8000, i));
+    }
+    EXPECT_GT(CNdbReader(file).Header().lastAMapOffset, 0x4400u) << "more than one section was used";
+}
+
+TEST(NdbWriter, ReadsBackWhatIsNotCommitted)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    std::vector<Bid> bids;
+    for (unsigned i = 0; i < 400; ++i)
+        bids.push_back(writer.AddDataBlock(Pattern(5000 + i, i)));
+    for (unsigned i = 0; i < 400; ++i)
+        ASSERT_EQ(*writer.ReadBlock(bids[i]), Pattern(5000 + i, i)) << i;
+    EXPECT_THROW(writer.ReadBlock({4 * 401}), std::invalid_argument);
+    EXPECT_THROW(writer.ReadBlock({bids[0].value | 2}), std::invalid_argument);
+    EXPECT_THROW(writer.AddDataBlock({}), std::length_error);
+    EXPECT_THROW(writer.AddDataBlock(Pattern(8177)), std::length_error);
+}
+
+TEST(NdbWriter, NodeIdsFollowTheHeadersCounters)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    const Bid block = writer.AddDataBlock(Pattern(10));
+    writer.PutNode(Nid{0x8062}, block, {}, {0x8022});
+    const Nid folder = writer.AllocateNid(NidType::NormalFolder);
+    EXPECT_EQ(folder, (Nid{0x8082})) << "behind the folder that has its id from elsewhere";
+    writer.PutNode(Nid::Make(NidType::HierarchyTable, folder.Index()), block, {});
+    EXPECT_EQ(writer.AllocateNid(NidType::NormalFolder).Index(), folder.Index() + 1);
+    EXPECT_EQ(writer.AllocateNid(NidType::NormalMessage), (Nid{0x200024})) << "index 0x10001";
+    EXPECT_EQ(writer.AllocateNid(NidType::AssociatedMessage).Index(), 0x8001u);
+    EXPECT_EQ(writer.AllocateNid(NidType::SearchFolder).Index(), 0x4001u);
+    EXPECT_EQ(writer.AllocateNid(NidType::Ltp).Index(), 0x401u);
+    const std::uint32_t version = writer.NextUnique();
+    EXPECT_LT(version, writer.NextUnique());
+    writer.Commit();
+    const format::FileHeader header = CNdbReader(file).Header();
+    const std::size_t folderTypes[] = {2, 0x0D, 0x0E, 0x0F};
+    for (const std::size_t type : folderTypes)
+        EXPECT_EQ(header.lastNodeIndex[type], folder.Index() + 1);
+    EXPECT_EQ(header.lastNodeIndex[0x10], 0x4001u) << "search folders share theirs as well";
+    EXPECT_GT(header.unique, version + 1);
+}
+
+TEST(NdbWriter, BlocksAreStoredAsTheHeaderSays)
+{
+    for (const auto method : {format::CryptMethod::None, format::CryptMethod::Permute, format::CryptMethod::Cyclic}) {
+        CTestFile file;
+        CNdbWriter writer(file, method);
+        const std::vector<std::byte> plain = Pattern(3 * 8176, 9);
+        writer.PutNode({0x21}, WriteTree(writer, plain), {});
+        writer.Commit();
+        ASSERT_NO_THROW(VerifyNodeDatabase(file));
+        const bool isPlain = std::ranges::equal(std::span(file.bytes).subspan(0x4800, 8176), std::span(plain).first(8176));
+        EXPECT_EQ(isPlain, method == format::CryptMethod::None);
+        CNdbReader reader(file);
+        EXPECT_EQ(CDataTreeReader(reader, reader.FindNode({0x21})->data).ReadAll(), plain);
+    }
+}
+
+}  // namespace
+}  // namespace pastille::tests

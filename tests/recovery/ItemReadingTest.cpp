@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include "tests/recovery/RecoverySupport.h"
+
+namespace pastille::tests {
+namespace {
+
+namespace pid = format::pid;
+
+StoreDescription Inbox(std::vector<StoreMessage> messages, StoreFormat format = {})
+{
+    StoreDescription description;
+    description.format = format;
+    description.folders = {{.name = u"Inbox", .messages = std::move(messages)}};
+    return description;
+}
+
+/// A mail with nothing but its class and these.
+StoreMessage Bare(std::vector<StoreProperty> properties)
+{
+    StoreMessage mail;
+    mail.bare = true;
+    mail.properties = std::move(properties);
+    mail.properties.push_back(Text(pid::kMessageClass, u"IPM.Note"));
+    return mail;
+}
+
+FakeItem Recovered(const StoreMessage& mail, StoreFormat format = {})
+{
+    CRecoveryScenario scenario(Inbox({mail}, format));
+    scenario.Run();
+    return scenario.OnlyItem(u"\\Inbox");
+}
+
+TEST(MailReading, AWholeMailInEveryVariant)
+{
+    using enum format::Variant;
+    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
+        for (const bool ost : {false, true}) {
+            StoreFormat format;
+            format.variant = variant;
+            format.ost = ost;
+            CRecoveryScenario scenario(
+                Inbox({Mail(u"Caf\u00E9", u"Ann Other", u"Text", FileTime(2026, 11, 22))}, format));
+            scenario.Run();
+            const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
+            EXPECT_EQ(mail.Text("Subject"), u"Caf\u00E9");
+            EXPECT_EQ(mail.Text("SentRepresentingName"), u"Ann Other");
+            EXPECT_EQ(mail.Text("DisplayTo"), u"Archive");
+            EXPECT_EQ(mail.Text("Body"), u"Text");
+            EXPECT_EQ(mail.dates.at("SubmitTime"), 46'348.0);
+            EXPECT_EQ(mail.numbers.at("Sent"), 1);
+            EXPECT_EQ(mail.numbers.at("UnRead"), 0);
+            EXPECT_EQ(
+                scenario.frontEnd.Cells(),
+                (std::vector<std::string>{"1:Ann Other", "2:Archive", "3:Caf\xC3\xA9", "4:11 /22 /2026"}));
+            EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), 1u);
+        }
+    }
+}
+
+TEST(MailReading, TheLogTellsSubjectAndSaving)
+{
+    CRecoveryScenario scenario(Inbox({Mail(u"One", u"f", u"b", 0), Bare({})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.CountInLog(u"\r\n\r\nMail Subject: One\r\nStatus: Recovered\r\n"), 1u);
+    EXPECT_EQ(scenario.CountInLog(u"Mail Subject: "), 1u) << "none for the mail without a subject";
+    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered\r\n"), 2u);
+}
+
+TEST(MailReading, TheFirstOfSubjectAndTopicIsTheSubject)
+{
+    EXPECT_EQ(Recovered(Bare({Text(pid::kConversationTopic, u"topic")})).Text("Subject"), u"topic");
+    EXPECT_EQ(Recovered(Bare({Text(pid::kSubject, u"subject"), Text(pid::kConversationTopic, u"topic")}))
+                  .Text("Subject"),
+              u"subject");
+    StoreProperty damaged = Text(pid::kSubject, u"subject");
+    damaged.hnid = 0x7FE0;  // an allocation that the heap does not have
+    EXPECT_EQ(Recovered(Bare({damaged, Text(pid::kConversationTopic, u"topic")})).Text("Subject"), u"topic");
+}
+
+TEST(MailReading, PropertiesBeforeTheClassReachNoWriter)
+{
+    const FakeItem mail = Recovered(Mail(u"s", u"f", u"b", 0));  // has PidTagImportance, which stands before
+    EXPECT_FALSE(mail.Wrote("Importance"));
+    EXPECT_TRUE(mail.Wrote("Sensitivity")) << "stands behind the class";
+}
+
+TEST(MailReading, ATextOutsideTheHeapIsReadFromItsSubnode)
+{
+    const std::u16string recipients(5000, u'r');
+    const FakeItem mail = Recovered(Bare(
+        {InSubnode(Text(pid::kDisplayTo, recipients)), InSubnode(Text(pid::kSubject, u"in a subnode"))}));
+    EXPECT_TRUE(mail.Text("DisplayTo") == recipients);
+    EXPECT_TRUE(mail.Text("Subject") == u"in a subnode");
+}
+
+TEST(MailReading, AValueOutsideTheHeapIsNotWritten)
+{
+    StoreProperty cc = Text(pid::kDisplayCc, u"cc");
+    cc.hnid = 0x7FE0;
+    StoreProperty submitted = Time(pid::kClientSubmitTime, 1);
+    submitted.hnid = 0xFFFFFFE0;
+    const FakeItem mail = Recovered(Bare({cc, submitted, Text(pid::kDisplayTo, u"to")}));
+    EXPECT_FALSE(mail.Wrote("DisplayCc"));
+    EXPECT_FALSE(mail.Wrote("SubmitTime"));
+    EXPECT_TRUE(mail.Wrote("DisplayTo"));
+}
+
+TEST(MailReading, AClassOutsideTheHeapGivesNoItem)
+{
+    StoreMessage damaged = Bare({Text(pid::kSubject, u"s")});
+    damaged.properties.back().hnid = 0x7FE0;
+    CRecoveryScenario scenario(Inbox({damaged}));
+    scenario.Run();
+    EXPECT_EQ(scenario.component.CountCalls("AddItem"), 0u);
+    EXPECT_FALSE(scenario.state.failed);
+}
+
+TEST(MailReading, BodiesOfTheHeapAreReadEachFromItsOwnPlace)
+{
+    const StoreProperty plain = Text(pid::kBody, u"plain");
+    const StoreProperty rtf = Binary(pid::kRtfCompressed, "{\\rtf1 \x80\xFF}");
+    const StoreProperty html = Binary(pid::kHtml, "<p>");
+
+    EXPECT_EQ(Recovered(Bare({plain})).Text("Body"), u"plain");
+    const FakeItem onlyRtf = Recovered(Bare({rtf}));
+    EXPECT_EQ(onlyRtf.Text("RtfBody"), u"{\\rtf1 \u0080\u00FF}") << "one character per byte";
+    EXPECT_FALSE(onlyRtf.Wrote("Body"));
+    const FakeItem both = Recovered(Bare({plain, rtf, html}));
+    EXPECT_EQ(both.Text("Body"), u"plain");
+    EXPECT_FALSE(both.Wrote("RtfBody"));
+    EXPECT_FALSE(Recovered(Bare({html})).Wrote("Body"));
+
+    StoreProperty damaged = plain;
+    damaged.hnid = 0x7FE0;
+    const FakeItem without = Recovered(Bare({damaged, Text(pid::kSubject, u"s")}));
+    EXPECT_FALSE(without.Wrote("Body"));
+    EXPECT_EQ(without.saves, 1) << "the mail is saved without its body";
+}
+
+TEST(ItemFinishing, OtherFamiliesAreSavedAndLogged)
+{
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"IPM.Contact", u"Contact Subject: "}, {u"IPM.Task", u"Task Item: "},
+        {u"IPM.Appointment", u"Appointment: "}, {u"IPM.Schedule.Meeting.Request", u"Meeting: "},
+        {u"IPM.Activity", u"Journals: "},       {u"IPM.StickyNote", u"Notes: "},
+    };
+    for (const auto& [messageClass, label] : cases) {
+        StoreMessage item;
+        item.messageClass = messageClass;
+        CRecoveryScenario scenario(Inbox({item}));
+        scenario.Run();
+        EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").messageClass, messageClass);
+        EXPECT_EQ(scenario.CountInLog(std::u16string(u"\r\n\r\n") + label), 1u)
+            << platform::ToUtf8(messageClass);
+        EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 0u);
+        std::uint64_t counted = 0;
+        for (const auto count : scenario.pipeline->Figures().items)
+            counted += count;
+        EXPECT_EQ(counted, 1u);
+        EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), 0u);
+    }
+}
+
+TEST(ItemWalk, AStopFinishesTheItemBeingWritten)
+{
+    CRecoveryScenario scenario(Inbox({Mail(u"a", u"f", u"b", 0), Mail(u"c", u"f", u"b", 0)}));
+    scenario.frontEnd.onMessage = [&](const platform::Message& message) {
+        if (std::holds_alternative<platform::ListCellMessage>(message))
+            scenario.state.stopRequested = true;
+    };
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems().size(), 1u);
+    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 1u);
+    EXPECT_TRUE(scenario.component.committed);
+    EXPECT_TRUE(exists(scenario.state.outputPath));
+    EXPECT_EQ(scenario.frontEnd.BoxTexts(),
+              std::vector<std::u16string>{u"Recovery process aborted.\nRecovered at:" +
+                                          platform::PathText(scenario.state.outputPath)});
+}
+
+TEST(ItemWalk, ASmartScanWithoutOrphansRunsToItsEnd)
+{
+    CRecoveryScenario scenario(Inbox({Mail(u"a", u"f", u"b", 0)}));
+    scenario.settings.smartScan = true;
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Note"});
+    EXPECT_EQ(scenario.frontEnd.All<platform::CompletionMessage>().size(), 1u);
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include "tests/recovery/RecoverySupport.h"
+
+namespace pastille::tests {
+namespace {
+
+constexpr std::uint32_t kNoSuchFolder = 0x9FC2;
+
+StoreMessage Item(std::u16string messageClass)
+{
+    StoreMessage item = Mail(u"subject", u"sender", u"body", 0);
+    item.messageClass = std::move(messageClass);
+    return item;
+}
+
+StoreMessage Lost(std::u16string messageClass)
+{
+    StoreMessage item = Item(std::move(messageClass));
+    item.parent = kNoSuchFolder;
+    return item;
+}
+
+std::vector<std::string> SavedOf(const StoreFolder& folder)
+{
+    StoreDescription description;
+    description.folders = {folder};
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    return scenario.component.SavedItems();
+}
+
+using Lines = std::vector<std::string>;
+
+TEST(ItemRouting, EveryKindOfClassFindsItsPlace)
+{
+    struct Case {
+        const char16_t* messageClass;
+        bool created;
+    };
+    const Case cases[] = {
+        {u"IPM.Note", true},
+        {u"ipm.note", true},
+        {u"NOTE", true},
+        {u"Report.IPM.Note.NDR", true},
+        {u"IPM.NOTE.Omtool.DR", true},
+        {u"IPM.MessageManager", true},
+        {u"XYZ", true},
+        {u"note", true},
+        {u"IPM.Contact", true},
+        {u"IPF.DistList", true},
+        {u"IPM.Appointment", true},
+        {u"IPM.Schedule.Meeting.Resp.Tent", true},
+        {u"IPM.TaskRequest.Decline", true},
+        {u"IPM.Activity", true},
+        {u"IPM.StickyNote", true},
+        {u"IPM.Note.Custom", false},
+        {u"ipm.contact", true},  // in no table and, in small letters, not like an item class
+        {u"IPM.Configuration.WorkHours", false},
+        {u"IPM.Configuration.RssRule", false},
+        {u"IPM.Rule.Message", false},
+        {u"xPx", false},
+        {u"xxF", false},
+    };
+    for (const Case& row : cases) {
+        const auto saved = SavedOf({.name = u"Mixed", .messages = {Item(row.messageClass)}});
+        const auto expected = row.created ? Lines{"\\Mixed: " + platform::ToUtf8(row.messageClass)} : Lines();
+        EXPECT_EQ(saved, expected) << platform::ToUtf8(row.messageClass);
+    }
+}
+
+TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
+{
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox",
+                            .messages = {Lost(u"IPM.Note"), Lost(u"IPM.Contact"), Lost(u"IPM.Note.Custom"),
+                                         Item(u"IP"), Item(u"IPM.Note")}}};
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+
+    Lines saved = scenario.component.SavedItems();
+    std::ranges::sort(saved);
+    EXPECT_EQ(saved, (Lines{"\\Inbox: IPM.Note", "\\Lost & Found: IP", "\\Lost & Found: IPM.Contact",
+                            "\\Lost & Found: IPM.Note", "\\Lost & Found: IPM.Note.Custom"}));
+    EXPECT_EQ(scenario.component.CountCalls("AddFolder:Lost & Found"), 1u);
+    const auto announced = scenario.frontEnd.All<platform::FolderMessage>();
+    EXPECT_EQ(std::ranges::count(announced, platform::FolderMessage::kLostAndFound,
+                                 &platform::FolderMessage::folderId),
+              1);
+    EXPECT_EQ(scenario.component.Folder(u"\\Lost & Found")->Saved().size(), 4u);
+    for (const FakeItem* item : scenario.component.Folder(u"\\Lost & Found")->Saved()) {
+        if (item->messageClass != u"IPM.Contact") {
+            EXPECT_EQ(item->Text("Subject"), u"subject") << "properties and body follow the item";
+            EXPECT_EQ(item->Text("Body"), u"body");
+        }
+    }
+}
+
+TEST(ItemRouting, ASourceFolderLostAndFoundIsTheSameFolder)
+{
+    StoreDescription description;
+    description.folders = {{.name = u"Lost & Found", .messages = {Item(u"IPM.Note"), Lost(u"IPM.Note")}}};
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(),
+              (Lines{"\\Lost & Found: IPM.Note", "\\Lost & Found: IPM.Note"}));
+}
+
+TEST(ItemRouting, TheTopFolderIsTheRootOfTheNewStore)
+{
+    StoreDescription description;
+    description.messages = {Item(u"IPM.Note"), Item(u"IPM.Contact")};
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), (Lines{": IPM.Note", ": IPM.Contact"}));
+    const auto announced = scenario.frontEnd.All<platform::FolderMessage>();
+    EXPECT_EQ(std::ranges::count(announced, u"", &platform::FolderMessage::folderPath), 2);
+}
+
+TEST(ItemRouting, AMissingFolderIsMadeUnderTheDefaultFolderOfItsKind)
+{
+    StoreDescription description;
+    description.folders = {{.name = u"My tasks", .messages = {Item(u"IPM.Task")}},
+                           {.name = u"My rules", .messages = {Item(u"IPM.MessageManager")}},
+                           {.name = u"My mails", .messages = {Item(u"IPM.Note")}}};
+    CRecoveryScenario scenario(description);
+    for (const char* name : {"AddFolder:My tasks", "AddFolder:My rules", "AddFolder:My mails"})
+        scenario.component.FailCalls(name, writer::E_FAIL, 0, 2);  // both attempts of the folder phase
+    scenario.Run();
+    EXPECT_EQ(
+        scenario.component.SavedItems(),
+        (Lines{"\\Tasks\\My tasks: IPM.Task", "\\My rules: IPM.MessageManager", "\\Lost & Found: IPM.Note"}));
+    EXPECT_EQ(scenario.pipeline->Figures().folders, 1u) << "the source's own Deleted Items";
+}
+
+TEST(ItemRouting, AnItemWhoseParentFolderDoesNotResolveIsNotPutElsewhere)
+{
+    StoreDescription description;
+    description.folders = {{.name = u"A", .folders = {{.name = u"B", .messages = {Item(u"IPM.Contact")}}}}};
+    CRecoveryScenario scenario(description);
+    scenario.component.FailCalls("AddFolder:A", writer::E_FAIL);
+    scenario.component.FailCalls("AddFolder:B", writer::E_FAIL);
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), (Lines{"\\Lost & Found: IPM.Contact"}));
+}
+
+TEST(ItemRouting, AnItemThatTheComponentDoesNotGiveIsPassedOver)
+{
+    StoreDescription description;
+    description.folders = {
+        {.name = u"Inbox",
+         .messages = {Item(u"IPM.Contact"), Item(u"IPM.Note"), Item(u"XYZ"), Item(u"ABC")}}};
+    CRecoveryScenario scenario(description);
+    scenario.component.classesWithoutItem = {u"IPM.Contact", u"IPM.Note", u"XYZ"};
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), (Lines{"\\Inbox: ABC"}));
+    EXPECT_FALSE(scenario.state.failed);
+}
+
+}  // namespace
+}  // namespace pastille::tests

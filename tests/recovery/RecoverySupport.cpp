@@ -1,0 +1,92 @@
+#include "tests/recovery/RecoverySupport.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+
+namespace pastille::tests {
+
+std::vector<std::u16string> CRecorder::BoxTexts() const
+{
+    std::vector<std::u16string> texts;
+    for (const auto& box : All<platform::BoxMessage>())
+        texts.push_back(box.text);
+    return texts;
+}
+
+std::vector<std::string> CRecorder::Cells() const
+{
+    std::vector<std::string> cells;
+    for (const auto& cell : All<platform::ListCellMessage>())
+        cells.push_back(std::to_string(cell.cell) + ":" + platform::ToUtf8(cell.text));
+    return cells;
+}
+
+std::vector<unsigned> CRecorder::Percentages(unsigned phase) const
+{
+    std::vector<unsigned> percentages;
+    unsigned current = 0;
+    for (const auto& message : messages) {
+        if (const auto* begun = std::get_if<platform::PhaseMessage>(&message))
+            current = begun->closing ? 0 : begun->phase;
+        const auto* percent = std::get_if<platform::PercentMessage>(&message);
+        if (percent != nullptr && current == phase)
+            percentages.push_back(percent->percent);
+    }
+    return percentages;
+}
+
+recovery::Clock FixedClock()
+{
+    ::setenv("TZ", "UTC", 1);
+    ::tzset();
+    return [] { return std::chrono::system_clock::from_time_t(1'795'381'509); };
+}
+
+CRecoveryScenario::CRecoveryScenario(const StoreDescription& description) : m_store(description)
+{
+    settings.sourcePath = "/mail/outlook.pst";
+    settings.destinationFolder = folder.Path();
+    options.clock = FixedClock();
+}
+
+void CRecoveryScenario::Run()
+{
+    CSourceInMemory memory(m_store.Content());
+    CFaultyFileSystem fileSystem(faults, memory);
+    pipeline = std::make_unique<recovery::CRecoveryPipeline>(component, options);
+    store::COutLook engine(fileSystem, frontEnd, *pipeline);
+    engine.Run(settings, state);
+    figures = engine.Figures();
+}
+
+std::u16string CRecoveryScenario::Log() const
+{
+    std::ifstream file(state.logPath, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::u16string text;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
+        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                      (static_cast<unsigned char>(bytes[i + 1]) << 8));
+    return text;
+}
+
+std::size_t CRecoveryScenario::CountInLog(std::u16string_view text) const
+{
+    const std::u16string log = Log();
+    std::size_t count = 0;
+    for (auto at = log.find(text); at != std::u16string::npos; at = log.find(text, at + 1))
+        ++count;
+    return count;
+}
+
+const FakeItem& CRecoveryScenario::OnlyItem(std::u16string_view folderPath)
+{
+    static const FakeItem kNone;
+    const FakeFolder* found = component.Folder(folderPath);
+    const auto saved = found == nullptr ? std::vector<const FakeItem*>() : found->Saved();
+    return saved.size() == 1 ? *saved.front() : kNone;
+}
+
+}  // namespace pastille::tests

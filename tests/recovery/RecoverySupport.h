@@ -1,0 +1,114 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Messages.h"
+#include "platform/RunState.h"
+#include "recovery/RecoveryPipeline.h"
+#include "recovery/RunSummary.h"
+#include "store/OutLook.h"
+#include "tests/support/FakeComponent.h"
+#include "tests/support/FaultyFileSystem.h"
+#include "tests/support/StoreBuilder.h"
+
+namespace pastille::tests {
+
+/// A front end that keeps everything it is sent.
+class CRecorder final : public platform::IFrontEnd {
+public:
+    void Send(const platform::Message& message) override
+    {
+        messages.push_back(message);
+        if (onMessage)
+            onMessage(message);
+    }
+
+    template <class Kind>
+    std::vector<Kind> All() const
+    {
+        std::vector<Kind> found;
+        for (const auto& message : messages) {
+            if (const auto* kind = std::get_if<Kind>(&message))
+                found.push_back(*kind);
+        }
+        return found;
+    }
+    std::vector<std::u16string> BoxTexts() const;
+    /// The cells of the live list, as "1:text".
+    std::vector<std::string> Cells() const;
+    /// Percentages sent while that phase went on.
+    std::vector<unsigned> Percentages(unsigned phase) const;
+
+    std::vector<platform::Message> messages;
+    std::function<void(const platform::Message&)> onMessage;
+};
+
+/// 22 November 2026, 21:05:09, in a time zone without offset.
+recovery::Clock FixedClock();
+
+/// The host's file system, but for sources: these are all one store in memory.
+class CSourceInMemory final : public platform::IFileSystem {
+public:
+    /// `store` must outlive this object.
+    explicit CSourceInMemory(std::span<const std::byte> store) : m_store(store) {}
+    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path&) override
+    {
+        return std::make_unique<CMemorySource>(m_store);
+    }
+    std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override
+    {
+        return m_host.Create(path);
+    }
+    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override
+    {
+        return m_host.OpenExisting(path);
+    }
+    std::error_code CreateFolder(const std::filesystem::path& path) override
+    {
+        return m_host.CreateFolder(path);
+    }
+    std::error_code Remove(const std::filesystem::path& path) override { return m_host.Remove(path); }
+    std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    {
+        return m_host.Rename(from, to);
+    }
+
+private:
+    platform::IFileSystem& m_host = platform::HostFileSystem();
+    std::span<const std::byte> m_store;
+};
+
+/// One repair of a built store into the fake component.
+class CRecoveryScenario {
+public:
+    explicit CRecoveryScenario(const StoreDescription& description = {});
+
+    void Run();
+
+    /// The log without its byte-order mark.
+    std::u16string Log() const;
+    std::size_t CountInLog(std::u16string_view text) const;
+    /// The only item saved in a folder; a fresh empty one when there is not exactly one.
+    const FakeItem& OnlyItem(std::u16string_view folderPath);
+
+    CTemporaryFolder folder;
+    CFakeComponent component;
+    CRecorder frontEnd;
+    platform::RunSettings settings;
+    platform::RunState state;
+    recovery::RecoveryOptions options;
+    FileFaults faults;
+    std::unique_ptr<recovery::CRecoveryPipeline> pipeline;
+    store::RunFigures figures;
+
+private:
+    CBuiltStore m_store;
+};
+
+}  // namespace pastille::tests

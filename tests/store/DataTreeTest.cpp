@@ -1,0 +1,268 @@
+#include "store/DataTree.h"
+
+#include <gtest/gtest.h>
+
+#include "format/Bytes.h"
+#include "store/HeapBlock.h"
+#include "tests/store/LoadedStore.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::Variant;
+
+Bytes Pattern(std::size_t size)
+{
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<std::byte>('a' + i * 7 % 26 + i / 1000 % 5);
+    return bytes;
+}
+
+std::uint32_t Low(std::uint64_t bid)
+{
+    return static_cast<std::uint32_t>(bid);
+}
+
+/// A store that holds one folder, for the crypt method, and what `write` adds.
+template <class Write>
+std::unique_ptr<CLoadedStore> Load(StoreFormat format, Write write)
+{
+    StoreDescription description;
+    description.format = format;
+    description.beforeTrees = write;
+    auto loaded = std::make_unique<CLoadedStore>(CBuiltStore(description));
+    EXPECT_TRUE(loaded->Detect(0x8022));
+    return loaded;
+}
+
+Bytes ReadAll(CLoadedStore& loaded, std::uint64_t bid)
+{
+    Bytes all;
+    store::ReadDataTree(loaded.source.reader, Low(bid), [&](std::span<const std::byte> piece) {
+        all.insert(all.end(), piece.begin(), piece.end());
+        return true;
+    });
+    return all;
+}
+
+TEST(DataTree, OneBlockAndBothTreeLevels)
+{
+    for (const Variant variant : kAllVariants) {
+        SCOPED_TRACE(VariantName(variant));
+        StoreFormat format;
+        format.variant = variant;
+        format.crypt =
+            variant == Variant::Unicode4k ? format::CryptMethod::None : format::CryptMethod::Cyclic;
+        format.childrenPerBlock = 4;
+        std::uint64_t one = 0, xblock = 0, xxblock = 0;
+        const auto loaded = Load(format, [&](CStoreFile& store) {
+            one = store.WriteData(Pattern(900), "one", 1000);
+            xblock = store.WriteData(Pattern(3500), "x", 1000);
+            xxblock = store.WriteData(Pattern(14'321), "xx", 1000);
+        });
+        EXPECT_EQ(store::LoadDataTree(loaded->source.reader, Low(one)).size(), 1u);
+        EXPECT_EQ(store::LoadDataTree(loaded->source.reader, Low(xxblock)).size(), 15u);
+        EXPECT_EQ(ReadAll(*loaded, one), Pattern(900));
+        EXPECT_EQ(ReadAll(*loaded, xblock), Pattern(3500));
+        EXPECT_EQ(ReadAll(*loaded, xxblock), Pattern(14'321));
+        EXPECT_TRUE(ReadAll(*loaded, 0).empty());
+        EXPECT_TRUE(ReadAll(*loaded, 0xFFFFF0).empty());
+    }
+}
+
+/// An XBLOCK or XXBLOCK as bytes.
+Bytes Tree(std::uint8_t level, const std::vector<std::uint64_t>& children)
+{
+    Bytes block(8 + 8 * children.size());
+    block[0] = std::byte{1};
+    block[1] = static_cast<std::byte>(level);
+    format::StoreLE(std::span(block), 2, static_cast<std::uint16_t>(children.size()));
+    for (std::size_t i = 0; i < children.size(); ++i)
+        format::StoreLE(std::span(block), 8 + 8 * i, children[i]);
+    return block;
+}
+
+TEST(DataTree, BlocksAreFoundThroughBidsThatAreOneTooHigh)
+{
+    std::uint64_t tree = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        const std::uint64_t a = store.WriteBlock(Pattern(100));
+        const std::uint64_t b = store.WriteBlock(Pattern(200));
+        tree = store.WriteInternalBlock(Tree(1, {a + 1, b + 1}));
+    });
+    Bytes expected = Pattern(100);
+    const Bytes second = Pattern(200);
+    expected.insert(expected.end(), second.begin(), second.end());
+    EXPECT_EQ(ReadAll(*loaded, tree), expected);
+    EXPECT_EQ(ReadAll(*loaded, tree + 1), expected) << "the tree's own BID as well";
+}
+
+TEST(DataTree, AMissingBlockCostsItsOwnBytes)
+{
+    std::uint64_t tree = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        const std::uint64_t a = store.WriteBlock(Pattern(100));
+        const std::uint64_t b = store.WriteBlock(Pattern(200));
+        tree = store.WriteInternalBlock(Tree(1, {a, 0xFFFF0, 0, b}));
+    });
+    EXPECT_EQ(ReadAll(*loaded, tree).size(), 300u);
+}
+
+TEST(DataTree, TreesThatContainThemselvesEnd)
+{
+    constexpr std::uint64_t kOwn = 0x4002, kOther = 0x4006;
+    std::uint64_t leaf = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        leaf = store.WriteBlock(Pattern(10));
+        store.WriteInternalBlock(Tree(1, {kOwn, leaf, kOwn}), {.bid = kOwn});
+        store.WriteInternalBlock(Tree(2, {kOther, kOwn, kOther}), {.bid = kOther});
+    });
+    // What comes of the tree's own bytes read as data is of no interest, but it ends and is no more than
+    // listed.
+    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(kOwn)).size(), 3u);
+    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(kOther)).size(), 9u);
+    EXPECT_LE(ReadAll(*loaded, kOther).size(), 1000u);
+}
+
+TEST(DataTree, LevelsAndKindsThatDoNotExistGiveNoChildren)
+{
+    std::uint64_t deep = 0, subnodes = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        const std::uint64_t leaf = store.WriteBlock(Pattern(10));
+        deep = store.WriteInternalBlock(Tree(9, {leaf, leaf}));
+        subnodes = store.WriteSubnodes({{0x1F, leaf, 0}}, "list");
+    });
+    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(deep)).size(), 1u);
+    EXPECT_TRUE(store::LoadSubnodes(loaded->source.reader, Low(deep)).empty());
+    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(subnodes)).size(), 1u);
+}
+
+TEST(Subnodes, BothLevelsInOrder)
+{
+    for (const Variant variant : kAllVariants) {
+        SCOPED_TRACE(VariantName(variant));
+        StoreFormat format;
+        format.variant = variant;
+        format.crypt =
+            variant == Variant::Unicode4k ? format::CryptMethod::None : format::CryptMethod::Permute;
+        format.childrenPerBlock = 6;
+        std::uint64_t few = 0, many = 0;
+        const auto loaded = Load(format, [&](CStoreFile& store) {
+            std::vector<SubnodeRef> entries;
+            for (std::uint32_t i = 0; i < 20; ++i) {
+                entries.push_back({0x1F + 32 * i, 4 + 4 * i, i % 2 == 0 ? 0 : 8 + 4 * i});
+                if (i == 4)
+                    few = store.WriteSubnodes(entries, "few");
+            }
+            many = store.WriteSubnodes(entries, "many");
+        });
+        EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(few)).size(), 5u);
+        const auto entries = store::LoadSubnodes(loaded->source.reader, Low(many));
+        ASSERT_EQ(entries.size(), 20u);
+        EXPECT_EQ(entries[13].nid, 0x1Fu + 32 * 13);
+        EXPECT_EQ(entries[13].bidData, 4u + 4 * 13);
+        EXPECT_EQ(entries[13].bidSub, 8u + 4 * 13);
+        EXPECT_TRUE(store::LoadSubnodes(loaded->source.reader, 0).empty());
+    }
+}
+
+TEST(Subnodes, CountsAndCyclesAreBounded)
+{
+    constexpr std::uint64_t kOwn = 0x4002, kLong = 0x4006;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        Bytes index(8 + 32);
+        index[0] = std::byte{2};
+        index[1] = std::byte{1};
+        format::StoreLE(std::span(index), 2, std::uint16_t{2});
+        format::StoreLE(std::span(index), 16, kOwn);
+        format::StoreLE(std::span(index), 32, kLong);
+        store.WriteInternalBlock(index, {.bid = kOwn});
+        Bytes list(8 + 2 * 24);
+        list[0] = std::byte{2};
+        format::StoreLE(std::span(list), 2, std::uint16_t{0xFFFF});
+        store.WriteInternalBlock(list, {.bid = kLong});
+    });
+    EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(kLong)).size(), 2u)
+        << "only entries inside the block";
+    EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(kOwn)).size(), 2u);
+}
+
+TEST(StringValues, ComeFromTheHeapOrFromTheSubnode)
+{
+    for (const Variant variant : kAllVariants) {
+        SCOPED_TRACE(VariantName(variant));
+        const bool wide = variant != Variant::Ansi;
+        StoreFormat format;
+        format.variant = variant;
+        if (variant == Variant::Unicode4k)
+            format.crypt = format::CryptMethod::None;
+        const auto type = static_cast<std::uint16_t>(wide ? 0x1F : 0x1E);
+        const std::u16string word = u"Grüße aus Köln";
+        const platform::CCodePage codePage("windows-1252");
+        Bytes stored = Text(0, word).value;
+        if (!wide) {
+            const std::string narrow = codePage.FromUtf16(word);
+            const auto bytes = std::as_bytes(std::span(narrow));
+            stored.assign(bytes.begin(), bytes.end());
+        }
+        constexpr std::uint32_t kSubnode = 0x803F;
+        std::uint64_t list = 0;
+        const auto loaded = Load(format, [&](CStoreFile& store) {
+            list = store.WriteSubnodes({{kSubnode, store.WriteBlock(stored), 0}}, "value");
+        });
+        std::map<std::uint16_t, StoredProperty> properties;
+        properties[0x3001] = {static_cast<format::PropertyType>(type), stored, {}, false};
+        const Bytes context =
+            BuildPropertyContext(properties, {}, 8176, variant == Variant::Unicode4k ? 19 : 16)
+                .Finish()
+                .front();
+        const store::CHeapBlock heap(format::CByteView(context), loaded->source.reader.Layout());
+        const auto subnodes = store::LoadSubnodes(loaded->source.reader, Low(list));
+        const auto read = [&](std::uint16_t asType, std::uint32_t hnid) {
+            return store::ReadStringValue(loaded->source.reader, heap, asType, hnid, subnodes, codePage);
+        };
+        const auto records = heap.PropertyRecords(true);
+        ASSERT_TRUE(records);
+        EXPECT_EQ(read(type, records->front().value), word);
+        EXPECT_EQ(read(type, kSubnode), word);
+        EXPECT_EQ(read(0x0102, records->front().value), u"") << "no text type";
+        EXPECT_EQ(read(0x0102, kSubnode), u"");
+        EXPECT_EQ(read(type, 0x805F), u"") << "no such subnode";
+        EXPECT_EQ(read(type, 0x7FE0), u"") << "beyond the page map";
+        EXPECT_EQ(store::ReadSubnodeText(loaded->source.reader, subnodes, kSubnode, type, codePage, 4).size(),
+                  wide ? 2u : 4u)
+            << "never more bytes than allowed";
+    }
+}
+
+TEST(StringValues, EmptyAndInvertedAllocationsAreEmptyTexts)
+{
+    Bytes block(64, std::byte{'A'});
+    const std::span<std::byte> at(block);
+    // Page map at 40: allocations 12-12, 12-20, 20-14, 14-60.
+    format::StoreLE(at, 0, std::uint16_t{40});
+    for (const auto& [offset, value] : {std::pair<std::size_t, std::uint16_t>{40, 4},
+                                        {42, 0},
+                                        {44, 12},
+                                        {46, 12},
+                                        {48, 20},
+                                        {50, 14},
+                                        {52, 60}})
+        format::StoreLE(at, offset, value);
+    const auto loaded = Load({}, [](CStoreFile&) {});
+    const store::CHeapBlock heap(format::CByteView(block), format::kUnicodeLayout);
+    const platform::CCodePage codePage("windows-1252");
+    const auto read = [&](std::uint32_t hid) {
+        return store::ReadStringValue(loaded->source.reader, heap, 0x1E, hid, {}, codePage);
+    };
+    EXPECT_EQ(read(0x20), u"");
+    EXPECT_EQ(read(0x40).size(), 8u);
+    EXPECT_EQ(read(0x60), u"");
+    EXPECT_EQ(read(0x80).size(), 46u);
+    format::StoreLE(at, 52, std::uint16_t{62});
+    EXPECT_EQ(read(0x80), u"") << "end + 2 reaches the block's end: the value lies elsewhere";
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "store/BlockCollector.h"
+#include "store/NodeCollector.h"
+#include "store/SourceStore.h"
+#include "store/Validation.h"
+#include "tests/support/FaultyFileSystem.h"
+#include "tests/support/StoreBuilder.h"
+
+namespace pastille::tests {
+
+/// A store file as the phases before recovery leave it: validated and scanned.
+class CLoadedStore {
+public:
+    explicit CLoadedStore(Bytes bytes)
+        : m_bytes(std::move(bytes)), m_fileSystem(m_bytes), source("windows-1252")
+    {
+        source.file.Open(m_fileSystem, "source.pst");
+        const store::FileKind kind = store::ReadFileKind(source.file);
+        variant = store::ProbeVariant(source.file, [](std::uint64_t) { return true; });
+        if (variant)
+            Scan(*variant, kind);
+    }
+    explicit CLoadedStore(const CBuiltStore& built) : CLoadedStore(built.Content()) {}
+
+    /// The first node of that id, in the list's order.
+    const store::NodeRecord* Node(std::uint32_t nid) const
+    {
+        for (const store::NodeRecord& record : source.nodes) {
+            if (record.nid == nid)
+                return &record;
+        }
+        return nullptr;
+    }
+    /// Finds the crypt method by the data block of a node.
+    bool Detect(std::uint32_t nid)
+    {
+        const store::NodeRecord* node = Node(nid);
+        const auto block = node == nullptr ? std::nullopt : source.blocks.Find(node->bidData);
+        return block && source.reader.DetectCryptMethod(*block);
+    }
+
+private:
+    void Scan(format::Variant found, store::FileKind kind)
+    {
+        source.reader.Reset(format::LayoutOf(found), kind);
+        const auto proceed = [](std::uint64_t) { return true; };
+        store::ScanNodePages(source.file, source.reader.Layout(), source.nodes, proceed);
+        source.nodes.Finish();
+        source.blocks.Create(m_fileSystem, "index");
+        store::ScanBlockPages(source.file, source.reader.Layout(), source.blocks, proceed);
+        source.blocks.Finish();
+    }
+
+    Bytes m_bytes;
+    CMemoryFileSystem m_fileSystem;
+
+public:
+    store::CSourceStore source;
+    std::optional<format::Variant> variant;
+};
+
+/// A file with nothing in it but what `write` puts there. No trees unless it adds nodes and blocks.
+template <class Write>
+Bytes RawStore(const StoreFormat& format, Write write)
+{
+    CMemoryFile file;
+    CStoreFile store(file, format);
+    write(store);
+    store.Finish();
+    return file.Content();
+}
+
+inline const char* VariantName(format::Variant variant)
+{
+    switch (variant) {
+        case format::Variant::Ansi:
+            return "Ansi";
+        case format::Variant::Unicode:
+            return "Unicode";
+        case format::Variant::Unicode4k:
+            return "Unicode4k";
+    }
+    return "";
+}
+
+inline constexpr format::Variant kAllVariants[] = {format::Variant::Ansi, format::Variant::Unicode,
+                                                   format::Variant::Unicode4k};
+
+}  // namespace pastille::tests

@@ -1,0 +1,412 @@
+#include "tests/support/FakeComponent.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+
+#include "platform/Text.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace writer;
+
+std::string Narrow(const Variant& value)
+{
+    if (const auto* text = std::get_if<std::u16string>(&value))
+        return platform::ToUtf8(*text);
+    if (const auto* number = std::get_if<std::int32_t>(&value))
+        return std::to_string(*number);
+    return {};
+}
+
+class CAttachments final : public IAttachmentList {
+public:
+    void AddAttachment(const std::filesystem::path&, std::u16string_view) override { ++m_count; }
+    void AddAttachment(const CRef<IStoreItem>&, std::u16string_view) override { ++m_count; }
+    std::int32_t GetCount() override { return m_count; }
+
+private:
+    std::int32_t m_count = 0;
+};
+
+template <class Interface>
+class CItem final : public Interface {
+public:
+    CItem(CFakeComponent& owner, std::shared_ptr<FakeItem> item) : m_owner(owner), m_item(std::move(item)) {}
+
+    void Save() override
+    {
+        m_owner.Enter("Save:" + platform::ToUtf8(m_item->messageClass), IStoreItem::kInterfaceId);
+        ++m_item->saves;
+    }
+    std::u16string GetMessageClass() override { return m_item->messageClass; }
+    std::u16string GetText(const ItemProperty& property) override
+    {
+        Enter("GetText:", property);
+        return m_item->Text(property.name);
+    }
+    void SetText(const ItemProperty& property, std::u16string_view value) override
+    {
+        Write("SetText:", property);
+        m_item->texts.insert_or_assign(std::string(property.name), std::u16string(value));
+    }
+    double GetDate(const ItemProperty& property) override
+    {
+        return m_item->dates[std::string(property.name)];
+    }
+    void SetDate(const ItemProperty& property, double value) override
+    {
+        Write("SetDate:", property);
+        m_item->dates.insert_or_assign(std::string(property.name), value);
+    }
+    std::int16_t GetFlag(const ItemProperty& property) override
+    {
+        return static_cast<std::int16_t>(m_item->numbers[std::string(property.name)]);
+    }
+    void SetFlag(const ItemProperty& property, std::int16_t value) override
+    {
+        Write("SetFlag:", property);
+        m_item->numbers.insert_or_assign(std::string(property.name), value);
+    }
+    std::int32_t GetNumber(const ItemProperty& property) override
+    {
+        return m_item->numbers[std::string(property.name)];
+    }
+    void SetNumber(const ItemProperty& property, std::int32_t value) override
+    {
+        Write("SetNumber:", property);
+        m_item->numbers.insert_or_assign(std::string(property.name), value);
+    }
+    CRef<IAttachmentList> GetAttachments() override
+    {
+        return CRef<IAttachmentList>(std::make_shared<CAttachments>());
+    }
+    CRef<IObject> Reply() override
+    {
+        m_item->written.emplace_back("Reply");
+        return {};
+    }
+    CRef<IObject> Forward() override
+    {
+        m_item->written.emplace_back("Forward");
+        return {};
+    }
+
+private:
+    void Enter(const char* operation, const ItemProperty& property)
+    {
+        m_owner.Enter(operation + std::string(property.name), Interface::kInterfaceId);
+    }
+    void Write(const char* operation, const ItemProperty& property)
+    {
+        Enter(operation, property);
+        m_item->written.emplace_back(property.name);
+    }
+
+    CFakeComponent& m_owner;
+    std::shared_ptr<FakeItem> m_item;
+};
+
+CRef<IObject> MakeItem(CFakeComponent& owner, const std::shared_ptr<FakeItem>& item)
+{
+    const std::u16string& name = item->messageClass;
+    const auto names = [&](std::u16string_view part) { return name.find(part) != std::u16string::npos; };
+    if (names(u".Contact") || names(u".DistList"))
+        return CRef<IObject>(std::make_shared<CItem<IContactItem>>(owner, item));
+    if (names(u".Task"))
+        return CRef<IObject>(std::make_shared<CItem<ITaskItem>>(owner, item));
+    if (names(u".Appointment"))
+        return CRef<IObject>(std::make_shared<CItem<IAppointmentItem>>(owner, item));
+    if (names(u".Schedule.Meeting."))
+        return CRef<IObject>(std::make_shared<CItem<IMeetingItem>>(owner, item));
+    if (names(u".Activity") || names(u".Journal"))
+        return CRef<IObject>(std::make_shared<CItem<IJournalItem>>(owner, item));
+    if (names(u".StickyNote"))
+        return CRef<IObject>(std::make_shared<CItem<INoteItem>>(owner, item));
+    return CRef<IObject>(std::make_shared<CItem<IMessageItem>>(owner, item));
+}
+
+class CItems final : public IItemList {
+public:
+    CItems(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    CRef<IObject> AddItem(const Variant& messageClass) override
+    {
+        m_owner.Enter("AddItem:" + Narrow(messageClass), kInterfaceId);
+        const auto& name = std::get<std::u16string>(messageClass);
+        if (m_owner.classesWithoutItem.contains(name))
+            return {};
+        m_folder.items.push_back(std::make_shared<FakeItem>());
+        m_folder.items.back()->messageClass = name;
+        return MakeItem(m_owner, m_folder.items.back());
+    }
+    CRef<IMessageItem> GetFirst() override { return {}; }
+    CRef<IMessageItem> GetNext() override { return {}; }
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.Saved().size()); }
+
+private:
+    CFakeComponent& m_owner;
+    FakeFolder& m_folder;
+};
+
+/// A folder and, since AddFolder's result has it, its settings.
+class CFolder final : public IStoreFolder, public IFolderSettings {
+public:
+    static constexpr format::Guid kInterfaceId = IStoreFolder::kInterfaceId;
+    CFolder(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    CRef<IItemList> GetItems() override
+    {
+        return CRef<IItemList>(std::make_shared<CItems>(m_owner, m_folder));
+    }
+    CRef<IFolderList> GetFolders() override;
+    std::u16string GetName() override { return m_folder.name; }
+    std::u16string GetContainerClass() override { return m_folder.containerClass; }
+    void SetDefaultFolderKind(std::int32_t kind) override
+    {
+        m_owner.Enter("SetDefaultFolderKind:" + std::to_string(kind), IFolderSettings::kInterfaceId);
+        m_folder.kind = kind;
+    }
+    void SetFolderFlag(std::int32_t value) override
+    {
+        m_owner.Enter("SetFolderFlag:" + std::to_string(value), IFolderSettings::kInterfaceId);
+        m_folder.flag = value;
+    }
+
+private:
+    CFakeComponent& m_owner;
+    FakeFolder& m_folder;
+};
+
+class CFolders final : public IFolderList {
+public:
+    CFolders(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    CRef<IObject> AddFolder(std::u16string_view name, const Variant& type) override
+    {
+        m_owner.Enter("AddFolder:" + platform::ToUtf8(name), kInterfaceId);
+        if (name.empty() || m_folder.Find(name) != nullptr)
+            throw _com_error(E_INVALIDARG, kInterfaceId);
+        auto folder = std::make_shared<FakeFolder>();
+        folder->name = name;
+        if (const auto* containerClass = std::get_if<std::u16string>(&type))
+            folder->containerClass = *containerClass;
+        if (const auto* number = std::get_if<std::int32_t>(&type))
+            folder->type = *number;
+        m_folder.folders.push_back(folder);
+        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+    }
+    CRef<IStoreFolder> GetFolder(const Variant& index) override
+    {
+        m_owner.Enter("GetFolder:" + Narrow(index), kInterfaceId);
+        FakeFolder* found = m_folder.Find(std::get<std::u16string>(index));
+        return found == nullptr ? CRef<IStoreFolder>()
+                                : CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *found));
+    }
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.folders.size()); }
+
+private:
+    CFakeComponent& m_owner;
+    FakeFolder& m_folder;
+};
+
+CRef<IFolderList> CFolder::GetFolders()
+{
+    return CRef<IFolderList>(std::make_shared<CFolders>(m_owner, m_folder));
+}
+
+class CStore final : public IMessageStore {
+public:
+    explicit CStore(CFakeComponent& owner) : m_owner(owner) {}
+    ~CStore() override { m_owner.calls.emplace_back("ReleaseStore"); }
+    CRef<IStoreFolder> GetRootFolder() override
+    {
+        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, m_owner.root));
+    }
+    void Commit() override
+    {
+        m_owner.Enter("Commit", kInterfaceId);
+        m_owner.committed = true;
+    }
+
+private:
+    CFakeComponent& m_owner;
+};
+
+class CStores final : public IStoreList {
+public:
+    explicit CStores(CFakeComponent& owner) : m_owner(owner) {}
+    CRef<IMessageStore> GetDefaultStore() override
+    {
+        return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
+    }
+    CRef<IMessageStore> AddPstStore(const std::filesystem::path& path, const Variant& format,
+                                    const Variant& displayName) override
+    {
+        // The file is there before a failure, as it is when the disk fills up.
+        std::ofstream(path) << "half-made";
+        m_owner.Enter("AddPstStore", kInterfaceId);
+        if (!std::holds_alternative<Missing>(format))
+            throw _com_error(E_INVALIDARG, kInterfaceId);
+        m_owner.storePath = path;
+        m_owner.storeName = std::get<std::u16string>(displayName);
+        return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
+    }
+
+private:
+    CFakeComponent& m_owner;
+};
+
+class CSession final : public IStoreSession {
+public:
+    explicit CSession(CFakeComponent& owner) : m_owner(owner) {}
+    ~CSession() override { m_owner.calls.emplace_back("ReleaseSession"); }
+    void Logon(const Variant& profile) override
+    {
+        m_owner.Enter("Logon:" + Narrow(profile), kInterfaceId);
+        m_owner.loggedOnTo = std::get<std::u16string>(profile);
+    }
+    CRef<IStoreList> GetStores() override { return CRef<IStoreList>(std::make_shared<CStores>(m_owner)); }
+    CRef<IStoreFolder> GetDefaultFolder(std::int32_t kind) override
+    {
+        m_owner.Enter("GetDefaultFolder:" + std::to_string(kind), kInterfaceId);
+        for (const auto& folder : m_owner.root.folders) {
+            if (folder->kind == kind)
+                return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+        }
+        throw _com_error(E_NOT_FOUND, kInterfaceId);
+    }
+    CRef<IStoreFolder> GetFolderFromPath(std::u16string_view path) override
+    {
+        m_owner.Enter("GetFolderFromPath:" + platform::ToUtf8(path), kInterfaceId);
+        const std::u16string beginning = u"\\\\" + m_owner.storeName;
+        FakeFolder* folder =
+            path.starts_with(beginning) ? m_owner.Folder(path.substr(beginning.size())) : nullptr;
+        if (folder == nullptr)
+            throw _com_error(E_NOT_FOUND, kInterfaceId);
+        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+    }
+
+private:
+    CFakeComponent& m_owner;
+};
+
+class CProfiles final : public IStoreProfiles {
+public:
+    explicit CProfiles(CFakeComponent& owner) : m_owner(owner) {}
+    CRef<IObject> FindProfile(const Variant& name) override
+    {
+        m_owner.Enter("FindProfile:" + Narrow(name), kInterfaceId);
+        return m_owner.profiles.contains(std::get<std::u16string>(name))
+                   ? CRef<IObject>(std::make_shared<IObject>())
+                   : CRef<IObject>();
+    }
+    CRef<IObject> AddProfile(std::u16string_view name, std::int16_t option, const Variant& extra) override
+    {
+        m_owner.Enter("AddProfile:" + platform::ToUtf8(name), kInterfaceId);
+        if (option != 0 || !std::holds_alternative<Empty>(extra))
+            throw _com_error(E_INVALIDARG, kInterfaceId);
+        m_owner.profiles.emplace(name);
+        return CRef<IObject>(std::make_shared<IObject>());
+    }
+
+private:
+    CFakeComponent& m_owner;
+};
+
+}  // namespace
+
+std::u16string FakeItem::Text(std::string_view name) const
+{
+    const auto found = texts.find(name);
+    return found == texts.end() ? std::u16string() : found->second;
+}
+
+bool FakeItem::Wrote(std::string_view name) const
+{
+    return std::ranges::find(written, name) != written.end();
+}
+
+FakeFolder* FakeFolder::Find(std::u16string_view subfolder) const
+{
+    for (const auto& folder : folders) {
+        if (folder->name == subfolder)
+            return folder.get();
+    }
+    return nullptr;
+}
+
+std::vector<const FakeItem*> FakeFolder::Saved() const
+{
+    std::vector<const FakeItem*> saved;
+    for (const auto& item : items) {
+        if (item->saves > 0)
+            saved.push_back(item.get());
+    }
+    return saved;
+}
+
+CRef<IStoreProfiles> CFakeComponent::CreateProfiles()
+{
+    return isRegistered ? CRef<IStoreProfiles>(std::make_shared<CProfiles>(*this)) : nullptr;
+}
+
+CRef<IStoreSession> CFakeComponent::CreateSession()
+{
+    return isRegistered ? CRef<IStoreSession>(std::make_shared<CSession>(*this)) : nullptr;
+}
+
+CRef<IStoreAuxiliary> CFakeComponent::CreateAuxiliary()
+{
+    return CRef<IStoreAuxiliary>(std::make_shared<IStoreAuxiliary>());
+}
+
+void CFakeComponent::FailCalls(std::string call, HRESULT error, int skip, int times)
+{
+    m_failures.push_back({std::move(call), error, skip, times});
+}
+
+void CFakeComponent::Enter(const std::string& call, const format::Guid& interfaceId)
+{
+    calls.push_back(call);
+    for (Failure& failure : m_failures) {
+        if (!call.starts_with(failure.call) || failure.skip-- > 0)
+            continue;
+        if (failure.times-- > 0)
+            throw _com_error(failure.error, interfaceId);
+    }
+}
+
+std::size_t CFakeComponent::CountCalls(std::string_view beginning) const
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(calls, [&](const std::string& call) { return call.starts_with(beginning); }));
+}
+
+FakeFolder* CFakeComponent::Folder(std::u16string_view path)
+{
+    FakeFolder* folder = &root;
+    while (folder != nullptr && !path.empty()) {
+        if (path.front() != u'\\')
+            return nullptr;
+        path.remove_prefix(1);
+        const auto end = std::min(path.find(u'\\'), path.size());
+        folder = folder->Find(path.substr(0, end));
+        path.remove_prefix(end);
+    }
+    return folder;
+}
+
+std::vector<std::string> CFakeComponent::SavedItems() const
+{
+    std::vector<std::string> lines;
+    const std::function<void(const FakeFolder&, const std::string&)> visit = [&](const FakeFolder& folder,
+                                                                                 const std::string& path) {
+        for (const FakeItem* item : folder.Saved())
+            lines.push_back(path + ": " + platform::ToUtf8(item->messageClass));
+        for (const auto& below : folder.folders)
+            visit(*below, path + "\\" + platform::ToUtf8(below->name));
+    };
+    visit(root, "");
+    return lines;
+}
+
+}  // namespace pastille::tests

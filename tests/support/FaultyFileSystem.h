@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/FileSystem.h"
+#include "tests/support/StoreMemory.h"
+
+namespace pastille::tests {
+
+/// What goes wrong below the engine. Numbers count from 1 over all files of one file system.
+struct FileFaults {
+    struct Range {
+        std::uint64_t offset, length;
+    };
+    std::vector<Range> unreadable{};               ///< of every source: reads stop before it
+    std::size_t longestRead = 0;                 ///< no read of a source gives more; 0: no limit
+    std::optional<std::uint64_t> shrinksTo{};      ///< sources end here, though they say they are longer
+    std::optional<std::uint64_t> diskBytes{};      ///< writing fails once so many bytes were written
+    std::optional<std::uint64_t> failingWrite{};   ///< this write fails and all after it
+    std::optional<std::uint64_t> failingCreate{};  ///< this creation of a file fails
+    std::optional<std::uint64_t> failingSync{};
+    std::function<void(std::uint64_t)> onSourceRead{};  ///< called with the offset of each read
+};
+
+/// Hands everything to another file system, but for the faults. Counts what it sees.
+class CFaultyFileSystem final : public platform::IFileSystem {
+public:
+    explicit CFaultyFileSystem(FileFaults wanted = {},
+                               platform::IFileSystem& below = platform::HostFileSystem())
+        : faults(std::move(wanted)), m_below(below)
+    {
+    }
+
+    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path& path) override;
+    std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override;
+    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override;
+    std::error_code CreateFolder(const std::filesystem::path& path) override
+    {
+        return m_below.CreateFolder(path);
+    }
+    std::error_code Remove(const std::filesystem::path& path) override { return m_below.Remove(path); }
+    std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    {
+        return m_below.Rename(from, to);
+    }
+
+    /// Raises std::system_error where the faults say so.
+    void CountWrite(std::uint64_t bytes);
+    void CountSync();
+
+    FileFaults faults;
+    std::uint64_t writes = 0;
+    std::uint64_t written = 0;
+    std::uint64_t creates = 0;
+    std::uint64_t syncs = 0;
+
+private:
+    platform::IFileSystem& m_below;
+};
+
+/// Bytes in memory as a source, with the same read faults.
+class CMemorySource final : public platform::IByteSource {
+public:
+    explicit CMemorySource(std::span<const std::byte> bytes) : m_bytes(bytes) {}
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override;
+    std::uint64_t Size() const noexcept override { return m_bytes.size(); }
+
+private:
+    std::span<const std::byte> m_bytes;
+};
+
+/// A file system whose only source is in memory, and that keeps new files in memory too, until they are closed.
+class CMemoryFileSystem final : public platform::IFileSystem {
+public:
+    /// `bytes` must outlive this object.
+    explicit CMemoryFileSystem(std::span<const std::byte> bytes) : m_bytes(bytes) {}
+    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path&) override
+    {
+        return std::make_unique<CMemorySource>(m_bytes);
+    }
+    std::unique_ptr<platform::IFile> Create(const std::filesystem::path&) override
+    {
+        return std::make_unique<CMemoryFile>();
+    }
+    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path&) override
+    {
+        return std::make_unique<CMemoryFile>();
+    }
+    std::error_code CreateFolder(const std::filesystem::path&) override { return {}; }
+    std::error_code Remove(const std::filesystem::path&) override { return {}; }
+    std::error_code Rename(const std::filesystem::path&, const std::filesystem::path&) override { return {}; }
+
+private:
+    std::span<const std::byte> m_bytes;
+};
+
+/// A folder of its own for one test, gone with this object.
+class CTemporaryFolder {
+public:
+    CTemporaryFolder();
+    ~CTemporaryFolder();
+    CTemporaryFolder(const CTemporaryFolder&) = delete;
+    CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
+    const std::filesystem::path& Path() const { return m_path; }
+    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+}  // namespace pastille::tests

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "format/Guid.h"
+#include "format/PropertyIds.h"
+#include "format/PropertyTag.h"
+#include "tests/support/StoreFile.h"
+
+namespace pastille::tests {
+
+// What a store is to hold, written down as a test or a generator wants to read it.
+
+/// One property, its value as the store keeps it (texts in UTF-16; the builder turns them into the code page
+/// and the 8-bit type where the variant asks for it).
+struct StoreProperty {
+    std::uint16_t id = 0;
+    format::PropertyType type = format::PropertyType::Integer32;
+    Bytes value{};
+    bool inSubnode = false;               ///< in a subnode even when it would fit the heap
+    std::size_t leafBytes = 0;            ///< cut the subnode's data into blocks of this size
+    std::optional<std::uint32_t> hnid{};  ///< write this HNID whatever the value
+};
+
+StoreProperty Text(std::uint16_t id, std::u16string_view text);
+StoreProperty Number(std::uint16_t id, std::uint32_t value);
+StoreProperty Number16(std::uint16_t id, std::uint16_t value);
+StoreProperty Real(std::uint16_t id, double value);
+StoreProperty Flag(std::uint16_t id, bool value);
+/// `fileTime`: 100 ns since 1601-01-01 UTC.
+StoreProperty Time(std::uint16_t id, std::uint64_t fileTime);
+StoreProperty Binary(std::uint16_t id, Bytes value);
+StoreProperty Binary(std::uint16_t id, std::string_view text);
+/// The same property in a subnode, its data in blocks of `leafBytes` (0: as large as possible).
+StoreProperty InSubnode(StoreProperty property, std::size_t leafBytes = 0);
+
+/// A FILETIME from a date and time, UTC.
+std::uint64_t FileTime(int year, unsigned month, unsigned day, unsigned hour = 0, unsigned minute = 0);
+
+/// The name of a named property: a long id, or a string when `name` is not empty.
+struct StoreName {
+    format::Guid set{};
+    std::uint32_t lid = 0;
+    std::u16string name{};
+    auto operator<=>(const StoreName&) const = default;
+};
+
+struct StoreNamedProperty {
+    StoreName name{};
+    StoreProperty property{};  ///< its id is not used
+};
+
+struct StoreMessage;
+
+struct StoreAttachment {
+    std::u16string fileName{};
+    Bytes data{};
+    std::uint32_t method = 1;  ///< 1 by value, 5 embedded message, others as [MS-OXCMSG] 2.2.2.9
+    bool inSubnode = false;
+    std::size_t leafBytes = 0;
+    std::shared_ptr<StoreMessage> embedded{};
+    std::vector<StoreProperty> properties{};  ///< added to, or put in place of, what the builder writes
+};
+
+struct StoreRecipient {
+    std::u16string name{};
+    std::u16string address{};
+    std::uint32_t type = 1;  ///< 1 To, 2 Cc, 3 Bcc
+};
+
+struct StoreMessage {
+    std::string label{};  ///< names its node in the directory
+    std::u16string messageClass = u"IPM.Note";
+    std::vector<StoreProperty> properties{};
+    std::vector<StoreNamedProperty> named{};
+    std::vector<StoreRecipient> recipients{};
+    std::vector<StoreAttachment> attachments{};
+    std::uint32_t flags = 1;  ///< PidTagMessageFlags, without the attachment bit
+    bool associated = false;  ///< folder-associated information
+    bool bare = false;        ///< only the properties given: no class, times, size, recipient table
+    std::optional<std::uint32_t> nid{};
+    std::optional<std::uint32_t> parent{};  ///< nidParent when it is not to be the folder
+};
+
+struct StoreFolder {
+    std::u16string name{};
+    std::u16string containerClass{};  ///< none when empty
+    std::vector<StoreMessage> messages{};
+    std::vector<StoreFolder> folders{};
+    std::vector<StoreProperty> properties{};
+    std::optional<std::uint32_t> nid{};
+    std::optional<std::uint32_t> parent{};
+};
+
+struct StoreDescription {
+    StoreFormat format{};
+    std::u16string displayName = u"Built store";
+    std::u16string topName = u"Top of Personal Folders";
+    std::string codePage = "windows-1252";           ///< of 8-bit texts
+    std::vector<StoreFolder> folders{};              ///< below the top folder
+    std::vector<StoreMessage> messages{};            ///< in the top folder
+    std::function<void(CStoreFile&)> atStart{};      ///< before anything else is written
+    std::function<void(CStoreFile&)> beforeTrees{};  ///< when every node and block is there
+};
+
+/// An ordinary mail.
+StoreMessage Mail(std::u16string_view subject, std::u16string_view sender, std::u16string_view body,
+                  std::uint64_t sent);
+
+}  // namespace pastille::tests

@@ -1,0 +1,361 @@
+#include "tests/support/StoreHeap.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "format/Bytes.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::PropertyType;
+using format::StoreLE;
+
+constexpr std::uint32_t kRowIdTag = 0x67F20003;
+constexpr std::uint32_t kRowVersionTag = 0x67F30003;
+constexpr std::size_t kMostItems = 2047;
+
+/// Lower bounds of the free bytes of fill levels 0 to 14.
+constexpr std::size_t kFillSteps[] = {3584, 2560, 2048, 1792, 1536, 1280, 1024, 768,
+                                      512,  256,  128,  64,   32,   16,   8};
+
+bool IsBitmapBlock(std::size_t block)
+{
+    return block >= 8 && (block - 8) % 128 == 0;
+}
+
+}  // namespace
+
+CHeapBuilder::CHeapBuilder(std::uint8_t clientSignature, std::size_t blockBytes, unsigned blockShift)
+    : m_client(clientSignature), m_blockBytes(blockBytes), m_shift(blockShift), m_blocks(1)
+{
+}
+
+std::size_t CHeapBuilder::HeaderBytes(std::size_t block) const
+{
+    if (block == 0)
+        return 12;
+    return IsBitmapBlock(block) ? 66 : 2;
+}
+
+std::size_t CHeapBuilder::UsedBytes(std::size_t block, std::size_t moreItems, std::size_t moreBytes) const
+{
+    const std::size_t end = HeaderBytes(block) + m_blocks[block].bytes + moreBytes;
+    return end + end % 2 + 4 + 2 * (m_blocks[block].items.size() + moreItems + 1);
+}
+
+std::uint32_t CHeapBuilder::Add(Bytes item)
+{
+    if (item.empty() || item.size() > kLargestItem)
+        throw std::length_error("heap item of impossible size");
+    if (UsedBytes(m_blocks.size() - 1, 1, item.size()) > m_blockBytes ||
+        m_blocks.back().items.size() == kMostItems)
+        NextBlock();
+    Block& block = m_blocks.back();
+    block.bytes += item.size();
+    block.items.push_back(std::move(item));
+    return static_cast<std::uint32_t>((m_blocks.size() - 1) << m_shift | block.items.size() << 5);
+}
+
+void CHeapBuilder::Replace(std::uint32_t hid, Bytes item)
+{
+    Bytes& old = m_blocks.at(hid >> m_shift).items.at((hid & ((1u << m_shift) - 1)) / 32 - 1);
+    if (old.size() != item.size())
+        throw std::length_error("heap item changes its size");
+    old = std::move(item);
+}
+
+std::uint8_t CHeapBuilder::FillLevel(std::size_t block) const
+{
+    const std::size_t used = UsedBytes(block, 0, 0);
+    const std::size_t free = used < m_blockBytes ? m_blockBytes - used : 0;
+    std::uint8_t level = 0;
+    while (level < 15 && free < kFillSteps[level])
+        ++level;
+    return level;
+}
+
+std::vector<Bytes> CHeapBuilder::Finish() const
+{
+    std::vector<Bytes> blocks;
+    const auto fillLevels = [this](std::span<std::byte> into, std::size_t firstBlock) {
+        for (std::size_t i = 0; i < into.size() * 2 && firstBlock + i < m_blocks.size(); ++i)
+            into[i / 2] |= static_cast<std::byte>(FillLevel(firstBlock + i) << (4 * (i % 2)));
+    };
+    for (std::size_t index = 0; index < m_blocks.size(); ++index) {
+        const Block& block = m_blocks[index];
+        Bytes bytes(HeaderBytes(index));
+        std::vector<std::uint16_t> starts;
+        for (const Bytes& item : block.items) {
+            starts.push_back(static_cast<std::uint16_t>(bytes.size()));
+            bytes.insert(bytes.end(), item.begin(), item.end());
+        }
+        starts.push_back(static_cast<std::uint16_t>(bytes.size()));
+        bytes.resize(bytes.size() + bytes.size() % 2);
+        const std::size_t map = bytes.size();
+        bytes.resize(map + 4 + 2 * starts.size());
+        StoreLE(std::span(bytes), map, static_cast<std::uint16_t>(block.items.size()));
+        for (std::size_t i = 0; i < starts.size(); ++i)
+            StoreLE(std::span(bytes), map + 4 + 2 * i, starts[i]);
+        StoreLE(std::span(bytes), 0, static_cast<std::uint16_t>(map));
+        if (index == 0) {
+            bytes[2] = std::byte{0xEC};
+            bytes[3] = static_cast<std::byte>(m_client);
+            StoreLE(std::span(bytes), 4, m_userRoot);
+            fillLevels(std::span(bytes).subspan(8, 4), 0);
+        } else if (IsBitmapBlock(index)) {
+            fillLevels(std::span(bytes).subspan(2, 64), index);
+        }
+        if (index + 1 < m_blocks.size())
+            bytes.resize(m_blockBytes);
+        blocks.push_back(std::move(bytes));
+    }
+    return blocks;
+}
+
+std::uint32_t AddBth(CHeapBuilder& heap, const std::vector<Bytes>& records, std::size_t keyBytes,
+                     std::uint8_t& levels)
+{
+    levels = 0;
+    std::vector<Bytes> current = records;
+    while (!current.empty()) {
+        const std::size_t size = current.front().size();
+        const std::size_t perItem = CHeapBuilder::kLargestItem / size;
+        std::vector<Bytes> parents;
+        for (std::size_t first = 0; first < current.size(); first += perItem) {
+            Bytes item;
+            for (std::size_t i = first; i < std::min(first + perItem, current.size()); ++i)
+                item.insert(item.end(), current[i].begin(), current[i].end());
+            const std::uint32_t hid = heap.Add(std::move(item));
+            if (current.size() <= perItem)
+                return hid;
+            Bytes parent(current[first].begin(),
+                         current[first].begin() + static_cast<std::ptrdiff_t>(keyBytes));
+            parent.resize(keyBytes + 4);
+            StoreLE(std::span(parent), keyBytes, hid);
+            parents.push_back(std::move(parent));
+        }
+        current = std::move(parents);
+        ++levels;
+    }
+    return 0;
+}
+
+std::size_t FixedSize(PropertyType type)
+{
+    switch (type) {
+        case PropertyType::Boolean:
+            return 1;
+        case PropertyType::Integer16:
+            return 2;
+        case PropertyType::Integer32:
+        case PropertyType::Floating32:
+        case PropertyType::ErrorCode:
+            return 4;
+        case PropertyType::Floating64:
+        case PropertyType::Currency:
+        case PropertyType::FloatingTime:
+        case PropertyType::Integer64:
+        case PropertyType::Time:
+            return 8;
+        default:
+            return 0;
+    }
+}
+
+CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>& properties,
+                                  const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift)
+{
+    CHeapBuilder heap(0xBC, blockBytes, blockShift);
+    Bytes header(8);
+    header[0] = std::byte{0xB5};
+    header[1] = std::byte{2};
+    header[2] = std::byte{6};
+    const std::uint32_t headerHid = heap.Add(header);
+    heap.SetUserRoot(headerHid);
+    // The records come before the values they point to, so the place of small contexts is taken first.
+    const bool oneItem = !properties.empty() && properties.size() * 8 <= CHeapBuilder::kLargestItem;
+    std::uint32_t root = oneItem ? heap.Add(Bytes(properties.size() * 8)) : 0;
+    std::vector<Bytes> records;
+    for (const auto& [id, property] : properties) {
+        Bytes record(8);
+        StoreLE(std::span(record), 0, id);
+        StoreLE(std::span(record), 2, static_cast<std::uint16_t>(property.type));
+        const std::size_t fixed = FixedSize(property.type);
+        if (property.hnid) {
+            StoreLE(std::span(record), 4, *property.hnid);
+        } else if (fixed != 0 && fixed <= 4) {
+            std::copy_n(property.value.begin(), std::min<std::size_t>(4, property.value.size()),
+                        record.begin() + 4);
+        } else if (!property.value.empty()) {
+            const bool outside = property.inSubnode || property.value.size() > CHeapBuilder::kLargestItem;
+            StoreLE(std::span(record), 4, outside ? toSubnode(property.value) : heap.Add(property.value));
+        }
+        records.push_back(std::move(record));
+    }
+    std::uint8_t levels = 0;
+    if (oneItem) {
+        Bytes item;
+        for (const Bytes& record : records)
+            item.insert(item.end(), record.begin(), record.end());
+        heap.Replace(root, std::move(item));
+    } else {
+        root = AddBth(heap, records, 2, levels);
+    }
+    header[3] = static_cast<std::byte>(levels);
+    StoreLE(std::span(header), 4, root);
+    heap.Replace(headerHid, header);
+    return heap;
+}
+
+namespace {
+
+struct Column {
+    std::uint32_t tag;
+    std::size_t size;
+    std::size_t offset = 0;
+    std::size_t bit = 0;
+};
+
+struct RowLayout {
+    std::vector<Column> columns;  ///< sorted by tag
+    std::size_t ends[4];          ///< TCI_4b, TCI_2b, TCI_1b, TCI_bm
+};
+
+RowLayout PlanColumns(std::vector<std::uint32_t> tags)
+{
+    std::erase_if(tags, [](std::uint32_t tag) { return tag == kRowIdTag || tag == kRowVersionTag; });
+    std::sort(tags.begin(), tags.end());
+    tags.erase(std::unique(tags.begin(), tags.end()), tags.end());
+    tags.insert(tags.begin(), {kRowIdTag, kRowVersionTag});
+    RowLayout layout{};
+    for (const std::uint32_t tag : tags) {
+        const std::size_t fixed = FixedSize(static_cast<PropertyType>(tag & 0xFFFF));
+        layout.columns.push_back({tag, fixed == 0 ? 4 : fixed, 0, layout.columns.size()});
+    }
+    std::size_t offset = 0;
+    const auto place = [&](std::size_t smallest, std::size_t largest) {
+        for (Column& column : layout.columns) {
+            if (column.size < smallest || column.size > largest)
+                continue;
+            column.offset = offset;
+            offset += column.size;
+        }
+        return offset;
+    };
+    layout.ends[0] = place(4, 8);
+    layout.ends[1] = place(2, 2);
+    layout.ends[2] = place(1, 1);
+    layout.ends[3] = offset + (layout.columns.size() + 7) / 8;
+    std::sort(layout.columns.begin(), layout.columns.end(),
+              [](const Column& a, const Column& b) { return a.tag < b.tag; });
+    return layout;
+}
+
+Bytes TableInfo(const RowLayout& layout, std::uint32_t rowIndexHid, std::uint32_t rowsHnid)
+{
+    Bytes info(22 + 8 * layout.columns.size());
+    const std::span<std::byte> at(info);
+    at[0] = std::byte{0x7C};
+    at[1] = static_cast<std::byte>(layout.columns.size());
+    for (std::size_t i = 0; i < 4; ++i)
+        StoreLE(at, 2 + 2 * i, static_cast<std::uint16_t>(layout.ends[i]));
+    StoreLE(at, 10, rowIndexHid);
+    StoreLE(at, 14, rowsHnid);
+    for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+        const Column& column = layout.columns[i];
+        StoreLE(at, 22 + 8 * i, column.tag);
+        StoreLE(at, 26 + 8 * i, static_cast<std::uint16_t>(column.offset));
+        at[28 + 8 * i] = static_cast<std::byte>(column.size);
+        at[29 + 8 * i] = static_cast<std::byte>(column.bit);
+    }
+    return info;
+}
+
+Bytes RowBytes(const RowLayout& layout, const TableRow& row, CHeapBuilder& heap, const SubnodeSink& toSubnode)
+{
+    Bytes bytes(layout.ends[3]);
+    const std::span<std::byte> at(bytes);
+    for (const Column& column : layout.columns) {
+        const auto cell = row.cells.find(column.tag);
+        if (column.tag == kRowIdTag || column.tag == kRowVersionTag) {
+            StoreLE(at, column.offset, column.tag == kRowIdTag ? row.id : row.id & 0xFFFFFF);
+        } else if (cell == row.cells.end()) {
+            continue;
+        } else if (FixedSize(static_cast<PropertyType>(column.tag & 0xFFFF)) != 0) {
+            std::copy_n(cell->second.begin(), std::min(column.size, cell->second.size()),
+                        bytes.begin() + static_cast<std::ptrdiff_t>(column.offset));
+        } else if (!cell->second.empty()) {
+            const bool outside = cell->second.size() > CHeapBuilder::kLargestItem;
+            StoreLE(at, column.offset, outside ? toSubnode(cell->second) : heap.Add(cell->second));
+        }
+        bytes[layout.ends[2] + column.bit / 8] |= static_cast<std::byte>(0x80u >> (column.bit % 8));
+    }
+    return bytes;
+}
+
+std::vector<Bytes> RowIndexRecords(const std::vector<TableRow>& rows, bool ansi)
+{
+    std::map<std::uint32_t, std::uint32_t> sorted;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        sorted.emplace(rows[i].id, static_cast<std::uint32_t>(i));
+    std::vector<Bytes> records;
+    for (const auto& [id, number] : sorted) {
+        Bytes record(ansi ? 6 : 8);
+        StoreLE(std::span(record), 0, id);
+        if (ansi)
+            StoreLE(std::span(record), 4, static_cast<std::uint16_t>(number));
+        else
+            StoreLE(std::span(record), 4, number);
+        records.push_back(std::move(record));
+    }
+    return records;
+}
+
+}  // namespace
+
+BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRow>& rows,
+                      const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi)
+{
+    const RowLayout layout = PlanColumns(std::move(tags));
+    CHeapBuilder heap(0x7C, blockBytes, blockShift);
+    Bytes header(8);
+    header[0] = std::byte{0xB5};
+    header[1] = std::byte{4};
+    header[2] = static_cast<std::byte>(ansi ? 2 : 4);
+    const std::uint32_t headerHid = heap.Add(header);
+    const std::uint32_t infoHid = heap.Add(TableInfo(layout, headerHid, 0));
+    heap.SetUserRoot(infoHid);
+
+    std::uint8_t levels = 0;
+    StoreLE(std::span(header), 4, AddBth(heap, RowIndexRecords(rows, ansi), 4, levels));
+    header[3] = static_cast<std::byte>(levels);
+    heap.Replace(headerHid, header);
+
+    const std::size_t rowBytes = layout.ends[3];
+    const bool inHeap = rows.size() * rowBytes <= CHeapBuilder::kLargestItem;
+    const std::size_t perBlock = blockBytes / rowBytes;
+    std::uint32_t rowsHnid = rows.empty() ? 0 : BuiltTable::kRowMatrixNid;
+    if (inHeap && !rows.empty())
+        rowsHnid = heap.Add(Bytes(rows.size() * rowBytes));
+    BuiltTable table;
+    Bytes matrix;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const Bytes row = RowBytes(layout, rows[i], heap, toSubnode);
+        if (!inHeap && i != 0 && i % perBlock == 0) {
+            matrix.resize(blockBytes);
+            table.rows.push_back(std::move(matrix));
+            matrix.clear();
+        }
+        matrix.insert(matrix.end(), row.begin(), row.end());
+    }
+    if (inHeap && !rows.empty())
+        heap.Replace(rowsHnid, std::move(matrix));
+    else if (!rows.empty())
+        table.rows.push_back(std::move(matrix));
+    heap.Replace(infoHid, TableInfo(layout, headerHid, rowsHnid));
+    table.heap = heap.Finish();
+    return table;
+}
+
+}  // namespace pastille::tests

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+
+#include "tests/support/StoreBuilder.h"
+
+namespace pastille::tests {
+
+/// A store of ordinary mails of about 7 KB each, as large as wanted. The same options give the same bytes.
+struct MailStoreOptions {
+    StoreFormat format{};
+    std::uint64_t mails = 0;      ///< 0: as many as fit `fileBytes`
+    std::uint64_t fileBytes = 0;  ///< about this large
+    std::uint32_t folders = 12;
+    std::uint32_t seed = 1;
+};
+
+struct MailStoreFigures {
+    std::uint64_t mails = 0;
+    StoreDirectory directory;  ///< pages only unless the format keeps everything
+};
+
+/// Writes the store to `file`, which must be empty, holding no more than one folder's table rows in memory.
+MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile& file);
+
+/// The mail of that number in such a store.
+StoreMessage OrdinaryMail(std::uint32_t seed, std::uint64_t number);
+
+}  // namespace pastille::tests

@@ -1,0 +1,153 @@
+// Makes store files for benchmarks, for trying things out, and the example.
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "tests/support/StoreExample.h"
+#include "tests/support/StoreMails.h"
+
+namespace {
+
+using namespace pastille;
+using namespace pastille::tests;
+
+constexpr const char* kUsage =
+    "usage: store_maker [options] FILE\n"
+    "       store_maker --example FILE\n"
+    "  --size BYTES      about so large; K, M and G may follow\n"
+    "  --mails COUNT     so many mails\n"
+    "  --folders COUNT   so many folders (12)\n"
+    "  --seed NUMBER     another store (1)\n"
+    "  --variant NAME    ansi, unicode (default) or unicode4k\n"
+    "  --crypt NAME      none, permute (default) or cyclic\n"
+    "  --ost             an OST instead of a PST\n"
+    "  --damage NAME     header, root, nbt-index, nbt-signatures, bbt-index, bbt-pages, trailing-half;\n"
+    "                    may be given several times\n";
+
+std::uint64_t ParseSize(const std::string& text)
+{
+    std::uint64_t value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    static const std::map<std::string, std::uint64_t> units = {
+        {"", 1}, {"K", 1024}, {"M", 1024 * 1024}, {"G", 1024 * 1024 * 1024}};
+    const auto unit = units.find(std::string(rest, end));
+    if (error != std::errc() || unit == units.end())
+        throw std::invalid_argument("not a number: " + text);
+    return value * unit->second;
+}
+
+template <class Value>
+Value Choose(const std::map<std::string, Value>& values, const std::string& name)
+{
+    const auto found = values.find(name);
+    if (found == values.end())
+        throw std::invalid_argument("unknown: " + name);
+    return found->second;
+}
+
+using DamageFunction = void (*)(CStoreDamage&, std::uint64_t size);
+
+const std::map<std::string, DamageFunction> kDamages = {
+    {"header", [](CStoreDamage& damage, std::uint64_t) { damage.ZeroHeaderButMagic(); }},
+    {"root", [](CStoreDamage& damage, std::uint64_t) { damage.ZeroRoot(); }},
+    {"nbt-index", [](CStoreDamage& damage, std::uint64_t) { damage.Drop(PlaceKind::NbtIndex); }},
+    {"nbt-signatures",
+     [](CStoreDamage& damage, std::uint64_t) { damage.BreakSignatures(PlaceKind::NbtLeaf); }},
+    {"bbt-index", [](CStoreDamage& damage, std::uint64_t) { damage.Drop(PlaceKind::BbtIndex); }},
+    {"bbt-pages", [](CStoreDamage& damage, std::uint64_t) { damage.Drop(PlaceKind::BbtLeaf); }},
+    {"trailing-half", [](CStoreDamage& damage, std::uint64_t size) { damage.Truncate(size / 2); }},
+};
+
+struct Arguments {
+    MailStoreOptions options;
+    std::vector<DamageFunction> damages;
+    std::string path;
+    bool example = false;
+};
+
+Arguments Parse(int count, char** values)
+{
+    Arguments arguments;
+    arguments.options.format.keepDirectory = false;
+    for (int i = 1; i < count; ++i) {
+        const std::string name = values[i];
+        const auto next = [&] {
+            if (++i >= count)
+                throw std::invalid_argument("value missing after " + name);
+            return std::string(values[i]);
+        };
+        if (name == "--size")
+            arguments.options.fileBytes = ParseSize(next());
+        else if (name == "--mails")
+            arguments.options.mails = ParseSize(next());
+        else if (name == "--folders")
+            arguments.options.folders = static_cast<std::uint32_t>(ParseSize(next()));
+        else if (name == "--seed")
+            arguments.options.seed = static_cast<std::uint32_t>(ParseSize(next()));
+        else if (name == "--variant")
+            arguments.options.format.variant =
+                Choose<format::Variant>({{"ansi", format::Variant::Ansi},
+                                         {"unicode", format::Variant::Unicode},
+                                         {"unicode4k", format::Variant::Unicode4k}},
+                                        next());
+        else if (name == "--crypt")
+            arguments.options.format.crypt =
+                Choose<format::CryptMethod>({{"none", format::CryptMethod::None},
+                                             {"permute", format::CryptMethod::Permute},
+                                             {"cyclic", format::CryptMethod::Cyclic}},
+                                            next());
+        else if (name == "--ost")
+            arguments.options.format.ost = true;
+        else if (name == "--damage")
+            arguments.damages.push_back(Choose(kDamages, next()));
+        else if (name == "--example")
+            arguments.example = true;
+        else if (name.starts_with("-") || !arguments.path.empty())
+            throw std::invalid_argument("unknown: " + name);
+        else
+            arguments.path = name;
+    }
+    if (arguments.path.empty())
+        throw std::invalid_argument("no file named");
+    if (!arguments.example && arguments.options.mails == 0 && arguments.options.fileBytes == 0)
+        throw std::invalid_argument("give --size or --mails");
+    return arguments;
+}
+
+void Make(const Arguments& arguments)
+{
+    if (arguments.example) {
+        BuildDamagedExample().WriteTo(arguments.path);
+        return;
+    }
+    const auto file = platform::HostFileSystem().Create(arguments.path);
+    const MailStoreFigures figures = WriteMailStore(arguments.options, *file);
+    CStoreDamage damage(*file, figures.directory, arguments.options.format);
+    for (const DamageFunction& apply : arguments.damages)
+        apply(damage, file->Size());
+    std::printf("%s: %llu mails, %llu bytes\n", arguments.path.c_str(),
+                static_cast<unsigned long long>(figures.mails),
+                static_cast<unsigned long long>(file->Size()));
+}
+
+}  // namespace
+
+int main(int count, char** values)
+{
+    try {
+        Make(Parse(count, values));
+        return 0;
+    } catch (const std::invalid_argument& error) {
+        std::fprintf(stderr, "store_maker: %s\n%s", error.what(), kUsage);
+        return 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "store_maker: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,179 @@
+#include "writer/MailWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/writer/WriterSupport.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace writer;
+
+constexpr std::uint16_t kLong = 0x0003;
+constexpr std::uint16_t kBoolean = 0x000B;
+constexpr std::uint16_t kString = 0x001F;
+constexpr std::uint16_t kTime = 0x0040;
+
+class MailWriterTest : public testing::Test, public platform::IFrontEnd {
+public:
+    void SetUp() override
+    {
+        component.storeName = u"Store";
+        const auto root = component.CreateSession()->GetFolderFromPath(u"\\\\Store");
+        item = QueryInterface<IMessageItem>(root->GetItems()->AddItem(u"IPM.Note"));
+        writer.BeginMessage();
+    }
+    void Send(const platform::Message& message) override
+    {
+        const auto& cell = std::get<platform::ListCellMessage>(message);
+        cells.push_back(std::to_string(cell.cell) + ":" + platform::ToUtf8(cell.text));
+    }
+
+    const FakeItem& Item() const { return *component.root.items.front(); }
+    std::int32_t Number(const char* name) { return component.root.items.front()->numbers[name]; }
+    void WriteText(std::uint16_t id, std::u16string text)
+    {
+        const auto hnid = static_cast<std::uint32_t>((source.texts.size() + 1) << 5);
+        source.texts[hnid] = std::move(text);
+        Write(id, kString, hnid);
+    }
+    void Write(std::uint16_t id, std::uint16_t type, std::uint32_t value)
+    {
+        writer.Record({id, type, value});
+        writer.Write(item, {id, type, value}, source);
+    }
+    /// Makes the late rows written: only a row that was shown lets them through.
+    void ShowRow() { WriteText(0x0E04, u"to"); }
+
+    CFakeComponent component;
+    CValueSource source;
+    CRef<IMessageItem> item;
+    std::vector<std::string> cells;
+    CMailWriter writer{*this};
+};
+
+TEST_F(MailWriterTest, TheListRowFollowsFromToSubjectDate)
+{
+    item->SetText(property::Subject, u"Hello");
+    WriteText(0x0042, u"Ann");
+    WriteText(0x0E04, u"Bob; Cy");
+    Write(0x0E06, kTime, source.Add(Packed(std::uint64_t{109'205 + 46'348} * 864'000'000'000)));
+    EXPECT_EQ(cells, (std::vector<std::string>{"1:Ann", "2:Bob; Cy", "3:Hello", "4:11 /22 /2026"}));
+    EXPECT_EQ(Item().Text("SentRepresentingName"), u"Ann");
+    EXPECT_EQ(Item().Text("SenderName"), u"Ann");
+    EXPECT_EQ(Item().Text("DisplayTo"), u"Bob; Cy");
+    EXPECT_DOUBLE_EQ(Item().dates.at("DeliveryTime"), 46'348.0);
+}
+
+TEST_F(MailWriterTest, WithoutFromTheRowStartsEmpty)
+{
+    WriteText(0x0E04, u"Bob");
+    EXPECT_EQ(cells, (std::vector<std::string>{"1:", "2:Bob", "3:"}));
+}
+
+TEST_F(MailWriterTest, TheFirstLatePropertyWithoutToShowsTheRowInstead)
+{
+    item->SetText(property::Subject, u"Hi");
+    WriteText(0x0E03, u"cc");  // not late
+    Write(0x0E06, kTime, source.Add(Packed(std::uint64_t{1})));
+    EXPECT_EQ(cells, (std::vector<std::string>{"1:", "3:Hi"}));
+    EXPECT_FALSE(Item().Wrote("DeliveryTime"));
+    EXPECT_EQ(Item().Text("DisplayCc"), u"cc");
+    Write(0x0E07, kLong, 1);
+    EXPECT_TRUE(Item().Wrote("UnRead")) << "the next one is written";
+
+    writer.BeginMessage();
+    cells.clear();
+    WriteText(0x0042, u"Ann");
+    Write(0x0E06, kTime, 0);
+    EXPECT_EQ(cells, (std::vector<std::string>{"1:Ann", "3:Hi"})) << "From is not shown twice";
+}
+
+TEST_F(MailWriterTest, PlainRowsTakeTheirValues)
+{
+    Write(0x0039, kTime, source.Add(Packed(std::uint64_t{109'205} * 864'000'000'000)));
+    ShowRow();
+    Write(0x0023, kBoolean, 0x00010001);
+    Write(0x0029, kBoolean, 0);
+    Write(0x0E01, kBoolean, 1);
+    source.names.AddPair(0x8105, 0x8010);
+    source.names.AddPair(0x8101, 0x8011);
+    Write(0x8010, kTime, source.Add(Packed(std::uint64_t{109'206} * 864'000'000'000)));
+    Write(0x8011, kLong, 0x80000001);
+    Write(0x8503, kBoolean, 1);  // not mapped: taken by its own id
+    Write(0x1234, kLong, 5);     // no row
+    EXPECT_EQ(Item().written,
+              (std::vector<std::string>{"SubmitTime", "DisplayTo", "OriginatorDeliveryReportRequested",
+                                        "ReadReceiptRequested", "DeleteAfterSubmit", "DueDate", "FlagStatus",
+                                        "ReminderSet"}));
+    EXPECT_DOUBLE_EQ(Item().dates.at("SubmitTime"), 0.0);
+    EXPECT_DOUBLE_EQ(Item().dates.at("DueDate"), 1.0);
+    EXPECT_EQ(Number("OriginatorDeliveryReportRequested"), 1);
+    EXPECT_EQ(Number("FlagStatus"), static_cast<std::int32_t>(0x80000001));
+}
+
+TEST_F(MailWriterTest, ImportanceSensitivityAndIconNeedARecordedValue)
+{
+    struct Case {
+        std::uint16_t id;
+        const char* target;
+        std::uint32_t value;
+        bool written;
+    };
+    const Case cases[] = {
+        {0x0017, "Importance", 2, true},     {0x0017, "Importance", 3, false},
+        {0x0017, "Importance", 333, false},  {0x0036, "Sensitivity", 3, true},
+        {0x0036, "Sensitivity", 4, false},   {0x0036, "Sensitivity", 5, false},
+        {0x0036, "Sensitivity", 333, false}, {0x1095, "FollowupIcon", 6, true},
+        {0x1095, "FollowupIcon", 7, false},  {0x1095, "FollowupIcon", 333, false},
+    };
+    for (const Case& row : cases) {
+        component.root.items.front()->written.clear();
+        writer.BeginMessage();
+        ShowRow();
+        Write(row.id, kLong, row.value);
+        EXPECT_EQ(Item().Wrote(row.target), row.written) << row.target << " " << row.value;
+    }
+    component.root.items.front()->written.clear();
+    writer.BeginMessage();
+    writer.Write(item, {0x0017, kLong, 2}, source);
+    EXPECT_TRUE(Item().written.empty()) << "nothing on record";
+}
+
+TEST_F(MailWriterTest, FlagsClearUnreadAndUnsent)
+{
+    struct Case {
+        std::u16string folder;
+        std::uint32_t flags;
+        bool clearsUnread, clearsSent;
+    };
+    const Case cases[] = {{u"Inbox", 0x01, true, false},  {u"Inbox", 0x08, false, true},
+                          {u"Inbox", 0x02, false, false}, {u"sent", 0x09, true, false},
+                          {u"Sent", 0x08, false, false},  {u"Sent Items", 0x08, false, true}};
+    for (const Case& row : cases) {
+        source.folderName = row.folder;
+        component.root.items.front()->written.clear();
+        ShowRow();
+        Write(0x0E07, kLong, row.flags);
+        EXPECT_EQ(Item().Wrote("UnRead"), row.clearsUnread) << row.flags;
+        EXPECT_EQ(Item().Wrote("Sent"), row.clearsSent) << row.flags;
+    }
+    EXPECT_EQ(Number("Sent"), 0);
+}
+
+TEST_F(MailWriterTest, TheIconTellsTheVerb)
+{
+    ShowRow();
+    for (const std::uint32_t icon : {0x104u, 0x105u, 0x106u, 0x107u, 0x10105u})
+        Write(0x1080, kLong, icon);
+    EXPECT_EQ(Item().written, (std::vector<std::string>{"DisplayTo", "Reply", "Forward"}));
+}
+
+TEST_F(MailWriterTest, WithoutAnItemNothingIsCalled)
+{
+    EXPECT_THROW(writer.Write({}, {0x0E04, kString, 0x20}, source), _com_error);
+    EXPECT_TRUE(cells.empty());
+}
+
+}  // namespace
+}  // namespace pastille::tests

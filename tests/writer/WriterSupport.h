@@ -1,0 +1,65 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/Messages.h"
+#include "tests/support/FakeComponent.h"
+#include "writer/PropertySource.h"
+
+namespace pastille::tests {
+
+/// A source item whose values are given by their HNIDs.
+class CValueSource final : public writer::IPropertySource {
+public:
+    bool PassesBoundsTest(std::uint32_t value) const override { return values.contains(value); }
+    std::optional<format::CByteView> Allocation(std::uint32_t hid) const override
+    {
+        const auto found = values.find(hid);
+        return found == values.end()
+                   ? std::nullopt
+                   : std::optional(format::CByteView(std::as_bytes(std::span(found->second))));
+    }
+    std::optional<format::CByteView> Value(std::uint32_t hid) const override { return Allocation(hid); }
+    std::u16string StringValue(std::uint16_t, std::uint32_t hnid) override { return texts[hnid]; }
+    const format::CNamedPropertyMap& NamedProperties() const override { return names; }
+    const platform::CCodePage& CodePage() const override { return m_codePage; }
+    std::u16string TargetFolderName() override { return folderName; }
+
+    /// Adds a value and returns its HNID.
+    std::uint32_t Add(std::string bytes)
+    {
+        const auto hid = static_cast<std::uint32_t>((values.size() + 1) << 5);
+        values.emplace(hid, std::move(bytes));
+        return hid;
+    }
+
+    std::map<std::uint32_t, std::string> values;
+    std::map<std::uint32_t, std::u16string> texts;
+    format::CNamedPropertyMap names;
+    std::u16string folderName = u"Inbox";
+
+private:
+    platform::CCodePage m_codePage{"windows-1252"};
+};
+
+/// Little-endian bytes.
+template <class Integer>
+std::string Packed(Integer value)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        bytes += static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i));
+    return bytes;
+}
+
+inline std::string Wide(std::u16string_view text)
+{
+    std::string bytes;
+    for (const char16_t unit : text)
+        bytes += Packed<std::uint16_t>(unit);
+    return bytes;
+}
+
+}  // namespace pastille::tests
