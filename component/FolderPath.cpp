@@ -22,14 +22,21 @@ struct Step {
 std::vector<Step> StepsFrom(pst::CPstStore& store, const Step& from, std::u16string_view path)
 {
     std::vector<Step> steps;
-    // The stored form of all names that start here grows with them and ends at the same length, so it is
-    // built once and looked up at every separator.
+    // The stored form of the names that start here grows with them until it is cut, so it is built once and
+    // looked up at every separator.
     std::u16string stored;
+    bool metCut = false;
     const std::size_t start = from.used + 1;
     for (std::size_t at = start; at <= path.size(); ++at) {
-        if (at == path.size() || path[at] == kSeparator)
-            if (pst::Folder* const found = store.FindSubfolder(*from.folder, stored))
+        if (at == path.size() || path[at] == kSeparator) {
+            const bool isCut = stored.size() > pst::kLongestFolderName;
+            pst::Folder* const found = store.FindSubfolder(*from.folder, stored);
+            // Whatever follows a cut name has the same stored form. It is part of the name only when the
+            // folder was made under it.
+            if (found && (!isCut || !metCut || found->wholeName == path.substr(start, at - start)))
                 steps.push_back({found, at});
+            metCut = metCut || isCut;
+        }
         if (at < path.size() && stored.size() <= pst::kLongestFolderName && !pst::IsControl(path[at]))
             stored.push_back(path[at]);
     }

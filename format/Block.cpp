@@ -96,8 +96,8 @@ Result<CDataTreeBlock> CDataTreeBlock::Parse(const VariantLayout& layout, CByteV
     return view;
 }
 
-std::vector<std::byte> EncodeDataTreeBlock(const VariantLayout& layout, unsigned level, std::uint32_t totalSize,
-                                           std::span<const std::uint64_t> children)
+std::vector<std::byte> EncodeDataTreeBlock(const VariantLayout& layout, unsigned level,
+                                           std::uint32_t totalSize, std::span<const std::uint64_t> children)
 {
     std::vector<std::byte> block(8 + children.size() * layout.keyWidth);
     StoreLE<std::uint8_t>(block, 0, kBlockTypeDataTree);
@@ -143,7 +143,8 @@ SubnodeIndexEntry CSubnodeBlock::ChildAt(std::size_t index) const
             m_entries.ReadKey(offset + m_keyWidth, m_keyWidth).value_or(0)};
 }
 
-std::vector<std::byte> EncodeSubnodeLeaf(const VariantLayout& layout, std::span<const SubnodeLeafEntry> entries)
+std::vector<std::byte> EncodeSubnodeLeaf(const VariantLayout& layout,
+                                         std::span<const SubnodeLeafEntry> entries)
 {
     return EncodeSubnodeBlock<SubnodeLeafEntry, 3>(layout, 0, entries, [](const SubnodeLeafEntry& entry) {
         return std::array{entry.nid, entry.bidData, entry.bidSub};
@@ -153,8 +154,9 @@ std::vector<std::byte> EncodeSubnodeLeaf(const VariantLayout& layout, std::span<
 std::vector<std::byte> EncodeSubnodeIndex(const VariantLayout& layout,
                                           std::span<const SubnodeIndexEntry> entries)
 {
-    return EncodeSubnodeBlock<SubnodeIndexEntry, 2>(
-        layout, 1, entries, [](const SubnodeIndexEntry& entry) { return std::array{entry.nid, entry.bid}; });
+    return EncodeSubnodeBlock<SubnodeIndexEntry, 2>(layout, 1, entries, [](const SubnodeIndexEntry& entry) {
+        return std::array{entry.nid, entry.bid};
+    });
 }
 
 }  // namespace pastille::format

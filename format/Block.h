@@ -14,9 +14,9 @@ namespace pastille::format {
 
 /// BLOCKTRAILER. [MS-PST] 2.2.2.8.1
 struct BlockTrailer {
-    std::uint16_t size = 0;          ///< cb
-    std::uint16_t signature = 0;     ///< wSig
-    std::uint32_t crc = 0;           ///< dwCRC of the stored data, padding not counted
+    std::uint16_t size = 0;       ///< cb
+    std::uint16_t signature = 0;  ///< wSig
+    std::uint32_t crc = 0;        ///< dwCRC of the stored data, padding not counted
     std::uint64_t bid = 0;
     std::uint16_t inflatedSize = 0;  ///< 4 KB pages only; elsewhere equal to `size`
 };
@@ -35,8 +35,8 @@ struct CheckedBlockTrailer {
     std::uint8_t faults = kBlockSound;  ///< BlockFault bits
 };
 
-/// Completes a block whose `dataBytes` stored (encoded) bytes stand at the start of `extent`: clears the padding
-/// and writes the trailer. `inflatedSize` is only kept in 4 KB files, where 0 means: as stored.
+/// Completes a block whose `dataBytes` stored (encoded) bytes stand at the start of `extent`: clears the
+/// padding and writes the trailer. `inflatedSize` is only kept in 4 KB files, where 0 means: as stored.
 /// REQUIRES: extent.size() == BlockExtent(layout, dataBytes), dataBytes <= layout.largestBlock.
 void EncodeBlockTrailer(const VariantLayout& layout, std::span<std::byte> extent, std::size_t dataBytes,
                         std::uint64_t fileOffset, std::uint64_t bid, std::uint16_t inflatedSize = 0);
@@ -57,7 +57,10 @@ constexpr std::size_t DataTreeCapacity(const VariantLayout& layout)
     return (layout.largestBlock - 8) / layout.keyWidth;
 }
 /// Bytes before the entries of an SLBLOCK or SIBLOCK.
-constexpr std::size_t SubnodeHeaderSize(const VariantLayout& layout) { return layout.wide ? 8 : 4; }
+constexpr std::size_t SubnodeHeaderSize(const VariantLayout& layout)
+{
+    return layout.wide ? 8 : 4;
+}
 /// Most entries of an SLBLOCK: 340 in Unicode files.
 constexpr std::size_t SubnodeLeafCapacity(const VariantLayout& layout)
 {
@@ -93,8 +96,8 @@ private:
 };
 
 /// REQUIRES: 1 <= children.size() <= DataTreeCapacity(layout).
-std::vector<std::byte> EncodeDataTreeBlock(const VariantLayout& layout, unsigned level, std::uint32_t totalSize,
-                                           std::span<const std::uint64_t> children);
+std::vector<std::byte> EncodeDataTreeBlock(const VariantLayout& layout, unsigned level,
+                                           std::uint32_t totalSize, std::span<const std::uint64_t> children);
 
 /// SLENTRY. [MS-PST] 2.2.2.8.3.3.1.1
 struct SubnodeLeafEntry {
@@ -129,7 +132,8 @@ private:
 };
 
 /// REQUIRES of both: entries sorted by NID, at least 1 and at most the block's capacity.
-std::vector<std::byte> EncodeSubnodeLeaf(const VariantLayout& layout, std::span<const SubnodeLeafEntry> entries);
+std::vector<std::byte> EncodeSubnodeLeaf(const VariantLayout& layout,
+                                         std::span<const SubnodeLeafEntry> entries);
 std::vector<std::byte> EncodeSubnodeIndex(const VariantLayout& layout,
                                           std::span<const SubnodeIndexEntry> entries);
 

@@ -31,8 +31,8 @@ public:
     unsigned Levels() const { return m_levels; }         ///< bIdxLevels
     bool IsEmpty() const { return m_root == 0; }
 
-    /// The record of a key. Nothing when there is none; a fault when the way to it is damaged. Relies on sorted
-    /// keys.
+    /// The record of a key. Nothing when there is none; a fault when the way to it is damaged. Relies on
+    /// sorted keys.
     Result<std::optional<BthRecord>> Find(std::uint64_t key) const;
     /// Visits all records in stored order until `visit` returns false. A damaged array is left out and its
     /// fault returned at the end (the first one); the others are still visited. Never visits more arrays than

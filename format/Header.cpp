@@ -21,7 +21,10 @@ struct Places {
 constexpr Places kNarrow{0x18, 0x1C, 0x20, 0x24, 0xA4, 0xCC, 0x1CC};
 constexpr Places kWide{0x204, 0x20, 0x28, 0x2C, 0xB4, 0x100, 0x200};
 
-const Places& PlacesOf(const VariantLayout& layout) { return layout.wide ? kWide : kNarrow; }
+const Places& PlacesOf(const VariantLayout& layout)
+{
+    return layout.wide ? kWide : kNarrow;
+}
 
 void StoreKey(std::span<std::byte> into, std::size_t offset, std::size_t width, std::uint64_t value)
 {

@@ -38,9 +38,9 @@ struct FileHeader {
     std::uint16_t clientMagic = kClientMagicPst;
     std::uint16_t version = kVersionUnicode;
     std::uint16_t clientVersion = 19;
-    std::uint64_t nextPageBid = 0;   ///< bidNextP
-    std::uint64_t nextBlockBid = 0;  ///< bidNextB
-    std::uint32_t unique = 0;        ///< dwUnique
+    std::uint64_t nextPageBid = 0;                  ///< bidNextP
+    std::uint64_t nextBlockBid = 0;                 ///< bidNextB
+    std::uint32_t unique = 0;                       ///< dwUnique
     std::array<std::uint32_t, 32> lastNodeIndex{};  ///< rgnid: per nidType the last index handed out
     std::uint64_t fileSize = 0;                     ///< ibFileEof
     std::uint64_t lastAMapOffset = 0;               ///< ibAMapLast

@@ -38,10 +38,13 @@ struct HeapId {
 };
 
 /// True when an HNID is a HID or 0 (no data); otherwise it is the NID of a subnode. [MS-PST] 2.3.3.2
-constexpr bool IsHeapId(std::uint32_t hnid) { return (hnid & 0x1F) == 0; }
+constexpr bool IsHeapId(std::uint32_t hnid)
+{
+    return (hnid & 0x1F) == 0;
+}
 
-/// Bytes of the header at the start of a heap's block: HNHDR in block 0, HNBITMAPHDR in blocks 8, 136, 264...,
-/// else HNPAGEHDR. [MS-PST] 2.3.1.2 to 2.3.1.4
+/// Bytes of the header at the start of a heap's block: HNHDR in block 0, HNBITMAPHDR in blocks 8, 136,
+/// 264..., else HNPAGEHDR. [MS-PST] 2.3.1.2 to 2.3.1.4
 constexpr std::size_t HeapHeaderSize(std::size_t blockIndex)
 {
     if (blockIndex == 0)
@@ -49,7 +52,8 @@ constexpr std::size_t HeapHeaderSize(std::size_t blockIndex)
     return blockIndex % 128 == 8 ? 66 : 2;
 }
 
-/// Fill level of a heap block with `freeBytes` unused, 0 (3584 and more) to 15 (less than 8). [MS-PST] 2.3.1.2
+/// Fill level of a heap block with `freeBytes` unused, 0 (3584 and more) to 15 (less than 8).
+/// [MS-PST] 2.3.1.2
 std::uint8_t HeapFillLevel(std::size_t freeBytes);
 
 /// One block of a heap-on-node. [MS-PST] 2.3.1
@@ -70,8 +74,8 @@ public:
     std::uint8_t ClientSignature() const { return m_block.ReadOrZero<std::uint8_t>(3); }  ///< bClientSig
     std::uint32_t UserRoot() const { return m_block.ReadOrZero<std::uint32_t>(4); }       ///< hidUserRoot
 
-    /// Every rule that a sound block keeps beyond what Parse asks for: even ibHnpm at most one byte behind the
-    /// last allocation, offsets rising from the header's end, cFree the number of empty allocations.
+    /// Every rule that a sound block keeps beyond what Parse asks for: even ibHnpm at most one byte behind
+    /// the last allocation, offsets rising from the header's end, cFree the number of empty allocations.
     std::optional<Fault> FindFault(std::size_t blockIndex) const;
 
 private:
@@ -85,7 +89,8 @@ private:
 /// Bytes that several holders share, so that a view into them stays valid.
 using SharedBytes = std::shared_ptr<const std::vector<std::byte>>;
 
-/// The data blocks of one node, decoded, in order: what a heap or a row matrix of several blocks is read from.
+/// The data blocks of one node, decoded, in order: what a heap or a row matrix of several blocks is read
+/// from.
 class IBlockSequence {
 public:
     virtual ~IBlockSequence() = default;

@@ -19,7 +19,8 @@ std::vector<NameId> DecodeNameIds(CByteView stream)
     for (std::size_t offset = 0; stream.Holds(offset, NameId::kSize); offset += NameId::kSize) {
         const auto word = stream.ReadOrZero<std::uint16_t>(offset + 4);
         entries.push_back({stream.ReadOrZero<std::uint32_t>(offset), (word & 1) != 0,
-                           static_cast<std::uint16_t>(word >> 1), stream.ReadOrZero<std::uint16_t>(offset + 6)});
+                           static_cast<std::uint16_t>(word >> 1),
+                           stream.ReadOrZero<std::uint16_t>(offset + 6)});
     }
     return entries;
 }
@@ -54,8 +55,10 @@ std::optional<Guid> DecodeGuid(CByteView bytes, std::uint64_t offset)
     const auto view = bytes.Sub(offset, kGuidSize);
     if (!view)
         return std::nullopt;
-    Guid guid{view->ReadOrZero<std::uint32_t>(0), view->ReadOrZero<std::uint16_t>(4),
-              view->ReadOrZero<std::uint16_t>(6), {}};
+    Guid guid{view->ReadOrZero<std::uint32_t>(0),
+              view->ReadOrZero<std::uint16_t>(4),
+              view->ReadOrZero<std::uint16_t>(6),
+              {}};
     for (std::size_t i = 0; i < guid.data4.size(); ++i)
         guid.data4[i] = view->ReadOrZero<std::uint8_t>(8 + i);
     return guid;

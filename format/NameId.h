@@ -22,17 +22,17 @@ inline constexpr std::uint32_t kBucketCount = 251;
 inline constexpr std::uint16_t kGuidIndexNone = 0;
 inline constexpr std::uint16_t kGuidIndexMapi = 1;
 inline constexpr std::uint16_t kGuidIndexPublicStrings = 2;
-inline constexpr std::uint16_t kFirstGuidIndex = 3;       ///< of the GUID stream
+inline constexpr std::uint16_t kFirstGuidIndex = 3;        ///< of the GUID stream
 inline constexpr std::uint16_t kFirstPropertyId = 0x8000;  ///< of the entry with index 0
 }  // namespace namemap
 
 /// NAMEID. [MS-PST] 2.4.7.1
 struct NameId {
     static constexpr std::size_t kSize = 8;
-    std::uint32_t number = 0;    ///< long id, offset into the string stream, or in buckets the string's CRC
-    bool isString = false;       ///< N
+    std::uint32_t number = 0;     ///< long id, offset into the string stream, or in buckets the string's CRC
+    bool isString = false;        ///< N
     std::uint16_t guidIndex = 0;  ///< wGuid
-    std::uint16_t index = 0;     ///< wPropIdx: the property id is 0x8000 + index
+    std::uint16_t index = 0;      ///< wPropIdx: the property id is 0x8000 + index
     friend bool operator==(const NameId&, const NameId&) = default;
 
     /// The word of wGuid and N that takes part in the bucket's hash.

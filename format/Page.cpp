@@ -52,7 +52,8 @@ std::optional<CheckedPageTrailer> ParsePageTrailer(const VariantLayout& layout, 
     const auto type = page.ReadOrZero<std::uint8_t>(layout.typeOffset);
     if (type < 0x80 || type > 0x86 || page.ReadOrZero<std::uint8_t>(layout.typeOffset + 1) != type)
         return std::nullopt;
-    const PageTrailer trailer{static_cast<PageType>(type), page.ReadOrZero<std::uint16_t>(layout.signatureOffset),
+    const PageTrailer trailer{static_cast<PageType>(type),
+                              page.ReadOrZero<std::uint16_t>(layout.signatureOffset),
                               page.ReadOrZero<std::uint32_t>(layout.pageCrcOffset),
                               page.ReadKey(layout.pageBidOffset, layout.keyWidth).value_or(0)};
     std::uint8_t faults = kPageSound;
@@ -125,7 +126,8 @@ std::optional<IndexEntry> DecodeIndexEntry(const VariantLayout& layout, CByteVie
     const std::size_t width = layout.keyWidth;
     if (!bytes.Holds(0, 3 * width))
         return std::nullopt;
-    return IndexEntry{*bytes.ReadKey(0, width), {*bytes.ReadKey(width, width), *bytes.ReadKey(2 * width, width)}};
+    return IndexEntry{*bytes.ReadKey(0, width),
+                      {*bytes.ReadKey(width, width), *bytes.ReadKey(2 * width, width)}};
 }
 
 void EncodeTreePage(const VariantLayout& layout, std::span<std::byte> page, PageType tree, unsigned level,

@@ -14,13 +14,13 @@ namespace pastille::format {
 
 /// ptype. [MS-PST] 2.2.2.7.1
 enum class PageType : std::uint8_t {
-    BlockTree = 0x80,    ///< ptypeBBT
-    NodeTree = 0x81,     ///< ptypeNBT
-    FreeMap = 0x82,      ///< ptypeFMap
-    PageMap = 0x83,      ///< ptypePMap
+    BlockTree = 0x80,      ///< ptypeBBT
+    NodeTree = 0x81,       ///< ptypeNBT
+    FreeMap = 0x82,        ///< ptypeFMap
+    PageMap = 0x83,        ///< ptypePMap
     AllocationMap = 0x84,  ///< ptypeAMap
-    FreePageMap = 0x85,  ///< ptypeFPMap
-    DensityList = 0x86,  ///< ptypeDL
+    FreePageMap = 0x85,    ///< ptypeFPMap
+    DensityList = 0x86,    ///< ptypeDL
 };
 
 /// True for the map pages, whose wSig is 0 and whose BID is their own file offset.
@@ -70,9 +70,10 @@ struct NodeEntry {
 /// BBTENTRY. [MS-PST] 2.2.2.7.7.3
 struct BlockEntry {
     BlockReference reference;
-    std::uint16_t size = 0;          ///< cb: data bytes as stored, without padding and trailer
-    std::uint16_t inflatedSize = 0;  ///< 4 KB pages only: data bytes after inflating; elsewhere equal to `size`
-    std::uint16_t references = 0;    ///< cRef
+    std::uint16_t size = 0;  ///< cb: data bytes as stored, without padding and trailer
+    std::uint16_t inflatedSize =
+        0;                         ///< 4 KB pages only: data bytes after inflating; elsewhere equal to `size`
+    std::uint16_t references = 0;  ///< cRef
 };
 
 /// BTENTRY. [MS-PST] 2.2.2.7.7.2

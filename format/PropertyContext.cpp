@@ -7,35 +7,47 @@ namespace pastille::format {
 PropertyStorageRule StorageRuleOf(PropertyType type)
 {
     switch (type) {
-        case PropertyType::Boolean: return {1, true, 1, true};
-        case PropertyType::Integer16: return {2, true, 2, true};
+        case PropertyType::Boolean:
+            return {1, true, 1, true};
+        case PropertyType::Integer16:
+            return {2, true, 2, true};
         case PropertyType::Integer32:
         case PropertyType::Floating32:
-        case PropertyType::ErrorCode: return {4, true, 4, true};
+        case PropertyType::ErrorCode:
+            return {4, true, 4, true};
         case PropertyType::Floating64:
         case PropertyType::Currency:
         case PropertyType::FloatingTime:
         case PropertyType::Integer64:
-        case PropertyType::Time: return {8, false, 8, true};
-        case PropertyType::Object: return {8, false, 4, false};
-        case PropertyType::Guid: return {16, false, 4, false};
-        default: return {};
+        case PropertyType::Time:
+            return {8, false, 8, true};
+        case PropertyType::Object:
+            return {8, false, 4, false};
+        case PropertyType::Guid:
+            return {16, false, 4, false};
+        default:
+            return {};
     }
 }
 
 std::size_t MultipleElementSize(PropertyType type)
 {
     switch (type) {
-        case PropertyType::MultipleInteger16: return 2;
+        case PropertyType::MultipleInteger16:
+            return 2;
         case PropertyType::MultipleInteger32:
-        case PropertyType::MultipleFloating32: return 4;
+        case PropertyType::MultipleFloating32:
+            return 4;
         case PropertyType::MultipleFloating64:
         case PropertyType::MultipleCurrency:
         case PropertyType::MultipleFloatingTime:
         case PropertyType::MultipleInteger64:
-        case PropertyType::MultipleTime: return 8;
-        case PropertyType::MultipleGuid: return 16;
-        default: return 0;
+        case PropertyType::MultipleTime:
+            return 8;
+        case PropertyType::MultipleGuid:
+            return 16;
+        default:
+            return 0;
     }
 }
 

@@ -21,10 +21,14 @@ std::optional<std::pair<std::size_t, std::size_t>> PartOf(const TableInfo& info,
 {
     switch (cellSize) {
         case 8:
-        case 4: return std::pair<std::size_t, std::size_t>{0, info.end4};
-        case 2: return std::pair<std::size_t, std::size_t>{info.end4, info.end2};
-        case 1: return std::pair<std::size_t, std::size_t>{info.end2, info.end1};
-        default: return std::nullopt;
+        case 4:
+            return std::pair<std::size_t, std::size_t>{0, info.end4};
+        case 2:
+            return std::pair<std::size_t, std::size_t>{info.end4, info.end2};
+        case 1:
+            return std::pair<std::size_t, std::size_t>{info.end2, info.end1};
+        default:
+            return std::nullopt;
     }
 }
 

@@ -24,10 +24,10 @@ struct TableColumn {
 
 /// TCINFO. [MS-PST] 2.3.4.1
 struct TableInfo {
-    std::uint16_t end4 = 0;     ///< rgib[TCI_4b]: end of the 8- and 4-byte cells
-    std::uint16_t end2 = 0;     ///< rgib[TCI_2b]
-    std::uint16_t end1 = 0;     ///< rgib[TCI_1b]: start of the cell existence block
-    std::uint16_t rowSize = 0;  ///< rgib[TCI_bm]
+    std::uint16_t end4 = 0;      ///< rgib[TCI_4b]: end of the 8- and 4-byte cells
+    std::uint16_t end2 = 0;      ///< rgib[TCI_2b]
+    std::uint16_t end1 = 0;      ///< rgib[TCI_1b]: start of the cell existence block
+    std::uint16_t rowSize = 0;   ///< rgib[TCI_bm]
     std::uint32_t rowIndex = 0;  ///< hidRowIndex
     std::uint32_t rows = 0;      ///< hnidRows, 0 when there are none
     std::vector<TableColumn> columns;
@@ -56,7 +56,9 @@ class CRowGeometry {
 public:
     /// `blockSize`: data bytes of every block but the last.
     CRowGeometry(std::size_t rowSize, std::size_t blockSize)
-        : m_rowSize(rowSize), m_rowsPerBlock(rowSize == 0 ? 0 : blockSize / rowSize) {}
+        : m_rowSize(rowSize), m_rowsPerBlock(rowSize == 0 ? 0 : blockSize / rowSize)
+    {
+    }
 
     std::size_t RowsPerBlock() const { return m_rowsPerBlock; }
     // REQUIRES of both: RowsPerBlock() != 0.

@@ -1,5 +1,5 @@
-#include "format/PropertyIds.h"
 #include "component/pst/messaging/PstStore.h"
+#include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
 
 namespace pastille::tests {
@@ -35,7 +35,8 @@ TEST_F(ComponentFailures, EachNamesTheInterfaceThatWasCalled)
     const auto attachments = item->GetAttachments();
     EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(folder / "none", u"x"); }),
               std::pair(E_NOT_FOUND, IAttachmentList::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(folder / "", u"x"); }).second, IAttachmentList::kInterfaceId);
+    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(folder / "", u"x"); }).second,
+              IAttachmentList::kInterfaceId);
     EXPECT_EQ(ErrorOf([&] { item->SetText(p::Importance, u"x"); }),
               std::pair(E_INVALIDARG, IMessageItem::kInterfaceId));
     EXPECT_EQ(ErrorOf([&] { root->GetItems()->AddItem(std::int32_t{1}); }),
@@ -48,10 +49,12 @@ TEST_F(ComponentFailures, EachNamesTheInterfaceThatWasCalled)
 TEST_F(ComponentFailures, ItemOfAnotherStoreCannotBeAttached)
 {
     CreateStore();
-    const auto other = session->GetStores()->AddPstStore(folder / "other.pst", Missing{}, std::u16string(u"other"));
+    const auto other =
+        session->GetStores()->AddPstStore(folder / "other.pst", Missing{}, std::u16string(u"other"));
     const auto stranger = AddItem(other->GetRootFolder(), u"IPM.Note", u"stranger");
     const auto attachments = AddItem(root, u"IPM.Note")->GetAttachments();
-    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(CRef<IStoreItem>(stranger), u"x"); }).first, E_INVALIDARG);
+    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(CRef<IStoreItem>(stranger), u"x"); }).first,
+              E_INVALIDARG);
     EXPECT_EQ(attachments->GetCount(), 0);
 }
 
@@ -63,12 +66,15 @@ TEST_F(ComponentFailures, StoreOpenedForReadingRefusesChanges)
     Reopen();
     const auto item = root->GetItems()->GetFirst();
     const auto sub = FindFolder(root, u"folder");
-    EXPECT_EQ(ErrorOf([&] { item->SetText(p::Subject, u"y"); }), std::pair(E_ACCESSDENIED, IMessageItem::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { item->SetText(p::Subject, u"y"); }),
+              std::pair(E_ACCESSDENIED, IMessageItem::kInterfaceId));
     EXPECT_EQ(ErrorOf([&] { item->Save(); }), std::pair(E_ACCESSDENIED, IStoreItem::kInterfaceId));
     EXPECT_EQ(ErrorOf([&] { item->Reply(); }).first, E_ACCESSDENIED);
     EXPECT_EQ(ErrorOf([&] { root->GetItems()->AddItem(std::u16string(u"IPM.Note")); }).first, E_ACCESSDENIED);
-    EXPECT_EQ(ErrorOf([&] { AddFolder(root, u"new"); }), std::pair(E_ACCESSDENIED, IFolderList::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { QueryInterface<IFolderSettings>(sub)->SetDefaultFolderKind(9); }).first, E_ACCESSDENIED);
+    EXPECT_EQ(ErrorOf([&] { AddFolder(root, u"new"); }),
+              std::pair(E_ACCESSDENIED, IFolderList::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { QueryInterface<IFolderSettings>(sub)->SetDefaultFolderKind(9); }).first,
+              E_ACCESSDENIED);
     EXPECT_EQ(item->GetText(p::Subject), u"x");
 }
 
@@ -116,34 +122,33 @@ protected:
 TEST_F(ComponentFullDisk, LeavesTheLastCommitOrNoStore)
 {
     factory.CreateProfiles()->AddProfile(kProfile, 0, Empty{});
+    int runsWithFirstCommit = 0;
     bool failed = true;
-    int withFirstCommit = 0;
-    for (std::uint64_t write = 1; failed; ++write) {
-        SCOPED_TRACE("failing write " + std::to_string(write));
+    for (std::uint64_t room = 0; failed; room += 8192) {
+        SCOPED_TRACE("room for " + std::to_string(room) + " bytes");
         std::filesystem::remove(StorePath());
         session = NewSession();
-        files.writes = 0;
-        files.faults = {};
-        files.faults.failingWrite = write;
+        files.written = 0;
+        files.faults.diskBytes = room;
         const int commits = FillStore();
         failed = commits != 2;
-        withFirstCommit += commits == 1;
-        files.faults = {};
+        runsWithFirstCommit += commits == 1;
         root.Release(), store.Release(), session.Release();
+        files.faults = {};
         if (!std::filesystem::exists(StorePath()))
             continue;
-        component::CBuiltInComponent other(platform::HostFileSystem(), folder / "other");
-        const auto opened = [&] { return component::pst::CPstStore::Open(platform::HostFileSystem(), StorePath()); };
+        const auto open = [&] { return component::pst::CPstStore::Open(files, StorePath()); };
         if (commits == 0) {
-            EXPECT_ANY_THROW(opened()) << "no file may pass for a store before its first commit";
+            EXPECT_ANY_THROW(open()) << "no file may pass for a store before its first commit";
             continue;
         }
-        const auto finished = opened();
-        const auto* first = finished->FindSubfolder(finished->RootFolder(), u"first");
+        const auto finished = open();
+        auto* const first = finished->FindSubfolder(finished->RootFolder(), u"first");
         ASSERT_NE(first, nullptr);
-        EXPECT_EQ(finished->MessagesOf(*finished->FindSubfolder(finished->RootFolder(), u"first")).size(), 3u);
+        EXPECT_EQ(finished->MessagesOf(*first).size(), 3u);
+        EXPECT_EQ(finished->FindSubfolder(finished->RootFolder(), u"second") != nullptr, commits == 2);
     }
-    EXPECT_GT(withFirstCommit, 0) << "the sweep must also meet failures after the first commit";
+    EXPECT_GT(runsWithFirstCommit, 0) << "the sweep must also meet failures after the first commit";
 }
 
 TEST_F(ComponentFullDisk, OtherFailuresAreWriteFaults)

@@ -23,9 +23,9 @@ protected:
 
     writer::CRef<writer::IStoreSession> NewSession()
     {
-        auto session = factory.CreateSession();
-        session->Logon(TextArgument(kProfile));
-        return session;
+        auto fresh = factory.CreateSession();
+        fresh->Logon(TextArgument(kProfile));
+        return fresh;
     }
     /// Makes the profile, logs on and creates the store.
     void CreateStore()
@@ -38,6 +38,7 @@ protected:
     /// Completes the store and looks at the file through a session of its own.
     void Reopen()
     {
+        store->Commit();
         root.Release();
         session.Release();
         store.Release();

@@ -26,10 +26,10 @@ TEST_F(ComponentFolders, DefaultFoldersAreFoundByTheirKind)
         {u"Notes", 12, u"IPF.StickyNote"},
         {u"Calendar", 9, u"IPF.Appointment"},
     }};
-    EXPECT_EQ(ErrorOf([&] { session->GetDefaultFolder(9); }), std::pair(E_NOT_FOUND, IStoreSession::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { session->GetDefaultFolder(9); }),
+              std::pair(E_NOT_FOUND, IStoreSession::kInterfaceId));
     for (const auto& [name, kind, containerClass] : special) {
-        const auto settings =
-            QueryInterface<IFolderSettings>(root->GetFolders()->AddFolder(name, Missing{}));
+        const auto settings = QueryInterface<IFolderSettings>(root->GetFolders()->AddFolder(name, Missing{}));
         settings->SetDefaultFolderKind(kind);
         settings->SetFolderFlag(1);
     }
@@ -44,7 +44,8 @@ TEST_F(ComponentFolders, DefaultFoldersAreFoundByTheirKind)
         }
         EXPECT_EQ(session->GetDefaultFolder(3)->GetName(), u"Deleted Items");
         EXPECT_EQ(session->GetDefaultFolder(19)->GetName(), u"Conflicts");
-        EXPECT_EQ(session->GetDefaultFolder(20)->GetFolders()->GetCount(), 2) << "the first one of the kind stays";
+        EXPECT_EQ(session->GetDefaultFolder(20)->GetFolders()->GetCount(), 2)
+            << "the first one of the kind stays";
         EXPECT_EQ(ErrorOf([&] { session->GetDefaultFolder(21); }).first, E_NOT_FOUND);
         Reopen();
     }
@@ -66,7 +67,8 @@ TEST_F(ComponentFolders, ContainerClassIsGivenImpliedOrInherited)
 TEST_F(ComponentFolders, NamesAreFoundAsTheyWereGiven)
 {
     const std::vector<std::u16string> names{
-        u"plain", u"Plain", u"", u"a\\b", u"\\", u"a/b:c*?", std::u16string(u"con\x07trol\x85"), std::u16string(400, u'n'),
+        u"plain", u"Plain", u"", u"a\\b", u"\\", u"a/b:c*?", std::u16string(u"con\x07trol\x85"),
+        std::u16string(400, u'n'),
         // 254 units and a surrogate pair over the limit: the pair goes as a whole.
         std::u16string(254, u's') + u"\U0001F600", u"\xD800lone"};
     for (const auto& name : names)
@@ -111,18 +113,20 @@ TEST_F(ComponentFolders, PathWithSeveralMeaningsLeadsToTheFolderThatFits)
         EXPECT_EQ(ErrorOf([&] { session->GetFolderFromPath(path); }).first, E_NOT_FOUND);
 }
 
-TEST_F(ComponentFolders, LongPathOfCutNamesEndsTheSearch)
+TEST_F(ComponentFolders, CutNamesDoNotSwallowTheRestOfThePath)
 {
-    auto folder = root;
     const std::u16string name(300, u'z');
-    for (int depth = 0; depth < 12; ++depth)
-        folder = AddFolder(folder, name);
+    auto deepest = root;
     std::u16string path;
-    for (int i = 0; i < 400; ++i)
-        path += u"\\" + std::u16string(300, u'z');
-    EXPECT_TRUE(At(path)) << "every cut of the path into twelve long names fits";
-    EXPECT_EQ(ErrorOf([&] { At(path + u"\\y\\"); }).first, 0) << "and so does any ending";
-    EXPECT_EQ(ErrorOf([&] { At(u"\\y" + path); }).first, E_NOT_FOUND);
+    for (int depth = 0; depth < 12; ++depth) {
+        EXPECT_EQ(ErrorOf([&] { At(path + u"\\" + name); }).first, E_NOT_FOUND);
+        deepest = AddFolder(deepest, name);
+        path += u"\\" + name;
+        EXPECT_EQ(At(path)->GetFolders()->GetCount(), 0);
+    }
+    AddFolder(deepest, name + u"\\tail");
+    EXPECT_EQ(At(path + u"\\" + name + u"\\tail")->GetFolders()->GetCount(), 0);
+    EXPECT_EQ(ErrorOf([&] { At(path + u"\\" + name + u"\\other"); }).first, E_NOT_FOUND);
 }
 
 TEST_F(ComponentFolders, AreNumberedFromOneInTheOrderOfTheirMaking)

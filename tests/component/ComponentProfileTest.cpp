@@ -11,9 +11,19 @@ class ComponentProfiles : public CComponentFixture {};
 
 TEST_F(ComponentProfiles, AnyNameIsAProfileOfItsOwn)
 {
-    const std::vector<std::u16string> names{
-        u"Pastille", u"pastille", u"Pastille0", u"", u".", u"..", u"../x", u"a/b\\c", u"\xD800", u"\xD801", u"n\nl",
-        std::u16string(3000, u'\u00E4'), std::u16string(3000, u'\u00E4') + u"b"};
+    const std::vector<std::u16string> names{u"Pastille",
+                                            u"pastille",
+                                            u"Pastille0",
+                                            u"",
+                                            u".",
+                                            u"..",
+                                            u"../x",
+                                            u"a/b\\c",
+                                            u"\xD800",
+                                            u"\xD801",
+                                            u"n\nl",
+                                            std::u16string(3000, u'\u00E4'),
+                                            std::u16string(3000, u'\u00E4') + u"b"};
     const auto profiles = factory.CreateProfiles();
     for (std::size_t i = 0; i < names.size(); ++i) {
         EXPECT_FALSE(profiles->FindProfile(names[i])) << i;
@@ -23,7 +33,8 @@ TEST_F(ComponentProfiles, AnyNameIsAProfileOfItsOwn)
     component::CBuiltInComponent other(files, folder / "data" / "profiles");
     for (const auto& name : names)
         EXPECT_NO_THROW(other.CreateSession()->Logon(name));
-    EXPECT_EQ(ErrorOf([&] { profiles->AddProfile(u"Pastille", 0, Empty{}); }).second, IStoreProfiles::kInterfaceId);
+    EXPECT_EQ(ErrorOf([&] { profiles->AddProfile(u"Pastille", 0, Empty{}); }).second,
+              IStoreProfiles::kInterfaceId);
 }
 
 TEST_F(ComponentProfiles, LogonNeedsAProfileAndStoresNeedALogon)
@@ -31,14 +42,17 @@ TEST_F(ComponentProfiles, LogonNeedsAProfileAndStoresNeedALogon)
     const auto fresh = factory.CreateSession();
     EXPECT_EQ(ErrorOf([&] { fresh->Logon(std::u16string(u"none")); }),
               std::pair(E_NOT_FOUND, IStoreSession::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { fresh->Logon(Missing{}); }), std::pair(E_INVALIDARG, IStoreSession::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { fresh->GetStores()->GetDefaultStore(); }), std::pair(E_FAIL, IStoreList::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { fresh->Logon(Missing{}); }),
+              std::pair(E_INVALIDARG, IStoreSession::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { fresh->GetStores()->GetDefaultStore(); }),
+              std::pair(E_FAIL, IStoreList::kInterfaceId));
 }
 
 TEST_F(ComponentProfiles, DefaultStoreIsTheOneAddedLastAndMissingFilesDoNoHarm)
 {
     CreateStore();
-    const auto second = session->GetStores()->AddPstStore(folder / "second.pst", Missing{}, std::u16string(u"two"));
+    const auto second =
+        session->GetStores()->AddPstStore(folder / "second.pst", Missing{}, std::u16string(u"two"));
     AddFolder(second->GetRootFolder(), u"only in two");
     EXPECT_TRUE(FindFolder(session->GetStores()->GetDefaultStore()->GetRootFolder(), u"only in two"));
     AddFolder(root, u"only in one");
@@ -62,11 +76,14 @@ TEST_F(ComponentProfiles, StoreIsMadeOnlyWhereNoFileIs)
     const auto stores = session->GetStores();
     EXPECT_NE(ErrorOf([&] { stores->AddPstStore(taken, Missing{}, std::u16string(u"x")); }).first, 0);
     EXPECT_EQ(std::filesystem::file_size(taken), 16u);
-    EXPECT_EQ(ErrorOf([&] { stores->AddPstStore(folder / "new.pst", std::int32_t{1}, std::u16string(u"x")); }),
-              std::pair(E_INVALIDARG, IStoreList::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { stores->AddPstStore(folder / "none" / "x.pst", Missing{}, std::u16string(u"x")); }),
-              std::pair(E_WRITEFAULT, IStoreList::kInterfaceId));
-    EXPECT_TRUE(session->GetFolderFromPath(u"\\\\old Recovered")) << "the store added before is still the default";
+    EXPECT_EQ(
+        ErrorOf([&] { stores->AddPstStore(folder / "new.pst", std::int32_t{1}, std::u16string(u"x")); }),
+        std::pair(E_INVALIDARG, IStoreList::kInterfaceId));
+    EXPECT_EQ(
+        ErrorOf([&] { stores->AddPstStore(folder / "none" / "x.pst", Missing{}, std::u16string(u"x")); }),
+        std::pair(E_WRITEFAULT, IStoreList::kInterfaceId));
+    EXPECT_TRUE(session->GetFolderFromPath(u"\\\\old Recovered"))
+        << "the store added before is still the default";
 }
 
 TEST_F(ComponentProfiles, DamagedStoreIsRefusedAndDamagedProfileIsNone)
@@ -81,7 +98,8 @@ TEST_F(ComponentProfiles, DamagedStoreIsRefusedAndDamagedProfileIsNone)
         file.put('\0');
     }
     session = NewSession();
-    EXPECT_EQ(ErrorOf([&] { session->GetStores()->GetDefaultStore(); }), std::pair(E_FAIL, IStoreList::kInterfaceId));
+    EXPECT_EQ(ErrorOf([&] { session->GetStores()->GetDefaultStore(); }),
+              std::pair(E_FAIL, IStoreList::kInterfaceId));
     for (const auto& entry : std::filesystem::directory_iterator(folder / "data" / "profiles"))
         std::ofstream(entry.path(), std::ios::app) << "rubbish";
     EXPECT_FALSE(factory.CreateProfiles()->FindProfile(std::u16string(kProfile)));

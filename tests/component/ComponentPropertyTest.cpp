@@ -12,21 +12,52 @@ namespace {
 using namespace writer;
 namespace p = writer::property;
 
-const std::vector<const ItemProperty*> kAllProperties{
-    &p::Subject, &p::AlternateRecipientAllowed, &p::AutoForwarded, &p::DisplayBcc, &p::BillingInformation, &p::Body,
-    &p::NamedText8012, &p::DisplayCc, &p::Companies, &p::ConversationTopic, &p::DeleteAfterSubmit, &p::DueDate,
-    &p::FollowupIcon, &p::FlagRequest, &p::FlagStatus, &p::HtmlBody, &p::Importance, &p::Mileage, &p::AgingDontAgeMe,
-    &p::OriginatorDeliveryReportRequested, &p::ReadReceiptRequested, &p::AddressLine, &p::DeliveryTime,
-    &p::RecipientReassignmentProhibited, &p::ReminderOverride, &p::ReminderSet, &p::ReminderTime,
-    &p::SenderEmailAddress, &p::SenderAddressType, &p::SenderName, &p::Sensitivity, &p::Sent, &p::SubmitTime,
-    &p::SentRepresentingName, &p::SentRepresentingEmailAddress, &p::SentRepresentingAddressType, &p::DisplayTo,
-    &p::UnRead, &p::RtfBody};
+const std::vector<const ItemProperty*> kAllProperties{&p::Subject,
+                                                      &p::AlternateRecipientAllowed,
+                                                      &p::AutoForwarded,
+                                                      &p::DisplayBcc,
+                                                      &p::BillingInformation,
+                                                      &p::Body,
+                                                      &p::NamedText8012,
+                                                      &p::DisplayCc,
+                                                      &p::Companies,
+                                                      &p::ConversationTopic,
+                                                      &p::DeleteAfterSubmit,
+                                                      &p::DueDate,
+                                                      &p::FollowupIcon,
+                                                      &p::FlagRequest,
+                                                      &p::FlagStatus,
+                                                      &p::HtmlBody,
+                                                      &p::Importance,
+                                                      &p::Mileage,
+                                                      &p::AgingDontAgeMe,
+                                                      &p::OriginatorDeliveryReportRequested,
+                                                      &p::ReadReceiptRequested,
+                                                      &p::AddressLine,
+                                                      &p::DeliveryTime,
+                                                      &p::RecipientReassignmentProhibited,
+                                                      &p::ReminderOverride,
+                                                      &p::ReminderSet,
+                                                      &p::ReminderTime,
+                                                      &p::SenderEmailAddress,
+                                                      &p::SenderAddressType,
+                                                      &p::SenderName,
+                                                      &p::Sensitivity,
+                                                      &p::Sent,
+                                                      &p::SubmitTime,
+                                                      &p::SentRepresentingName,
+                                                      &p::SentRepresentingEmailAddress,
+                                                      &p::SentRepresentingAddressType,
+                                                      &p::DisplayTo,
+                                                      &p::UnRead,
+                                                      &p::RtfBody};
 
 std::u16string TextFor(const ItemProperty& property)
 {
     std::u16string text(property.name.begin(), property.name.end());
     // Only characters of one byte in the RTF body.
-    return property.number == format::pid::kRtfCompressed ? u"{\\rtf1 " + text + u" \u00E4}" : text + u" \u00E4\u6F22";
+    return property.number == format::pid::kRtfCompressed ? u"{\\rtf1 " + text + u" \u00E4}"
+                                                          : text + u" \u00E4\u6F22";
 }
 
 /// Values that no two properties share.
@@ -35,10 +66,18 @@ void SetAll(IMessageItem& item, bool flags)
     for (std::size_t i = 0; i < kAllProperties.size(); ++i) {
         const ItemProperty& property = *kAllProperties[i];
         switch (property.kind) {
-            case PropertyKind::Text: item.SetText(property, TextFor(property)); break;
-            case PropertyKind::Date: item.SetDate(property, 40000.0 + static_cast<double>(i) + 0.25); break;
-            case PropertyKind::Flag: item.SetFlag(property, flags ? -1 : 0); break;
-            case PropertyKind::Number: item.SetNumber(property, static_cast<std::int32_t>(100 + i)); break;
+            case PropertyKind::Text:
+                item.SetText(property, TextFor(property));
+                break;
+            case PropertyKind::Date:
+                item.SetDate(property, 40000.0 + static_cast<double>(i) + 0.25);
+                break;
+            case PropertyKind::Flag:
+                item.SetFlag(property, flags ? -1 : 0);
+                break;
+            case PropertyKind::Number:
+                item.SetNumber(property, static_cast<std::int32_t>(100 + i));
+                break;
         }
     }
 }
@@ -49,10 +88,18 @@ void ExpectAll(IMessageItem& item, bool flags)
         const ItemProperty& property = *kAllProperties[i];
         SCOPED_TRACE(std::string(property.name));
         switch (property.kind) {
-            case PropertyKind::Text: EXPECT_EQ(item.GetText(property), TextFor(property)); break;
-            case PropertyKind::Date: EXPECT_EQ(item.GetDate(property), 40000.0 + static_cast<double>(i) + 0.25); break;
-            case PropertyKind::Flag: EXPECT_EQ(item.GetFlag(property) != 0, flags); break;
-            case PropertyKind::Number: EXPECT_EQ(item.GetNumber(property), static_cast<std::int32_t>(100 + i)); break;
+            case PropertyKind::Text:
+                EXPECT_EQ(item.GetText(property), TextFor(property));
+                break;
+            case PropertyKind::Date:
+                EXPECT_EQ(item.GetDate(property), 40000.0 + static_cast<double>(i) + 0.25);
+                break;
+            case PropertyKind::Flag:
+                EXPECT_EQ(item.GetFlag(property) != 0, flags);
+                break;
+            case PropertyKind::Number:
+                EXPECT_EQ(item.GetNumber(property), static_cast<std::int32_t>(100 + i));
+                break;
         }
     }
 }
@@ -61,7 +108,8 @@ class ComponentProperties : public CComponentFixture {
 protected:
     void SetUp() override { CreateStore(); }
     /// Sets values on a new item and reads them back at every stage of its life.
-    void RoundTrip(const std::function<void(IMessageItem&)>& set, const std::function<void(IMessageItem&)>& expect)
+    void RoundTrip(const std::function<void(IMessageItem&)>& set,
+                   const std::function<void(IMessageItem&)>& expect)
     {
         {
             const auto item = AddItem(root, u"IPM.Note");
@@ -78,12 +126,14 @@ protected:
 
 TEST_F(ComponentProperties, EachReadsBackAsWritten)
 {
-    RoundTrip([](IMessageItem& item) { SetAll(item, true); }, [](IMessageItem& item) { ExpectAll(item, true); });
+    RoundTrip([](IMessageItem& item) { SetAll(item, true); },
+              [](IMessageItem& item) { ExpectAll(item, true); });
 }
 
 TEST_F(ComponentProperties, ClearedFlagsReadBackClear)
 {
-    RoundTrip([](IMessageItem& item) { SetAll(item, false); }, [](IMessageItem& item) { ExpectAll(item, false); });
+    RoundTrip([](IMessageItem& item) { SetAll(item, false); },
+              [](IMessageItem& item) { ExpectAll(item, false); });
 }
 
 TEST_F(ComponentProperties, OfANewMailAreEmptyUnreadAndUnsent)
@@ -107,7 +157,9 @@ TEST_F(ComponentProperties, TextsOfUnusualContentSurvive)
     const std::u16string large(700'000, u'\u00FC');
     RoundTrip(
         [&](IMessageItem& item) {
-            item.SetText(p::Subject, std::u16string(u"\x01\x05" u"Re: a\0b", 9));
+            item.SetText(p::Subject, std::u16string(u"\x01\x05"
+                                                    u"Re: a\0b",
+                                                    9));
             item.SetText(p::Companies, u";a;;b;");
             item.SetText(p::Body, large);
             item.SetText(p::HtmlBody, u"<p>" + large + u"\U0001F600</p>");
@@ -116,7 +168,9 @@ TEST_F(ComponentProperties, TextsOfUnusualContentSurvive)
             item.SetText(p::SenderName, u"");
         },
         [&](IMessageItem& item) {
-            EXPECT_EQ(item.GetText(p::Subject), u"\x01\x05" u"Re: ab");
+            EXPECT_EQ(item.GetText(p::Subject),
+                      u"\x01\x05"
+                      u"Re: ab");
             EXPECT_EQ(item.GetText(p::Companies), u";a;;b;");
             EXPECT_EQ(item.GetText(p::Body), large);
             EXPECT_EQ(item.GetText(p::HtmlBody), u"<p>" + large + u"\U0001F600</p>");
@@ -147,9 +201,10 @@ TEST_F(ComponentProperties, RtfStreamsAreKeptAndOtherRtfIsStored)
     const auto compressed = StreamText(u"LZFu", kCheckCrc, u"123456789");
     const auto damaged = StreamText(u"LZFu", kCheckCrc ^ 1, u"123456789");
     const auto stored = StreamText(u"MELA", 0, u"{\\rtf1 x}");
-    for (const auto& [given, read] : {std::pair{compressed, compressed}, {damaged, damaged},
-                                      {stored, std::u16string(u"{\\rtf1 x}")}, {std::u16string(u"{\\rtf1}"),
-                                                                                std::u16string(u"{\\rtf1}")}}) {
+    for (const auto& [given, read] : {std::pair{compressed, compressed},
+                                      {damaged, damaged},
+                                      {stored, std::u16string(u"{\\rtf1 x}")},
+                                      {std::u16string(u"{\\rtf1}"), std::u16string(u"{\\rtf1}")}}) {
         const auto item = AddItem(root, u"IPM.Note");
         item->SetText(p::RtfBody, given);
         EXPECT_EQ(item->GetText(p::RtfBody), read);
@@ -196,11 +251,19 @@ bool Has(const CRef<IMessageItem>& item)
 
 TEST_F(ComponentProperties, InterfaceFollowsFromTheMessageClass)
 {
-    const std::vector<std::pair<std::u16string_view, char>> classes{
-        {u"IPM.Contact", 'c'}, {u"IPF.DistList", 'c'}, {u"IPM.Activity", 'j'}, {u"IPM.Journal", 'j'},
-        {u"IPM.Task", 't'}, {u"IPM.TaskRequest.Update", 't'}, {u"IPM.TaskRequest.Accept", ' '},
-        {u"IPF.StickyNote", 'n'}, {u"IPM.Appointment", 'a'}, {u"IPM.Schedule.Meeting.Resp.Tent", 'm'},
-        {u"IPM.Note", ' '}, {u"ipm.contact", ' '}, {u"", ' '}};
+    const std::vector<std::pair<std::u16string_view, char>> classes{{u"IPM.Contact", 'c'},
+                                                                    {u"IPF.DistList", 'c'},
+                                                                    {u"IPM.Activity", 'j'},
+                                                                    {u"IPM.Journal", 'j'},
+                                                                    {u"IPM.Task", 't'},
+                                                                    {u"IPM.TaskRequest.Update", 't'},
+                                                                    {u"IPM.TaskRequest.Accept", ' '},
+                                                                    {u"IPF.StickyNote", 'n'},
+                                                                    {u"IPM.Appointment", 'a'},
+                                                                    {u"IPM.Schedule.Meeting.Resp.Tent", 'm'},
+                                                                    {u"IPM.Note", ' '},
+                                                                    {u"ipm.contact", ' '},
+                                                                    {u"", ' '}};
     for (const auto& [messageClass, kind] : classes) {
         const auto saved = AddItem(root, messageClass);
         saved->Save();

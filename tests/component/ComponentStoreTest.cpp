@@ -72,7 +72,8 @@ void ExpectSoundMessage(INodeDatabase& database, const NodeRecord& node)
         const auto row = table.FindRow(subnode.nid.value);
         CPropertyReader attachment(database, subnode);
         EXPECT_TRUE(row);
-        for (const auto id : {pid::kAttachSize, pid::kAttachFilename, pid::kAttachMethod, pid::kRenderingPosition})
+        for (const auto id :
+             {pid::kAttachSize, pid::kAttachFilename, pid::kAttachMethod, pid::kRenderingPosition})
             EXPECT_EQ(table.Cell(row.value_or(0), id), attachment.Read(id)) << std::hex << id;
         EXPECT_EQ(AsInteger32(*attachment.Read(pid::kAttachNumber)), attachments++);
         std::uint64_t size = 0;
@@ -98,8 +99,9 @@ void ExpectRowOfMessage(CTableReader& contents, std::size_t row, CPropertyReader
         const auto cell = contents.Cell(row, column.tag.id);
         const auto value = message.Read(column.tag.id);
         ASSERT_EQ(cell.has_value(), value.has_value()) << std::hex << column.tag.Value();
-        if (cell)
+        if (cell) {
             EXPECT_EQ(cell->bytes, value->bytes) << std::hex << column.tag.Value();
+        }
     }
 }
 
@@ -132,8 +134,8 @@ void ExpectSoundFolder(StoreOnDisk& store, Nid folder, Nid parent, std::set<std:
     for (std::size_t row = 0; row < hierarchy.RowCount(); ++row) {
         const Nid child{hierarchy.RowIdAt(row)};
         auto properties = store.Properties(child);
-        for (const auto id : {pid::kDisplayName, pid::kContentCount, pid::kContentUnreadCount, pid::kSubfolders,
-                              pid::kContainerClass})
+        for (const auto id : {pid::kDisplayName, pid::kContentCount, pid::kContentUnreadCount,
+                              pid::kSubfolders, pid::kContainerClass})
             EXPECT_EQ(hierarchy.Cell(row, id), properties.Read(id)) << std::hex << id;
         EXPECT_TRUE(rowVersions.insert(*AsInteger32(*hierarchy.Cell(row, pid::kLtpRowVer))).second);
         if (child.Type() == NidType::NormalFolder)
@@ -173,8 +175,9 @@ TEST_F(ComponentStore, EmptyOneHasAllThatOtherProgramsAskFor)
     ExpectSoundStore(StorePath());
     StoreOnDisk disk(StorePath());
     for (const std::uint32_t nid :
-         {0x21u, 0x61u, 0x122u, 0x12Du, 0x12Eu, 0x12Fu, 0x1E1u, 0x201u, 0x261u, 0x60Du, 0x60Eu, 0x60Fu, 0x610u, 0x62Bu,
-          0x64Cu, 0x671u, 0x692u, 0x6B6u, 0x6D7u, 0x6F8u, 0x2223u, 0x2226u, 0x2227u, 0x2230u, 0x8022u, 0x8042u, 0x8062u})
+         {0x21u,  0x61u,  0x122u,  0x12Du,  0x12Eu,  0x12Fu,  0x1E1u,  0x201u,  0x261u,
+          0x60Du, 0x60Eu, 0x60Fu,  0x610u,  0x62Bu,  0x64Cu,  0x671u,  0x692u,  0x6B6u,
+          0x6D7u, 0x6F8u, 0x2223u, 0x2226u, 0x2227u, 0x2230u, 0x8022u, 0x8042u, 0x8062u})
         EXPECT_TRUE(disk.reader.FindNode({nid})) << std::hex << nid;
     // The one row of the receive-folder table as all real stores have it. [MS-PST] 2.4.5
     auto receive = disk.Table({0x62B});
@@ -187,7 +190,8 @@ TEST_F(ComponentStore, EmptyOneHasAllThatOtherProgramsAskFor)
     auto properties = disk.Properties({0x21});
     const auto key = properties.Read(pid::kRecordKey)->bytes;
     ASSERT_EQ(key.size(), 16u);
-    for (const auto& [id, nid] : {std::pair{pid::kIpmSubtreeEntryId, 0x8022u}, {pid::kIpmWastebasketEntryId, 0x8062u},
+    for (const auto& [id, nid] : {std::pair{pid::kIpmSubtreeEntryId, 0x8022u},
+                                  {pid::kIpmWastebasketEntryId, 0x8062u},
                                   {pid::kFinderEntryId, 0x8042u}}) {
         const auto entryId = properties.Read(id)->bytes;
         ASSERT_EQ(entryId.size(), 24u);
@@ -203,7 +207,8 @@ TEST_F(ComponentStore, StaysSoundThroughChangesAndCommits)
     const auto nested = AddFolder(AddFolder(inbox, u"one"), u"two");
     for (int round = 0; round < 3; ++round) {
         for (int i = 0; i < 40; ++i) {
-            const auto item = AddItem(i % 2 ? inbox : nested, u"IPM.Note", u"mail " + std::u16string(1, u'a' + i % 26));
+            const auto item = AddItem(i % 2 ? inbox : nested, u"IPM.Note",
+                                      u"mail " + std::u16string(1, static_cast<char16_t>(u'a' + i % 26)));
             item->SetFlag(p::UnRead, static_cast<std::int16_t>(i % 3));
             item->SetText(p::DisplayTo, std::u16string(static_cast<std::size_t>(i * 130), u't'));
             item->SetText(p::NamedText8012, u"Red;Blue");
@@ -217,7 +222,7 @@ TEST_F(ComponentStore, StaysSoundThroughChangesAndCommits)
         }
         // An item read back from the store can be changed too.
         const auto first = inbox->GetItems()->GetFirst();
-        first->SetText(p::Subject, u"round " + std::u16string(1, u'0' + round));
+        first->SetText(p::Subject, u"round " + std::u16string(1, static_cast<char16_t>(u'0' + round)));
         first->SetFlag(p::UnRead, static_cast<std::int16_t>(round % 2));
         first->Save();
         store->Commit();
@@ -262,11 +267,13 @@ TEST_F(ComponentStore, AttachmentsAndEmbeddedItemsKeepTheirContents)
         return true;
     });
     ASSERT_EQ(attachments.size(), 3u);
-    CPropertyReader embedded(disk.reader, *CPropertyReader(disk.reader, attachments[1]).OpenObject(pid::kAttachDataBinary));
+    CPropertyReader embedded(
+        disk.reader, *CPropertyReader(disk.reader, attachments[1]).OpenObject(pid::kAttachDataBinary));
     EXPECT_EQ(AsString(*embedded.Read(pid::kSubject)), u"inner");
     std::size_t found = 0;
     VisitSubnodes(disk.reader, embedded.Node().sub, [&](const NodeRecord& node) {
-        CPropertyReader properties(disk.reader, node.nid.Type() == NidType::Attachment ? node : attachments[0]);
+        CPropertyReader properties(disk.reader,
+                                   node.nid.Type() == NidType::Attachment ? node : attachments[0]);
         if (const auto stream = properties.Open(pid::kAttachDataBinary)) {
             ++found;
             EXPECT_EQ(AsString(*properties.Read(pid::kAttachLongFilename)), u"..\\large?.data");
@@ -280,9 +287,9 @@ TEST_F(ComponentStore, AttachmentsAndEmbeddedItemsKeepTheirContents)
 
 TEST_F(ComponentStore, ManyItemsInOneFolderKeepTheirOrder)
 {
-    const auto folder = AddFolder(root, u"many");
+    const auto many = AddFolder(root, u"many");
     for (int i = 0; i < 2000; ++i)
-        AddItem(folder, u"IPM.Note", u"n" + std::u16string(1, static_cast<char16_t>(0x4E00 + i)))->Save();
+        AddItem(many, u"IPM.Note", u"n" + std::u16string(1, static_cast<char16_t>(0x4E00 + i)))->Save();
     Reopen();
     ExpectSoundStore(StorePath());
     const auto items = FindFolder(root, u"many")->GetItems();

@@ -149,11 +149,11 @@ TEST(ItemRouting, AnItemThatTheComponentDoesNotGiveIsPassedOver)
     StoreDescription description;
     description.folders = {
         {.name = u"Inbox",
-         .messages = {Item(u"IPM.Contact"), Item(u"IPM.Note"), Item(u"XYZ"), Item(u"ABC")}}};
+         .messages = {Item(u"IPM.Contact"), Item(u"IPM.Note"), Item(u"XYZ"), Item(u"AAA")}}};
     CRecoveryScenario scenario(description);
     scenario.component.classesWithoutItem = {u"IPM.Contact", u"IPM.Note", u"XYZ"};
     scenario.Run();
-    EXPECT_EQ(scenario.component.SavedItems(), (Lines{"\\Inbox: ABC"}));
+    EXPECT_EQ(scenario.component.SavedItems(), (Lines{"\\Inbox: AAA"}));
     EXPECT_FALSE(scenario.state.failed);
 }
 

@@ -31,6 +31,10 @@ public:
         return m_below->ReadAt(offset, into.first(static_cast<std::size_t>(end - offset)));
     }
     std::uint64_t Size() const noexcept override { return m_below->Size(); }
+    std::uint64_t CurrentSize() const noexcept override
+    {
+        return std::min(m_below->CurrentSize(), m_faults.shrinksTo.value_or(~std::uint64_t{0}));
+    }
 
 private:
     std::unique_ptr<platform::IByteSource> m_below;

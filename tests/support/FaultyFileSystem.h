@@ -19,7 +19,7 @@ struct FileFaults {
         std::uint64_t offset, length;
     };
     std::vector<Range> unreadable{};               ///< of every source: reads stop before it
-    std::size_t longestRead = 0;                 ///< no read of a source gives more; 0: no limit
+    std::size_t longestRead = 0;                   ///< no read of a source gives more; 0: no limit
     std::optional<std::uint64_t> shrinksTo{};      ///< sources end here, though they say they are longer
     std::optional<std::uint64_t> diskBytes{};      ///< writing fails once so many bytes were written
     std::optional<std::uint64_t> failingWrite{};   ///< this write fails and all after it
@@ -75,7 +75,8 @@ private:
     std::span<const std::byte> m_bytes;
 };
 
-/// A file system whose only source is in memory, and that keeps new files in memory too, until they are closed.
+/// A file system whose only source is in memory, and that keeps new files in memory too, until they are
+/// closed.
 class CMemoryFileSystem final : public platform::IFileSystem {
 public:
     /// `bytes` must outlive this object.

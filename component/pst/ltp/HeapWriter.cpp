@@ -16,7 +16,10 @@ constexpr std::size_t kBitmapFillLevelOffset = 2;  ///< in HNBITMAPHDR
 constexpr std::size_t kFillLevelsOfFirst = 8;
 constexpr std::size_t kFillLevelsOfBitmap = 128;
 
-bool HasBitmapHeader(std::size_t blockIndex) { return blockIndex % 128 == 8; }
+bool HasBitmapHeader(std::size_t blockIndex)
+{
+    return blockIndex % 128 == 8;
+}
 
 /// Bytes that a block takes up to the end of its page map.
 std::size_t EndOfPageMap(std::size_t itemsEnd, std::size_t itemCount)
@@ -70,9 +73,9 @@ std::optional<std::span<const std::byte>> CHeapWriter::FindItem(format::HeapId i
 {
     const std::size_t blockIndex = id.value >> 16;
     const std::size_t index = (id.value & 0xFFFF) >> 5;
-    const OpenBlock* const block = blockIndex == m_current.index    ? &m_current
-                                   : m_first && blockIndex == 0     ? &*m_first
-                                                                    : nullptr;
+    const OpenBlock* const block = blockIndex == m_current.index ? &m_current
+                                   : m_first && blockIndex == 0  ? &*m_first
+                                                                 : nullptr;
     if (block == nullptr || index == 0 || index > block->ends.size())
         return std::nullopt;
     return ItemOf(*block, index);
@@ -85,11 +88,12 @@ std::span<std::byte> CHeapWriter::ItemOfFirstBlock(format::HeapId id)
     if (id.value >> 16 != 0 || index == 0 || index > first.ends.size())
         throw std::logic_error("no item of the heap's first block");
     const auto item = ItemOf(first, index);
-    return std::span(first.bytes).subspan(static_cast<std::size_t>(item.data() - first.bytes.data()), item.size());
+    return std::span(first.bytes)
+        .subspan(static_cast<std::size_t>(item.data() - first.bytes.data()), item.size());
 }
 
-/// Sets the current block aside and begins the next. A block whose header tells of later blocks stays in memory
-/// until they are complete.
+/// Sets the current block aside and begins the next. A block whose header tells of later blocks stays in
+/// memory until they are complete.
 void CHeapWriter::CloseCurrent(CNdbWriter& writer)
 {
     if (m_blocks.size() == kMostBlocks)
@@ -121,7 +125,8 @@ std::vector<std::byte> CHeapWriter::Encode(const OpenBlock& block, bool isLast) 
     format::StoreLE<std::uint16_t>(bytes, 0, static_cast<std::uint16_t>(pageMap));
     format::StoreLE<std::uint16_t>(bytes, pageMap, static_cast<std::uint16_t>(block.ends.size()));
     std::size_t place = pageMap + 4;
-    format::StoreLE<std::uint16_t>(bytes, place, static_cast<std::uint16_t>(format::HeapHeaderSize(block.index)));
+    format::StoreLE<std::uint16_t>(bytes, place,
+                                   static_cast<std::uint16_t>(format::HeapHeaderSize(block.index)));
     for (const std::uint16_t itemEnd : block.ends)
         format::StoreLE<std::uint16_t>(bytes, place += 2, itemEnd);
     if (block.index == 0) {

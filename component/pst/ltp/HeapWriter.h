@@ -38,8 +38,8 @@ private:
     /// A block in memory: its items follow the header.
     struct OpenBlock {
         std::size_t index = 0;
-        std::vector<std::byte> bytes;              ///< header and items
-        std::vector<std::uint16_t> ends;           ///< end of each item
+        std::vector<std::byte> bytes;     ///< header and items
+        std::vector<std::uint16_t> ends;  ///< end of each item
     };
     /// A block in its final place: written already, or kept because its header is not final.
     struct Place {
@@ -67,8 +67,8 @@ private:
 void EncodeBthHeader(std::span<std::byte> header, std::size_t keySize, std::size_t dataSize, unsigned levels,
                      format::HeapId root);
 
-/// Writes the records of a BTH (sorted, packed: key and data) and its index levels into the heap, and completes
-/// the BTHHEADER, an item of 8 bytes in the heap's first block. [MS-PST] 2.3.2
+/// Writes the records of a BTH (sorted, packed: key and data) and its index levels into the heap, and
+/// completes the BTHHEADER, an item of 8 bytes in the heap's first block. [MS-PST] 2.3.2
 void WriteBth(CNdbWriter& writer, CHeapWriter& heap, format::HeapId header, std::size_t keySize,
               std::size_t dataSize, std::span<const std::byte> records);
 

@@ -102,7 +102,8 @@ PropertyValue MultipleStringValue(std::uint16_t id, const std::vector<std::u16st
 
 PropertyValue MultipleInteger32Value(std::uint16_t id, std::span<const std::uint32_t> numbers)
 {
-    PropertyValue value{{id, PropertyType::MultipleInteger32}, std::vector<std::byte>(4 * numbers.size()), {}};
+    PropertyValue value{
+        {id, PropertyType::MultipleInteger32}, std::vector<std::byte>(4 * numbers.size()), {}};
     for (std::size_t i = 0; i < numbers.size(); ++i)
         format::StoreLE<std::uint32_t>(value.bytes, 4 * i, numbers[i]);
     return value;
@@ -116,7 +117,10 @@ PropertyValue ObjectValue(std::uint16_t id, format::Nid subnode, std::uint32_t s
     return value;
 }
 
-PropertyValue TreeValue(format::PropertyTag tag, const StoredTree& tree) { return {tag, {}, tree}; }
+PropertyValue TreeValue(format::PropertyTag tag, const StoredTree& tree)
+{
+    return {tag, {}, tree};
+}
 
 std::optional<bool> AsBoolean(const PropertyValue& value)
 {
@@ -148,7 +152,8 @@ std::optional<std::uint64_t> AsInteger64(const PropertyValue& value)
 std::optional<double> AsFloating64(const PropertyValue& value)
 {
     const auto number = LoadNumber<std::uint64_t>(value);
-    if ((value.tag.type != PropertyType::Floating64 && value.tag.type != PropertyType::FloatingTime) || !number)
+    if ((value.tag.type != PropertyType::Floating64 && value.tag.type != PropertyType::FloatingTime) ||
+        !number)
         return std::nullopt;
     return std::bit_cast<double>(*number);
 }
@@ -175,7 +180,8 @@ std::optional<std::vector<std::u16string>> AsMultipleString(const PropertyValue&
 
 void CPropertyBag::Set(PropertyValue value)
 {
-    const auto at = std::ranges::lower_bound(m_values, value.tag.id, {}, [](const PropertyValue& v) { return v.tag.id; });
+    const auto at =
+        std::ranges::lower_bound(m_values, value.tag.id, {}, [](const PropertyValue& v) { return v.tag.id; });
     if (at != m_values.end() && at->tag.id == value.tag.id)
         *at = std::move(value);
     else
@@ -189,7 +195,8 @@ bool CPropertyBag::Remove(std::uint16_t id)
 
 const PropertyValue* CPropertyBag::Find(std::uint16_t id) const
 {
-    const auto at = std::ranges::lower_bound(m_values, id, {}, [](const PropertyValue& v) { return v.tag.id; });
+    const auto at =
+        std::ranges::lower_bound(m_values, id, {}, [](const PropertyValue& v) { return v.tag.id; });
     return at != m_values.end() && at->tag.id == id ? &*at : nullptr;
 }
 

@@ -20,9 +20,9 @@ struct StoredTree {
     std::uint64_t size = 0;  ///< bytes
 };
 
-/// A property's tag and its value in stored form: integers little-endian in their own size (a Boolean is one byte),
-/// times as FILETIME, strings as UTF-16LE without terminator, binaries as they are, multi-values as the
-/// format lays them out. A long value may be given as a tree written before; `bytes` is then empty.
+/// A property's tag and its value in stored form: integers little-endian in their own size (a Boolean is one
+/// byte), times as FILETIME, strings as UTF-16LE without terminator, binaries as they are, multi-values as
+/// the format lays them out. A long value may be given as a tree written before; `bytes` is then empty.
 /// [MS-PST] 2.3.3.3
 struct PropertyValue {
     format::PropertyTag tag;

@@ -7,7 +7,10 @@
 namespace pastille::component::pst {
 namespace {
 
-std::uint16_t IdOf(const format::PropertyContextRecord& record) { return record.tag.id; }
+std::uint16_t IdOf(const format::PropertyContextRecord& record)
+{
+    return record.tag.id;
+}
 
 }  // namespace
 
@@ -103,7 +106,8 @@ CPropertyBag CPropertyReader::ReadAll(std::uint64_t inlineBytes)
         if (format::StorageRuleOf(record.tag.type).isInlineInContext)
             bag.Set(ReadInline(record));
         else
-            bag.Set(ReadStoredValue({m_database, *m_heap, m_node.sub}, record.tag, record.valueOrHnid, inlineBytes));
+            bag.Set(ReadStoredValue({m_database, *m_heap, m_node.sub}, record.tag, record.valueOrHnid,
+                                    inlineBytes));
     }
     return bag;
 }

@@ -26,8 +26,8 @@ public:
     bool Has(std::uint16_t id) const { return FindRecord(id) != nullptr; }
     /// Size in bytes of a value; nothing when the object lacks the property.
     std::optional<std::uint64_t> SizeOf(std::uint16_t id);
-    /// The value with all its bytes. Nothing when the object lacks the property or when the value has more than
-    /// `maximumBytes` (Open reads such ones piece by piece).
+    /// The value with all its bytes. Nothing when the object lacks the property or when the value has more
+    /// than `maximumBytes` (Open reads such ones piece by piece).
     std::optional<PropertyValue> Read(std::uint16_t id, std::uint64_t maximumBytes = 64u << 20);
     /// A value that stands in a subnode, as a stream; nullptr when it is missing or stands in the heap.
     std::unique_ptr<CDataTreeReader> Open(std::uint16_t id);

@@ -13,8 +13,8 @@ constexpr std::size_t kRowIdSize = 4;
 CTableReader::CTableReader(INodeDatabase& database, const NodeRecord& node)
     : m_database(database), m_node(node), m_blocks(std::make_unique<CDataTreeReader>(database, node.data))
 {
-    m_heap = std::make_unique<format::CHeapView>(
-        Require(format::CHeapView::Open(database.Layout(), *m_blocks)));
+    m_heap =
+        std::make_unique<format::CHeapView>(Require(format::CHeapView::Open(database.Layout(), *m_blocks)));
     if (m_heap->ClientSignature() != format::clientsig::kTableContext)
         throw CFormatError({"HNHDR", "bClientSig", m_heap->ClientSignature(), 3});
     m_info = Require(format::DecodeTableInfo(Require(m_heap->Item(m_heap->UserRoot())).view));
@@ -42,7 +42,8 @@ void CTableReader::OpenRows()
             throw CFormatError({"TCINFO", "hnidRows", m_info.rows, 14});
         m_matrix = std::make_unique<CDataTreeReader>(m_database, subnode->data);
         const std::size_t blocks = m_matrix->BlockCount();
-        const std::size_t blockSize = blocks > 1 ? m_matrix->BlockAt(0)->size() : m_database.Layout().largestBlock;
+        const std::size_t blockSize =
+            blocks > 1 ? m_matrix->BlockAt(0)->size() : m_database.Layout().largestBlock;
         m_geometry.emplace(m_info.rowSize, blockSize);
         bytesOfLast = blocks == 0 ? 0 : m_matrix->BlockAt(blocks - 1)->size();
         m_rowCount = m_geometry->RowCount(blocks, bytesOfLast);
@@ -57,7 +58,8 @@ format::HeldBytes CTableReader::RowAt(std::size_t row)
         m_matrix ? format::HeldBytes{m_matrix->BlockAt(m_geometry->BlockOf(row)), {}} : *m_heapMatrix;
     if (m_matrix)
         held.view = format::CByteView(*held.owner);
-    const auto bytes = held.view.Sub(m_matrix ? m_geometry->OffsetOf(row) : row * m_info.rowSize, m_info.rowSize);
+    const auto bytes =
+        held.view.Sub(m_matrix ? m_geometry->OffsetOf(row) : row * m_info.rowSize, m_info.rowSize);
     if (!bytes)
         throw CFormatError({"TC", "row", row, 0});
     held.view = *bytes;
@@ -70,7 +72,8 @@ std::uint32_t CTableReader::RowIdAt(std::size_t row)
 }
 
 std::optional<PropertyValue> CTableReader::ReadCell(const format::HeldBytes& row,
-                                                    const format::TableColumn& column, std::uint64_t inlineBytes)
+                                                    const format::TableColumn& column,
+                                                    std::uint64_t inlineBytes)
 {
     const auto cell = format::CellOf(m_info, row.view, column);
     if (!cell)

@@ -15,7 +15,8 @@
 
 namespace pastille::component::pst {
 
-/// Reads the table context of a node or subnode. Raises CFormatError when it breaks the format. [MS-PST] 2.3.4
+/// Reads the table context of a node or subnode. Raises CFormatError when it breaks the format.
+/// [MS-PST] 2.3.4
 class CTableReader {
 public:
     /// `database` must outlive the reader.
@@ -28,9 +29,10 @@ public:
     /// The row's own bytes.
     format::HeldBytes RowAt(std::size_t row);
     std::uint32_t RowIdAt(std::size_t row);
-    /// The value of a cell; nothing when the table lacks the column (by id) or the row the value. Values of more
-    /// than `inlineBytes` are given as trees.
-    std::optional<PropertyValue> Cell(std::size_t row, std::uint16_t id, std::uint64_t inlineBytes = 64u << 20);
+    /// The value of a cell; nothing when the table lacks the column (by id) or the row the value. Values of
+    /// more than `inlineBytes` are given as trees.
+    std::optional<PropertyValue> Cell(std::size_t row, std::uint16_t id,
+                                      std::uint64_t inlineBytes = 64u << 20);
     /// All values of a row, row id and version among them.
     CPropertyBag ReadRow(std::size_t row, std::uint64_t inlineBytes = 64u << 10);
 

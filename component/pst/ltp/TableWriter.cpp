@@ -150,7 +150,8 @@ std::vector<std::byte>& CTableWriter::OpenRowBlock(std::size_t block)
         return open->second;
     const std::size_t last = m_rowIds.empty() ? 0 : m_geometry.BlockOf(m_rowIds.size() - 1);
     while (m_openRowBlocks.size() >= kMostOpenRowBlocks) {
-        const auto victim = std::ranges::find_if(m_openRowBlocks, [last](const auto& b) { return b.first != last; });
+        const auto victim =
+            std::ranges::find_if(m_openRowBlocks, [last](const auto& b) { return b.first != last; });
         FlushRowBlock(victim->first);
     }
     std::vector<std::byte> bytes;

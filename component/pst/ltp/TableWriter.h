@@ -17,17 +17,17 @@
 
 namespace pastille::component::pst {
 
-/// Builds a table context row by row. Full blocks go to the writer as they fill; in memory stay the open blocks
-/// and about 12 bytes per row. Values that a row no longer uses stay in the heap. [MS-PST] 2.3.4
+/// Builds a table context row by row. Full blocks go to the writer as they fill; in memory stay the open
+/// blocks and about 12 bytes per row. Values that a row no longer uses stay in the heap. [MS-PST] 2.3.4
 class CTableWriter {
 public:
     /// Columns as a template lists them, in any order; the row id and row version must be among them. Raises
     /// std::invalid_argument when they make no sound table. `writer` must outlive the table.
     CTableWriter(CNdbWriter& writer, std::span<const format::TableColumn> columns);
 
-    /// Appends a row. `rowId` is the NID of the row's object, or a number unique in the table. `cells` may hold
-    /// more than the table has columns for; values are taken by tag, row id and version are set here. Raises
-    /// std::invalid_argument when the row id exists.
+    /// Appends a row. `rowId` is the NID of the row's object, or a number unique in the table. `cells` may
+    /// hold more than the table has columns for; values are taken by tag, row id and version are set here.
+    /// Raises std::invalid_argument when the row id exists.
     void AddRow(std::uint32_t rowId, const CPropertyBag& cells);
     /// Replaces all cells of a row. False when there is no such row.
     bool UpdateRow(std::uint32_t rowId, const CPropertyBag& cells);
@@ -40,7 +40,8 @@ public:
     const std::vector<std::uint32_t>& RowIds() const { return m_rowIds; }
     const format::TableInfo& Info() const { return m_info; }
 
-    /// Writes the table as it is now. May be called again after further changes; each result is a table of its own.
+    /// Writes the table as it is now. May be called again after further changes; each result is a table of
+    /// its own.
     NodeContent Finish();
 
 private:
@@ -71,10 +72,10 @@ private:
     format::CRowGeometry m_geometry;
     std::vector<std::uint32_t> m_rowIds;
     CSortedList<IndexEntry> m_index;
-    std::vector<format::Bid> m_rowBlocks;                          ///< full blocks by number; 0: only open
+    std::vector<format::Bid> m_rowBlocks;                           ///< full blocks by number; 0: only open
     std::map<std::size_t, std::vector<std::byte>> m_openRowBlocks;  ///< rows of blocks that are in memory
-    std::map<std::uint32_t, StoredTree> m_largeCells;              ///< by subnode NID
-    format::Nid m_matrixNid;                                       ///< once the matrix stands in a subnode
+    std::map<std::uint32_t, StoredTree> m_largeCells;               ///< by subnode NID
+    format::Nid m_matrixNid;                                        ///< once the matrix stands in a subnode
 };
 
 }  // namespace pastille::component::pst

@@ -10,6 +10,8 @@ Folder& CFolderTree::Add(Folder* parent, format::Nid nid, std::u16string_view na
     folder.nid = nid;
     folder.parent = parent;
     folder.name = StoredFolderName(name);
+    if (name.size() > kLongestFolderName)
+        folder.wholeName = name;
     m_byNid.emplace(nid.value, &folder);
     if (parent != nullptr) {
         parent->children.push_back(&folder);

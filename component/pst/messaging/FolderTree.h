@@ -16,6 +16,7 @@ struct Folder {
     format::Nid nid;
     Folder* parent = nullptr;  ///< none for the root folder 0x122
     std::u16string name;       ///< in its stored form
+    std::u16string wholeName;  ///< as it was given, when the stored form is cut
     std::u16string containerClass;
     std::vector<Folder*> children;                            ///< in the order of their making
     std::unordered_map<std::u16string_view, Folder*> byName;  ///< the first child of each name

@@ -19,8 +19,14 @@ constexpr bool Repeats(std::uint64_t section, std::uint64_t first, std::uint64_t
     return section >= first && (section - first) % interval == 0;
 }
 
-bool HasPageMap(std::uint64_t section) { return section % kSectionsPerPageMap == 0; }
-bool HasFreeMap(std::uint64_t section) { return Repeats(section, kFirstFreeMapSection, kSectionsPerFreeMap); }
+bool HasPageMap(std::uint64_t section)
+{
+    return section % kSectionsPerPageMap == 0;
+}
+bool HasFreeMap(std::uint64_t section)
+{
+    return Repeats(section, kFirstFreeMapSection, kSectionsPerFreeMap);
+}
 bool HasFreePageMap(std::uint64_t section)
 {
     return Repeats(section, kFirstFreePageMapSection, kSectionsPerFreePageMap);
@@ -75,7 +81,10 @@ std::uint64_t CAllocationPlan::TakeBlock(std::uint64_t extent)
     return Take(extent, format::kAllocationUnit);
 }
 
-std::uint64_t CAllocationPlan::TakePage() { return Take(kPageBytes, kPageBytes); }
+std::uint64_t CAllocationPlan::TakePage()
+{
+    return Take(kPageBytes, kPageBytes);
+}
 
 std::uint64_t CAllocationPlan::SectionCount() const
 {
@@ -107,8 +116,14 @@ void CAllocationPlan::SetBits(std::uint64_t offset, std::uint64_t extent, bool v
     section.isDirty = true;
 }
 
-void CAllocationPlan::Mark(std::uint64_t offset, std::uint64_t extent) { SetBits(offset, extent, true); }
-void CAllocationPlan::Clear(std::uint64_t offset, std::uint64_t extent) { SetBits(offset, extent, false); }
+void CAllocationPlan::Mark(std::uint64_t offset, std::uint64_t extent)
+{
+    SetBits(offset, extent, true);
+}
+void CAllocationPlan::Clear(std::uint64_t offset, std::uint64_t extent)
+{
+    SetBits(offset, extent, false);
+}
 
 std::uint64_t CAllocationPlan::FreeBytes()
 {
@@ -128,9 +143,18 @@ std::span<const std::byte, CAllocationPlan::kMapBytes> CAllocationPlan::Bitmap(s
     return SectionAt(section).bits;
 }
 
-bool CAllocationPlan::IsDirty(std::uint64_t section) { return SectionAt(section).isDirty; }
-void CAllocationPlan::SetClean(std::uint64_t section) { SectionAt(section).isDirty = false; }
+bool CAllocationPlan::IsDirty(std::uint64_t section)
+{
+    return SectionAt(section).isDirty;
+}
+void CAllocationPlan::SetClean(std::uint64_t section)
+{
+    SectionAt(section).isDirty = false;
+}
 
-void CAllocationPlan::SkipTo(std::uint64_t offset) { m_next = std::max(m_next, offset); }
+void CAllocationPlan::SkipTo(std::uint64_t offset)
+{
+    m_next = std::max(m_next, offset);
+}
 
 }  // namespace pastille::component::pst

@@ -14,8 +14,8 @@ namespace pastille::component::pst {
 /// in memory, not the data. Raises CFormatError on anything that breaks the format. [MS-PST] 2.2.2.8.3.2
 class CDataTreeReader final : public format::IBlockSequence {
 public:
-    /// A tree whose root is Bid 0 is empty. Reads the tree's index blocks, not its data. `database` must outlive
-    /// the reader.
+    /// A tree whose root is Bid 0 is empty. Reads the tree's index blocks, not its data. `database` must
+    /// outlive the reader.
     CDataTreeReader(INodeDatabase& database, format::Bid root);
 
     std::uint64_t Size() const { return m_size; }  ///< bytes of data in all blocks

@@ -63,7 +63,8 @@ const format::BlockReference& CNdbReader::RootOf(format::PageType tree) const
 CNdbReader::Page CNdbReader::LoadTreePage(std::uint64_t offset)
 {
     if (const auto known = m_pages.find(offset); known != m_pages.end())
-        return {known->second, Require(format::CTreePage::Parse(m_layout, format::CByteView(*known->second)))};
+        return {known->second,
+                Require(format::CTreePage::Parse(m_layout, format::CByteView(*known->second)))};
     if (offset % m_layout.pageSize != 0 || offset < m_layout.headerBytes || offset >= m_header.fileSize)
         throw CFormatError({"BREF", "ib", offset, offset});
     const auto bytes = std::make_shared<const std::vector<std::byte>>(
@@ -187,7 +188,10 @@ void CNdbReader::VisitNodes(const std::function<bool(const NodeRecord&)>& visit)
         format::PageType::NodeTree,
         [&visit](const format::CTreePage& page, std::size_t index) {
             const format::NodeEntry entry = page.NodeAt(index);
-            return visit({{static_cast<std::uint32_t>(entry.nid)}, {entry.bidData}, {entry.bidSub}, {entry.nidParent}});
+            return visit({{static_cast<std::uint32_t>(entry.nid)},
+                          {entry.bidData},
+                          {entry.bidSub},
+                          {entry.nidParent}});
         },
         nullptr);
 }
@@ -196,7 +200,8 @@ void CNdbReader::VisitBlocks(const std::function<bool(const format::BlockEntry&)
 {
     VisitTree(
         format::PageType::BlockTree,
-        [&visit](const format::CTreePage& page, std::size_t index) { return visit(page.BlockAt(index)); }, nullptr);
+        [&visit](const format::CTreePage& page, std::size_t index) { return visit(page.BlockAt(index)); },
+        nullptr);
 }
 
 void CNdbReader::VisitTreePages(const std::function<bool(std::uint64_t, format::PageType)>& visit)
@@ -222,7 +227,8 @@ format::SharedBytes CNdbReader::ReadBlock(format::Bid bid)
     if (size == 0 || size > m_layout.largestBlock)
         throw CFormatError({"BBTENTRY", "cb", size, offset});
     const std::uint64_t extent = format::BlockExtent(m_layout, size);
-    if (offset % m_layout.blockAlignment != 0 || offset > m_header.fileSize || extent > m_header.fileSize - offset)
+    if (offset % m_layout.blockAlignment != 0 || offset > m_header.fileSize ||
+        extent > m_header.fileSize - offset)
         throw CFormatError({"BBTENTRY", "ib", offset, offset});
     std::vector<std::byte> bytes = ReadExactly(m_source, offset, extent, "BLOCK");
     const auto trailer =
@@ -236,7 +242,8 @@ format::SharedBytes CNdbReader::ReadBlock(format::Bid bid)
         throw CFormatError({"BLOCK", "padding", size, offset});
     bytes.resize(size);
     if (!format::Bid{entry->reference.bid}.IsInternal())
-        format::DecodeBlock(static_cast<format::CryptMethod>(m_header.cryptMethod), entry->reference.bid, bytes);
+        format::DecodeBlock(static_cast<format::CryptMethod>(m_header.cryptMethod), entry->reference.bid,
+                            bytes);
     auto shared = std::make_shared<const std::vector<std::byte>>(std::move(bytes));
     m_cache.Insert(bid.Key(), shared);
     return shared;

@@ -16,8 +16,9 @@
 
 namespace pastille::component::pst {
 
-/// Reads the node database of a sound store. Everything read is checked: CRCs, signatures, identifiers, sizes,
-/// levels, order of keys; what breaks a rule raises CFormatError. Nothing is ever guessed. [MS-PST] 2.2
+/// Reads the node database of a sound store. Everything read is checked: CRCs, signatures, identifiers,
+/// sizes, levels, order of keys; what breaks a rule raises CFormatError. Nothing is ever guessed.
+/// [MS-PST] 2.2
 class CNdbReader final : public INodeDatabase {
 public:
     /// Reads and checks the header. Raises CFormatError when it is no sound header of the layout's variant.
@@ -67,9 +68,10 @@ private:
 /// Whether a store's file may go on behind the end that its header names, as after an interrupted writer.
 enum class FileEnd { Exact, MayBeLater };
 
-/// Checks everything that the node database of a finished 512-byte-page store must keep, beyond what reading a
-/// part of it shows: map pages and their bits, counters, reference counts, all data and subnode trees. Maps that
-/// the header calls invalid are not looked at. Raises CFormatError at the first fault. Reads the whole file once.
+/// Checks everything that the node database of a finished 512-byte-page store must keep, beyond what reading
+/// a part of it shows: map pages and their bits, counters, reference counts, all data and subnode trees. Maps
+/// that the header calls invalid are not looked at. Raises CFormatError at the first fault. Reads the whole
+/// file once.
 void VerifyNodeDatabase(platform::IByteSource& source,
                         const format::VariantLayout& layout = format::kUnicodeLayout,
                         FileEnd fileEnd = FileEnd::Exact);

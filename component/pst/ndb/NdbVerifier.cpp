@@ -202,7 +202,8 @@ private:
         const std::size_t mapStart = m_layout.wide ? 0 : 4;
         std::uint64_t freeUnits = 0;
         for (std::size_t i = 0; i < CAllocationPlan::kMapBytes * 8; ++i) {
-            const bool isSet = (page[mapStart + i / 8] & static_cast<std::byte>(0x80u >> (i % 8))) != std::byte{0};
+            const bool isSet =
+                (page[mapStart + i / 8] & static_cast<std::byte>(0x80u >> (i % 8))) != std::byte{0};
             const std::size_t unit = static_cast<std::size_t>(section) * CAllocationPlan::kMapBytes * 8 + i;
             const bool expected = place.type != format::PageType::AllocationMap || m_used[unit];
             if (isSet != expected)

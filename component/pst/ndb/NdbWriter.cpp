@@ -34,7 +34,8 @@ std::vector<format::NidType> GroupOf(format::NidType type)
         case SearchCriteria:
         case SearchContentsTable:
             return {SearchFolder, SearchUpdateQueue, SearchCriteria, SearchContentsTable};
-        default: return {type};
+        default:
+            return {type};
     }
 }
 
@@ -80,8 +81,14 @@ format::Bid CNdbWriter::AppendBlock(std::span<const std::byte> bytes, bool isInt
     });
 }
 
-format::Bid CNdbWriter::AddDataBlock(std::span<const std::byte> bytes) { return AppendBlock(bytes, false); }
-format::Bid CNdbWriter::AddInternalBlock(std::span<const std::byte> bytes) { return AppendBlock(bytes, true); }
+format::Bid CNdbWriter::AddDataBlock(std::span<const std::byte> bytes)
+{
+    return AppendBlock(bytes, false);
+}
+format::Bid CNdbWriter::AddInternalBlock(std::span<const std::byte> bytes)
+{
+    return AppendBlock(bytes, true);
+}
 
 format::SharedBytes CNdbWriter::ReadBlock(format::Bid bid)
 {
@@ -219,7 +226,10 @@ format::Nid CNdbWriter::AllocateNid(format::NidType type)
     return nid;
 }
 
-std::uint32_t CNdbWriter::NextUnique() { return m_header.unique++; }
+std::uint32_t CNdbWriter::NextUnique()
+{
+    return m_header.unique++;
+}
 
 std::optional<NodeRecord> CNdbWriter::FindNode(format::Nid nid)
 {
@@ -236,7 +246,13 @@ void CNdbWriter::VisitNodes(const std::function<bool(const NodeRecord&)>& visit)
             return;
 }
 
-std::uint32_t CNdbWriter::ReferencesTo(format::Bid bid) const { return BlockOf(bid).references; }
-std::size_t CNdbWriter::BlockSize(format::Bid bid) const { return BlockOf(bid).size; }
+std::uint32_t CNdbWriter::ReferencesTo(format::Bid bid) const
+{
+    return BlockOf(bid).references;
+}
+std::size_t CNdbWriter::BlockSize(format::Bid bid) const
+{
+    return BlockOf(bid).size;
+}
 
 }  // namespace pastille::component::pst

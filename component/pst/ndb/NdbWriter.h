@@ -22,9 +22,10 @@
 
 namespace pastille::component::pst {
 
-/// Writes the node database of a new Unicode PST into an empty file, append only, and reads back what has been
-/// written. Blocks come first (each gets a BID); a node put into the store holds them; Commit makes everything
-/// put so far a valid store. Blocks that no node holds at a commit are no part of it and cost only their place.
+/// Writes the node database of a new Unicode PST into an empty file, append only, and reads back what has
+/// been written. Blocks come first (each gets a BID); a node put into the store holds them; Commit makes
+/// everything put so far a valid store. Blocks that no node holds at a commit are no part of it and cost only
+/// their place.
 ///
 /// Failures of the file come out as std::system_error. After one the writer refuses all further work with the
 /// same error; the file then is as the last commit left it, with unused bytes behind. Wrong use raises
@@ -54,8 +55,8 @@ public:
     std::uint32_t NextUnique();
 
     /// Makes the file a valid store of everything put so far. May be called again after more was added. Until
-    /// the first commit the file's header is zero; until the end of a later one the store of the commit before
-    /// stays valid.
+    /// the first commit the file's header is zero; until the end of a later one the store of the commit
+    /// before stays valid.
     void Commit();
 
     // INodeDatabase: all that was added so far, committed or not.
@@ -64,7 +65,8 @@ public:
     void VisitNodes(const std::function<bool(const NodeRecord&)>& visit) override;
     format::SharedBytes ReadBlock(format::Bid bid) override;
 
-    /// References to a block from nodes and from blocks that are themselves held. The file's cRef is one more.
+    /// References to a block from nodes and from blocks that are themselves held. The file's cRef is one
+    /// more.
     std::uint32_t ReferencesTo(format::Bid bid) const;
     /// Data bytes of a block.
     std::size_t BlockSize(format::Bid bid) const;
@@ -124,9 +126,9 @@ private:
     std::vector<Block> m_blocks;
     CSortedList<Node> m_nodes;
     format::FileHeader m_header;
-    std::vector<std::uint64_t> m_treePages;       ///< offsets of the pages of the trees written last
-    std::uint64_t m_mapSections = 0;              ///< sections whose map pages have been written
-    std::optional<format::FileHeader> m_onDisk;   ///< the header as the last commit wrote it
+    std::vector<std::uint64_t> m_treePages;      ///< offsets of the pages of the trees written last
+    std::uint64_t m_mapSections = 0;             ///< sections whose map pages have been written
+    std::optional<format::FileHeader> m_onDisk;  ///< the header as the last commit wrote it
     std::error_code m_failure;
 };
 
@@ -153,10 +155,10 @@ private:
 
     CNdbWriter& m_writer;
     std::size_t m_childrenPerBlock;
-    std::vector<std::byte> m_pending;        ///< of Append, less than a block
-    std::vector<std::uint64_t> m_leaves;     ///< of the open XBLOCK
-    std::uint64_t m_leafBytes = 0;           ///< below the open XBLOCK
-    std::vector<std::uint64_t> m_indexes;    ///< finished XBLOCKs
+    std::vector<std::byte> m_pending;      ///< of Append, less than a block
+    std::vector<std::uint64_t> m_leaves;   ///< of the open XBLOCK
+    std::uint64_t m_leafBytes = 0;         ///< below the open XBLOCK
+    std::vector<std::uint64_t> m_indexes;  ///< finished XBLOCKs
     std::uint64_t m_size = 0;
     bool m_lastIsShort = false;
 };

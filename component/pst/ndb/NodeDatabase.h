@@ -36,6 +36,7 @@ public:
 /// The subnode of that id below a node. `sub` is the node's subnode tree (0: nothing is found).
 std::optional<NodeRecord> FindSubnode(INodeDatabase& database, format::Bid sub, format::Nid nid);
 /// Visits the subnodes directly below a node by rising NID until `visit` returns false.
-void VisitSubnodes(INodeDatabase& database, format::Bid sub, const std::function<bool(const NodeRecord&)>& visit);
+void VisitSubnodes(INodeDatabase& database, format::Bid sub,
+                   const std::function<bool(const NodeRecord&)>& visit);
 
 }  // namespace pastille::component::pst

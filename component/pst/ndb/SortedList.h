@@ -7,8 +7,8 @@
 
 namespace pastille::component::pst {
 
-/// Entries with a unique key (Entry::Key()), kept sorted in little more than their own size. Adding at the end is
-/// constant; adding elsewhere goes to a short sorted tail that is merged in when it has grown.
+/// Entries with a unique key (Entry::Key()), kept sorted in little more than their own size. Adding at the
+/// end is constant; adding elsewhere goes to a short sorted tail that is merged in when it has grown.
 template <class Entry>
 class CSortedList {
 public:

@@ -41,7 +41,8 @@ SubnodePage ReadLeaf(INodeDatabase& database, const SubnodePage& parent, std::si
 
 std::uint64_t KeyAt(const SubnodePage& page, std::size_t index)
 {
-    return (page.block.Level() == 0 ? page.block.LeafAt(index).nid : page.block.ChildAt(index).nid) & kNidBits;
+    return (page.block.Level() == 0 ? page.block.LeafAt(index).nid : page.block.ChildAt(index).nid) &
+           kNidBits;
 }
 
 /// Number of the last entry whose NID is not above the one wanted.
@@ -98,7 +99,8 @@ std::optional<NodeRecord> FindSubnode(INodeDatabase& database, format::Bid sub, 
     return RecordOf(page.block.LeafAt(*index));
 }
 
-void VisitSubnodes(INodeDatabase& database, format::Bid sub, const std::function<bool(const NodeRecord&)>& visit)
+void VisitSubnodes(INodeDatabase& database, format::Bid sub,
+                   const std::function<bool(const NodeRecord&)>& visit)
 {
     if (sub.value == 0)
         return;

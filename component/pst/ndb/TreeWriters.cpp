@@ -108,7 +108,8 @@ format::Bid CSubnodeTreeWriter::Finish(CNdbWriter& writer)
     std::vector<format::SubnodeIndexEntry> index;
     std::vector<format::SubnodeLeafEntry> leaf;
     const auto closeLeaf = [&] {
-        index.push_back({leaf.front().nid, writer.AddInternalBlock(format::EncodeSubnodeLeaf(kLayout, leaf)).value});
+        index.push_back(
+            {leaf.front().nid, writer.AddInternalBlock(format::EncodeSubnodeLeaf(kLayout, leaf)).value});
         leaf.clear();
     };
     if (m_entries.size() > m_limits.leafEntries * m_limits.indexEntries)

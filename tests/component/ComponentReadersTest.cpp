@@ -1,0 +1,127 @@
+#include <cstdlib>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/component/ComponentFixture.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace writer;
+namespace p = writer::property;
+
+bool IsInstalled(const std::string& program)
+{
+    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+std::string ReadText(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// All files below a folder with their contents joined, by name.
+std::string ReadAll(const std::filesystem::path& folder, const std::string& name)
+{
+    std::string text;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        if (entry.is_regular_file() && entry.path().filename().string().find(name) != std::string::npos)
+            text += ReadText(entry.path());
+    return text;
+}
+
+std::size_t Count(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+/// Programs of others, run on a store that holds one item of each kind.
+class ComponentOtherReaders : public CComponentFixture {
+protected:
+    void SetUp() override
+    {
+        CreateStore();
+        const auto inbox = AddFolder(AddFolder(root, u"Posteingang \u00E4"), u"nested");
+        const auto mail = AddItem(inbox, u"IPM.Note", u"a mail");
+        mail->SetFlag(p::Sent, 1);
+        mail->SetText(p::Body, u"the plain body");
+        mail->SetText(p::SentRepresentingName, u"Ann");
+        mail->SetText(p::SenderName, u"Ann");
+        mail->SetText(p::DisplayTo, u"Bob");
+        mail->SetDate(p::SubmitTime, 45000.25);
+        mail->SetDate(p::DeliveryTime, 45000.5);
+        mail->GetAttachments()->AddAttachment(WriteFile("x", m_large), u"large.bin");
+        mail->GetAttachments()->AddAttachment(WriteFile("y", "small contents"), u"small.txt");
+        mail->Save();
+        const auto outer = AddItem(inbox, u"IPM.Note", u"outer mail");
+        const auto inner = AddItem(inbox, u"IPM.Note", u"inner mail");
+        inner->SetText(p::Body, u"the inner body");
+        outer->GetAttachments()->AddAttachment(CRef<IStoreItem>(inner), u"Inner");
+        outer->Save();
+        for (int i = 0; i < 500; ++i)
+            AddItem(inbox, u"IPM.Note", u"one of many")->Save();
+        const auto contact = AddItem(AddFolder(root, u"Contacts", std::int32_t{10}), u"IPM.Contact", u"Jane");
+        contact->SetText(p::Text("DisplayName", format::pid::kDisplayName), u"Jane Doe");
+        contact->SetText(p::NamedText("Email1", format::propset::kAddress, 0x8083), u"jane@example.com");
+        contact->Save();
+        const auto meeting =
+            AddItem(AddFolder(root, u"Calendar", std::int32_t{9}), u"IPM.Appointment", u"Lunch");
+        meeting->SetDate(p::NamedDate("Start", format::propset::kAppointment, 0x820D), 45001.5);
+        meeting->SetDate(p::NamedDate("End", format::propset::kAppointment, 0x820E), 45001.75);
+        meeting->Save();
+        root.Release(), session.Release(), store.Release();
+    }
+    /// Runs a program; what it says on both streams, with its exit code at the end.
+    std::string Run(const std::string& command)
+    {
+        const auto output = folder / "said";
+        const int code = std::system((command + " >'" + output.string() + "' 2>&1").c_str());
+        return ReadText(output) + "exit " + std::to_string(code);
+    }
+
+    const std::string m_large = std::string(500'000, '\x01') + "end of it";
+};
+
+TEST_F(ComponentOtherReaders, ReadpstFindsEveryItem)
+{
+    if (!IsInstalled("readpst"))
+        GTEST_SKIP() << "readpst is not installed";
+    const auto out = folder / "readpst";
+    std::filesystem::create_directory(out);
+    EXPECT_EQ(Run("readpst -D -S -e -q -o '" + out.string() + "' '" + StorePath().string() + "'"), "exit 0");
+    const auto mails = ReadAll(out, ".eml");
+    EXPECT_EQ(Count(mails, "Subject: one of many"), 500u);
+    EXPECT_EQ(Count(mails, "the plain body"), 1u);
+    EXPECT_EQ(Count(mails, "small.txt"), 2u);
+    EXPECT_EQ(Count(mails, "Date: Wed, 15 Mar 2023 06:00:00"), 1u);
+    EXPECT_EQ(Count(mails, "the inner body"), 1u);
+    EXPECT_EQ(Count(ReadAll(out, ".vcf"), "jane@example.com"), 1u);
+    EXPECT_EQ(Count(ReadAll(out, ".ics"), "20230316T120000Z"), 1u);
+}
+
+TEST_F(ComponentOtherReaders, PffexportExportsEverythingWithoutComplaint)
+{
+    if (!IsInstalled("pffexport") || !IsInstalled("pffinfo"))
+        GTEST_SKIP() << "pffexport is not installed";
+    const auto out = folder / "pff";
+    const auto said = Run("pffexport -m all -t '" + out.string() + "' '" + StorePath().string() + "'");
+    EXPECT_EQ(Count(said, "nable to"), 0u) << said;
+    EXPECT_EQ(Count(said, "libpff_"), 0u) << said;
+    EXPECT_TRUE(said.ends_with("Export completed.\n\nexit 0") || said.ends_with("exit 0")) << said;
+    const std::filesystem::path exported = out.string() + ".export";
+    EXPECT_EQ(ReadAll(exported, "large.bin"), m_large);
+    EXPECT_EQ(ReadAll(exported, "small.txt"), "small contents");
+    EXPECT_EQ(Count(ReadAll(exported, "Message.txt"), "the inner body"), 1u);
+    EXPECT_EQ(Count(ReadAll(exported, "OutlookHeaders.txt"), "one of many"), 500u);
+    EXPECT_EQ(Count(ReadAll(exported, "Contact.txt"), "jane@example.com"), 1u);
+    EXPECT_EQ(Count(ReadAll(exported, "Appointment.txt"), "Mar 16, 2023 12:00:00"), 1u);
+    EXPECT_NE(Run("pffinfo '" + StorePath().string() + "'").find("Subtree"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pastille::tests

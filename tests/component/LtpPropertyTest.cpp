@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include "component/pst/ltp/PropertyContextWriter.h"
+#include "component/pst/ltp/PropertyReader.h"
+#include "format/PropertyIds.h"
+#include "tests/component/NdbTestFile.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace component::pst;
+using format::PropertyType;
+
+NodeRecord PutBag(CNdbWriter& writer, const CPropertyBag& bag)
+{
+    const NodeContent content = WritePropertyContext(writer, bag);
+    writer.PutNode({0x21}, content.data, content.sub);
+    return *writer.FindNode({0x21});
+}
+
+CPropertyBag BagOfAllTypes(CNdbWriter& writer)
+{
+    CPropertyBag bag;
+    bag.Set(BooleanValue(0x360A, true));
+    bag.Set(Integer16Value(0x7001, 0xFEDC));
+    bag.Set(Integer32Value(0x3602, 0x89ABCDEF));
+    bag.Set(Integer64Value(0x7002, 0x0123456789ABCDEF));
+    bag.Set(Floating64Value(0x7003, -12.5));
+    bag.Set(TimeValue(0x3007, 0x01DA000000000001));
+    bag.Set(GuidValue(0x7004, format::propset::kTask));
+    bag.Set(StringValue(0x3001, u"A name \u00E4\u4E2D"));
+    bag.Set(StringValue(0x3004, u""));
+    bag.Set(BinaryValue(0x300B, Pattern(16)));
+    bag.Set(BinaryValue(0x7005, Pattern(3580, 1)));
+    bag.Set(BinaryValue(0x7006, Pattern(3581, 2)));
+    bag.Set(BinaryValue(0x7007, Pattern(3 * 8176 + 17, 3)));
+    bag.Set(MultipleStringValue(0x7008, {u"Green", u"", u"Blue"}));
+    bag.Set(MultipleInteger32Value(0x7009, std::vector<std::uint32_t>{1, 0xFFFFFFFF}));
+    CDataTreeWriter tree(writer);
+    tree.Append(Pattern(20000, 4));
+    const std::uint64_t size = tree.Size();
+    bag.Set(TreeValue({0x3701, PropertyType::Binary}, {tree.Finish(), size}));
+    return bag;
+}
+
+TEST(LtpProperty, ValuesOfAllTypesReadBackFromWriterAndFile)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    const CPropertyBag bag = BagOfAllTypes(writer);
+    const NodeRecord node = PutBag(writer, bag);
+    writer.Commit();
+    ASSERT_NO_THROW(VerifyNodeDatabase(file));
+    CNdbReader reader(file);
+    INodeDatabase* const databases[] = {&writer, &reader};
+    for (INodeDatabase* database : databases) {
+        CPropertyReader properties(*database, node);
+        EXPECT_EQ(properties.Tags().size(), bag.Values().size());
+        for (const PropertyValue& expected : bag.Values()) {
+            const auto value = properties.Read(expected.tag.id);
+            ASSERT_TRUE(value) << expected.tag.id;
+            EXPECT_EQ(value->tag, expected.tag);
+            EXPECT_EQ(value->bytes, expected.tree ? Pattern(20000, 4) : expected.bytes) << expected.tag.id;
+            EXPECT_EQ(properties.SizeOf(expected.tag.id), value->bytes.size());
+        }
+        EXPECT_EQ(AsString(*properties.Read(0x3001)), u"A name \u00E4\u4E2D");
+        EXPECT_EQ(AsFloating64(*properties.Read(0x7003)), -12.5);
+        EXPECT_EQ(AsBoolean(*properties.Read(0x360A)), true);
+        EXPECT_EQ(AsMultipleString(*properties.Read(0x7008)),
+                  (std::vector<std::u16string>{u"Green", u"", u"Blue"}));
+        EXPECT_FALSE(AsInteger32(*properties.Read(0x3001)));
+        EXPECT_FALSE(properties.Read(0x7007, 1000)) << "too long for the caller";
+        const auto stream = properties.Open(0x7007);
+        ASSERT_TRUE(stream);
+        EXPECT_EQ(stream->ReadAll(), Pattern(3 * 8176 + 17, 3));
+        EXPECT_FALSE(properties.Open(0x3001)) << "stands in the heap";
+        EXPECT_FALSE(properties.Read(0x1234));
+        const CPropertyBag all = properties.ReadAll(10000);
+        EXPECT_TRUE(all.Find(0x7007)->tree && !all.Find(0x7006)->tree);
+    }
+}
+
+TEST(LtpProperty, EmptyContextAndManyProperties)
+{
+    // 447 records fill one array; the name map of a large store has more.
+    for (const unsigned count : {0u, 447u, 448u, 3000u}) {
+        CTestFile file;
+        CNdbWriter writer(file);
+        CPropertyBag bag;
+        for (unsigned i = 0; i < count; ++i)
+            bag.Set(i % 3 == 0 ? Integer32Value(static_cast<std::uint16_t>(0x1000 + i), i)
+                               : BinaryValue(static_cast<std::uint16_t>(0x1000 + i), Pattern(i % 90, i)));
+        CPropertyReader properties(writer, PutBag(writer, bag));
+        const CPropertyBag all = properties.ReadAll();
+        EXPECT_EQ(all.Values(), bag.Values()) << count;
+    }
+}
+
+// The root folder of a pristine store that no program but the mail client has touched, byte by byte.
+TEST(LtpProperty, RootFolderEqualsThatOfARealStore)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    CPropertyBag bag;
+    bag.Set(BooleanValue(format::pid::kSubfolders, true));
+    bag.Set(Integer32Value(format::pid::kContentUnreadCount, 0));
+    bag.Set(Integer32Value(format::pid::kContentCount, 0));
+    bag.Set(StringValue(format::pid::kDisplayName, u""));
+    const std::uint8_t expected[] = {
+        0x34, 0x00, 0xec, 0xbc, 0x20, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xb5, 0x02, 0x06, 0x00,
+        0x40, 0x00, 0x00, 0x00, 0x01, 0x30, 0x1f, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x36, 0x03, 0x00,
+        0x00, 0x00, 0x00, 0x00, 0x03, 0x36, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x0a, 0x36, 0x0b, 0x00,
+        0x01, 0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x0c, 0x00, 0x14, 0x00, 0x34, 0x00};
+    const format::SharedBytes bytes = writer.ReadBlock(WritePropertyContext(writer, bag).data);
+    ASSERT_EQ(bytes->size(), sizeof expected);
+    for (std::size_t i = 0; i < sizeof expected; ++i)
+        EXPECT_EQ(static_cast<std::uint8_t>((*bytes)[i]), expected[i]) << i;
+}
+
+TEST(LtpProperty, ObjectsLeadToTheirSubnodes)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    CPropertyBag inner;
+    inner.Set(StringValue(0x0037, u"inside"));
+    const NodeContent embedded = WritePropertyContext(writer, inner);
+    const format::Nid nid = writer.AllocateNid(format::NidType::NormalMessage);
+    CSubnodeTreeWriter subnodes;
+    subnodes.Add(nid, embedded.data, embedded.sub);
+    CPropertyBag outer;
+    outer.Set(ObjectValue(0x3701, nid, 100));
+    outer.Set(BinaryValue(0x3702, Pattern(9000)));
+    const NodeContent content = WritePropertyContext(writer, outer, subnodes);
+    EXPECT_EQ(content.subnodeSize, 9000u);
+    writer.PutNode(MessageNid(5), content.data, content.sub);
+    CPropertyReader properties(writer, *writer.FindNode(MessageNid(5)));
+    const auto object = properties.OpenObject(0x3701);
+    ASSERT_TRUE(object);
+    EXPECT_EQ(AsString(*CPropertyReader(writer, *object).Read(0x0037)), u"inside");
+    EXPECT_FALSE(properties.OpenObject(0x3702));
+}
+
+TEST(LtpProperty, ValuesThatDoNotFitTheirTypeAreRefused)
+{
+    CTestFile file;
+    CNdbWriter writer(file);
+    for (const PropertyType type : {PropertyType::Boolean, PropertyType::Integer64, PropertyType::Guid}) {
+        CPropertyBag bag;
+        bag.Set({{0x7000, type}, Pattern(3), {}});
+        EXPECT_THROW(WritePropertyContext(writer, bag), std::invalid_argument);
+    }
+    EXPECT_EQ(StringValue(0x3001, std::u16string(u"a\0b", 3)).bytes, StringValue(0x3001, u"ab").bytes);
+}
+
+}  // namespace
+}  // namespace pastille::tests

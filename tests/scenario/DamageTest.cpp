@@ -1,0 +1,258 @@
+#include <gtest/gtest.h>
+
+#include "tests/scenario/Repair.h"
+#include "tests/support/StoreExample.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::CryptMethod;
+using format::Variant;
+
+/// Three folders, mails with short and long bodies and with attachments.
+StoreDescription Office(Variant variant, bool ost = false)
+{
+    StoreDescription store;
+    store.format.variant = variant;
+    store.format.ost = ost;
+    store.format.crypt = variant == Variant::Unicode4k ? CryptMethod::None : CryptMethod::Permute;
+    StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note"};
+    for (unsigned i = 0; i < 25; ++i) {
+        const std::u16string number(1, static_cast<char16_t>(u'A' + i));
+        const std::u16string body =
+            u"Body " + number + u"\r\n" + std::u16string(i % 4 * 1500, static_cast<char16_t>(u'a' + i));
+        inbox.messages.push_back(
+            Mail(u"Subject " + number, u"Ada Brook", body, FileTime(2020, 5, 1 + i, i % 24, 7)));
+    }
+    inbox.messages[3].attachments = {{.fileName = u"notes.txt", .data = Bytes(300, std::byte{'n'})}};
+    inbox.messages[4].attachments = {
+        {.fileName = u"plan.bin", .data = Bytes(20'000, std::byte{'p'}), .inSubnode = true}};
+    StoreFolder old{.name = u"Old", .containerClass = u"IPF.Note"};
+    old.messages = {Mail(u"From the attic", u"Ben Carver", u"Dust.", FileTime(1999, 12, 31, 23, 59))};
+    StoreFolder projects{.name = u"Projects"};
+    projects.folders = {old};
+    store.folders = {inbox, projects, {.name = u"Empty"}};
+    return store;
+}
+
+struct NamedDamage {
+    const char* name;
+    void (*apply)(CStoreDamage damage);
+};
+
+/// None of these costs anything that is not in the bytes they destroy.
+constexpr NamedDamage kHarmless[] = {
+    {"None", [](CStoreDamage) {}},
+    {"HeaderZero", [](CStoreDamage damage) { damage.ZeroHeaderButMagic(); }},
+    {"RootZero", [](CStoreDamage damage) { damage.ZeroRoot(); }},
+    {"CryptByteWrong", [](CStoreDamage damage) { damage.SetCryptByte(2); }},
+    {"NbtIndexPagesLost", [](CStoreDamage damage) { damage.Drop(PlaceKind::NbtIndex); }},
+    {"NbtSignaturesWrong", [](CStoreDamage damage) { damage.BreakSignatures(PlaceKind::NbtLeaf); }},
+    {"NbtCountsWrong", [](CStoreDamage damage) { damage.SetPageCount(PlaceKind::NbtLeaf, 0); }},
+    {"BbtIndexPagesLost", [](CStoreDamage damage) { damage.Drop(PlaceKind::BbtIndex); }},
+    {"AllBbtPagesLost",
+     [](CStoreDamage damage) { damage.Drop(PlaceKind::BbtLeaf).Drop(PlaceKind::BbtIndex); }},
+    {"BbtSignaturesWrong", [](CStoreDamage damage) { damage.BreakSignatures(PlaceKind::BbtLeaf); }},
+    {"BlockTrailersLost", [](CStoreDamage damage) { damage.DropBlockTrailers(); }},
+    {"MapsLost", [](CStoreDamage damage) { damage.Drop(PlaceKind::AMap); }},
+};
+
+using VariantAndDamage = std::tuple<Variant, NamedDamage>;
+
+class HarmlessDamage : public testing::TestWithParam<VariantAndDamage> {};
+
+TEST_P(HarmlessDamage, CostsNothing)
+{
+    const auto& [variant, damage] = GetParam();
+    const StoreDescription description = Office(variant);
+    CBuiltStore store(description);
+    damage.apply(store.Damage());
+    CRepair repair(store.Content());
+    repair.Run();
+    EXPECT_FALSE(repair.state.failed) << repair.frontEnd.Boxes();
+    EXPECT_EQ(repair.frontEnd.completions, 1);
+    ExpectRecovered(repair.ReadBack(), Expected(description));
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, HarmlessDamage,
+                         testing::Combine(testing::Values(Variant::Ansi, Variant::Unicode,
+                                                          Variant::Unicode4k),
+                                          testing::ValuesIn(kHarmless)),
+                         [](const auto& info) {
+                             const char* const names[] = {"", "Ansi", "Unicode", "Unicode4k"};
+                             return std::string(names[static_cast<unsigned>(std::get<0>(info.param))]) +
+                                    std::get<1>(info.param).name;
+                         });
+
+TEST(Damage, OstFilesAndAllEncodingsComeBack)
+{
+    for (const Variant variant : {Variant::Ansi, Variant::Unicode}) {
+        for (const CryptMethod method : {CryptMethod::None, CryptMethod::Permute, CryptMethod::Cyclic}) {
+            for (const bool ost : {false, true}) {
+                StoreDescription description = Office(variant, ost);
+                description.format.crypt = method;
+                CBuiltStore store(description);
+                store.Damage().ZeroHeaderButMagic();
+                CRepair repair(store.Content(), ost ? "mail.ost" : "mail.pst");
+                repair.Run();
+                ExpectRecovered(repair.ReadBack(), Expected(description));
+            }
+        }
+    }
+}
+
+TEST(Damage, TheExampleIsWhollyRecoverable)
+{
+    const StoreDescription description = DescribeExample();
+    CRepair repair(BuildDamagedExample().Content(), "damaged.pst");
+    repair.Run();
+    EXPECT_EQ(repair.state.storeName, u"damaged Recovered");
+    const SeenStore found = repair.ReadBack();
+    const SeenStore expected = Expected(description);
+    for (const char16_t* path : {u"\\Inbox", u"\\Projects\\Old bridge", u"\\Sent Items"})
+        EXPECT_EQ(found.at(path), expected.at(path));
+    EXPECT_EQ(found.at(u"\\Contacts").size(), 2u);
+    EXPECT_EQ(found.at(u"\\Calendar").size(), 1u);
+    EXPECT_EQ(CountItems(found), CountItems(expected));
+}
+
+TEST(Damage, AWreckedMailCostsItselfOnly)
+{
+    const StoreDescription description = Office(Variant::Unicode);
+    for (const std::uint32_t seed : {1u, 2u, 3u, 4u, 5u}) {
+        CBuiltStore store(description);
+        store.Damage().ScrambleOffsets("Subject K/data", seed);
+        CRepair repair(store.Content());
+        repair.Run();
+        EXPECT_FALSE(repair.state.failed);
+        SeenStore expected = Expected(description);
+        auto& inbox = expected.at(u"\\Inbox");
+        std::erase_if(inbox, [](const SeenItem& item) { return item.subject == u"Subject K"; });
+        const std::vector<SeenItem> found = AllItems(repair.ReadBack());
+        for (const SeenItem& item : AllItems(expected))
+            EXPECT_TRUE(std::find(found.begin(), found.end(), item) != found.end())
+                << testing::PrintToString(item);
+    }
+}
+
+TEST(Damage, ALostMailBlockCostsThatMail)
+{
+    for (const Variant variant : {Variant::Ansi, Variant::Unicode, Variant::Unicode4k}) {
+        const StoreDescription description = Office(variant);
+        CBuiltStore store(description);
+        store.Damage().Drop("Subject K/data");
+        CRepair repair(store.Content());
+        repair.Run();
+        SeenStore expected = Expected(description);
+        std::erase_if(expected.at(u"\\Inbox"),
+                      [](const SeenItem& item) { return item.subject == u"Subject K"; });
+        ExpectRecovered(repair.ReadBack(), expected);
+    }
+}
+
+TEST(Damage, ALostFolderSendsItsMailsToLostAndFound)
+{
+    const StoreDescription description = Office(Variant::Unicode);
+    CBuiltStore store(description);
+    store.Damage().Drop("folder Inbox/data");
+    CRepair repair(store.Content());
+    repair.Run();
+    const SeenStore found = repair.ReadBack();
+    const SeenStore expected = Expected(description);
+    ASSERT_TRUE(found.contains(u"\\Lost & Found"));
+    EXPECT_EQ(found.at(u"\\Lost & Found"), expected.at(u"\\Inbox"));
+    EXPECT_EQ(found.at(u"\\Projects\\Old"), expected.at(u"\\Projects\\Old"));
+    EXPECT_EQ(CountItems(found), CountItems(expected));
+}
+
+TEST(Damage, FoldersBelowALostFolderHangBelowTheRoot)
+{
+    const StoreDescription description = Office(Variant::Unicode);
+    CBuiltStore store(description);
+    store.Damage().Drop("folder Projects/data");
+    CRepair repair(store.Content());
+    repair.Run();
+    const SeenStore found = repair.ReadBack();
+    ASSERT_TRUE(found.contains(u"\\Old"));
+    EXPECT_EQ(found.at(u"\\Old"), Expected(description).at(u"\\Projects\\Old"));
+}
+
+TEST(Damage, CyclesOfFoldersEndAndKeepEveryItem)
+{
+    const StoreDescription description = Office(Variant::Unicode);
+    const std::vector<std::vector<std::pair<const char*, const char*>>> cycles = {
+        {{"folder Projects", "folder Old"}},
+        {{"folder Inbox", "folder Old"}, {"folder Projects", "folder Inbox"}},
+        {{"folder Top of Personal Folders", "folder Inbox"}},
+    };
+    for (const auto& cycle : cycles) {
+        CBuiltStore store(description);
+        for (const auto& [child, parent] : cycle)
+            store.Damage().SetParent(store.Nid(child), store.Nid(parent));
+        CRepair repair(store.Content());
+        repair.Run();
+        EXPECT_EQ(repair.frontEnd.completions, 1);
+        EXPECT_EQ(AllItems(repair.ReadBack()), AllItems(Expected(description)));
+    }
+}
+
+TEST(Damage, PagesThatNameThemselvesCostTheirOwnNodes)
+{
+    StoreDescription description = Office(Variant::Unicode);
+    description.format.firstPageBid = 0x901;
+    description.format.childrenPerPage = 20;
+    CBuiltStore store(description);
+    const std::size_t leaves = store.Directory().All(PlaceKind::NbtLeaf).size();
+    for (std::size_t i = 0; i < leaves; ++i) {
+        CBuiltStore damaged(description);
+        damaged.Damage().PointPageAtItself(i);
+        CRepair repair(damaged.Content());
+        repair.Run();
+        EXPECT_EQ(repair.frontEnd.completions + static_cast<int>(repair.state.failed), 1) << i;
+        // At most the 15 nodes of the page can be gone.
+        EXPECT_GE(CountItems(repair.ReadBack()) + 15, CountItems(Expected(description))) << i;
+    }
+}
+
+TEST(Damage, TruncatedAnywhereTheRunEnds)
+{
+    const StoreDescription description = Office(Variant::Unicode);
+    const CBuiltStore whole(description);
+    for (std::size_t size = 600; size < whole.Content().size(); size += whole.Content().size() / 23) {
+        CBuiltStore store(description);
+        store.Damage().Truncate(size);
+        CRepair repair(store.Content());
+        repair.Run();
+        EXPECT_EQ(repair.frontEnd.ends + static_cast<int>(repair.state.failed) > 0, true) << size;
+        if (!repair.state.failed)
+            EXPECT_LE(CountItems(repair.ReadBack()), CountItems(Expected(description))) << size;
+    }
+}
+
+TEST(Damage, StalePagesWithTheSameNodesDoNotLoseTheLiveOnes)
+{
+    StoreDescription description = Office(Variant::Unicode);
+    description.beforeTrees = [](CStoreFile& store) {
+        // Superseded copies of all leaf pages, in which every block reference is out of date.
+        std::vector<NbtEntry> stale;
+        for (NbtEntry entry : store.Nodes()) {
+            entry.bidData = 0xFFFF0;
+            entry.bidSub = entry.bidSub == 0 ? 0 : 0xFFFF2;
+            stale.push_back(entry);
+            if (stale.size() == 15) {
+                store.WriteNbtPage(stale);
+                stale.clear();
+            }
+        }
+    };
+    CRepair repair(CBuiltStore(description).Content());
+    repair.Run();
+    EXPECT_FALSE(repair.state.failed);
+    const std::vector<SeenItem> found = AllItems(repair.ReadBack());
+    for (const SeenItem& item : AllItems(Expected(description)))
+        EXPECT_TRUE(std::find(found.begin(), found.end(), item) != found.end())
+            << testing::PrintToString(item);
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,69 @@
+#include "tests/support/OutsideReaders.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/scenario/Repair.h"
+
+namespace pastille::tests {
+namespace {
+
+/// Other readers of the format must find in a built store what its description says, or the tests that build
+/// on such stores show nothing.
+TEST(OutsideReaders, ReadBuiltStoresAsDescribed)
+{
+    for (const format::Variant variant :
+         {format::Variant::Ansi, format::Variant::Unicode, format::Variant::Unicode4k}) {
+        StoreDescription description;
+        description.format.variant = variant;
+        description.format.crypt =
+            variant == format::Variant::Unicode4k ? format::CryptMethod::None : format::CryptMethod::Cyclic;
+        StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note"};
+        for (unsigned i = 0; i < 470; ++i)
+            inbox.messages.push_back(
+                Mail(u"Mail", u"Ada", std::u16string(i * 9, u'b'), FileTime(2020, 1, 1)));
+        StoreFolder sub{.name = u"Sub"};
+        sub.messages = {Mail(u"Below", u"Ada", u"Text", FileTime(2020, 1, 1))};
+        sub.messages[0].attachments = {{.fileName = u"a.bin", .data = Bytes(100'000, std::byte{'a'})}};
+        inbox.folders = {sub};
+        description.folders = {inbox};
+        const CTemporaryFolder folder;
+        CBuiltStore(description).WriteTo(folder / "built.pst");
+        const auto mails = CountWithReadpst(folder / "built.pst");
+        const auto items = CountWithPffexport(folder / "built.pst");
+        if (!mails || !items)
+            GTEST_SKIP() << "readpst and pffexport are not installed, or cannot read the store";
+        EXPECT_EQ(mails->messages, 471u);
+        EXPECT_EQ(mails->perFolder.at("Inbox"), 470u);
+        EXPECT_EQ(items->messages, 471u);
+    }
+}
+
+TEST(OutsideReaders, ReadWhatARepairWrote)
+{
+    StoreDescription description;
+    StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note"};
+    for (unsigned i = 0; i < 30; ++i)
+        inbox.messages.push_back(
+            Mail(u"Mail", u"Ada", std::u16string(i * 200, u'b'), FileTime(2020, 1, 1 + i)));
+    inbox.messages[2].attachments = {{.fileName = u"a.bin", .data = Bytes(100'000, std::byte{'a'})}};
+    description.folders = {inbox};
+    CBuiltStore store(description);
+    store.Damage().ZeroHeaderButMagic().Drop(PlaceKind::NbtIndex);
+    CRepair repair(store.Content());
+    repair.Run();
+    const auto mails = CountWithReadpst(repair.state.outputPath);
+    const auto items = CountWithPffexport(repair.state.outputPath);
+    if (!mails || !items) {
+        const CTemporaryFolder folder;
+        CBuiltStore(description).WriteTo(folder / "built.pst");
+        if (!CountWithReadpst(folder / "built.pst") || !CountWithPffexport(folder / "built.pst"))
+            GTEST_SKIP() << "readpst and pffexport are not installed";
+    }
+    ASSERT_TRUE(mails) << "readpst refuses the new store";
+    ASSERT_TRUE(items) << "pffexport refuses the new store";
+    EXPECT_EQ(mails->messages, 30u);
+    EXPECT_EQ(items->messages, 30u);
+}
+
+}  // namespace
+}  // namespace pastille::tests
