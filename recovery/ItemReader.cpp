@@ -1,6 +1,7 @@
 #include "recovery/ItemReader.h"
 
 #include "format/PropertyIds.h"
+#include "writer/ValueConversion.h"
 
 namespace pastille::recovery {
 
@@ -64,7 +65,8 @@ void CItemReader::WriteMailProperty(const store::PropertyRecord& record)
 void CItemReader::WriteMailSubject(const SourceProperty& property)
 {
     m_subjectSeen = true;
-    m_placed.item->SetText(property::Subject, m_source.StringValue(property.type, property.value));
+    m_placed.item->SetText(property::Subject,
+                           SubjectText(m_source.StringValue(property.type, property.value)));
     m_recovery.log.Write(std::u16string(u"\r\n\r\n").append(TraitsOf(ItemFamily::Mail).logLabel));
     m_recovery.log.Write(m_placed.item->GetText(property::Subject));
 }

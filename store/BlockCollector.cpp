@@ -15,6 +15,12 @@ constexpr std::size_t kStretchBytes = 4096;
 constexpr std::size_t kSlotBytes = 16;
 constexpr std::uint32_t kLargestBlock = 65512;
 
+/// Where blocks can begin: behind the header and the first allocation map pages. [MS-PST] 2.2.2.7.2
+constexpr std::uint64_t FirstBlockOffset(format::Variant variant)
+{
+    return variant == format::Variant::Unicode4k ? 0x23000 : 0x4600;
+}
+
 bool IsLeafCandidate(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset)
 {
     if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kBbt)
@@ -54,6 +60,7 @@ public:
         : m_layout(layout),
           m_blocks(blocks),
           m_fileSize(source.Size()),
+          m_firstBlock(FirstBlockOffset(layout.variant)),
           m_trailerOffset(kSlotBytes * ((layout.blockTrailerSize + kSlotBytes - 1) / kSlotBytes) -
                           layout.blockTrailerSize)
     {
@@ -126,7 +133,7 @@ private:
         std::uint64_t candidate =
             lastByte < cb ? 0 : (lastByte - cb + kSlotBytes - 1) / kSlotBytes * kSlotBytes;
         for (std::uint64_t i = 0; i < candidates && candidate < m_fileSize; ++i, candidate += kSlotBytes) {
-            if (signature == format::ComputeSignature(candidate, bid))
+            if (candidate >= m_firstBlock && signature == format::ComputeSignature(candidate, bid))
                 m_blocks.Append({bid, cb, candidate});
         }
     }
@@ -134,6 +141,7 @@ private:
     const format::VariantLayout& m_layout;
     CBlockTable& m_blocks;
     std::uint64_t m_fileSize;
+    std::uint64_t m_firstBlock;
     std::size_t m_trailerOffset;  ///< of a trailer in the slot that it begins in: it ends on a slot border
     std::uint64_t m_dataEnd = 0;  ///< one past the last byte so far that is not zero
 };

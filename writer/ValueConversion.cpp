@@ -81,4 +81,12 @@ std::uint32_t TranslateId(const format::CNamedPropertyMap& names, std::uint16_t 
     return names.FindLid(id).value_or(id);
 }
 
+std::u16string SubjectText(std::u16string stored)
+{
+    constexpr char16_t kPrefixMark = 1;
+    if (!stored.empty() && stored.front() == kPrefixMark)
+        stored.erase(0, 2);
+    return stored;
+}
+
 }  // namespace pastille::writer

@@ -28,4 +28,8 @@ constexpr std::int16_t FlagOf(const SourceProperty& property)
 /// source's map has one, else the id itself.
 std::uint32_t TranslateId(const format::CNamedPropertyMap& names, std::uint16_t id);
 
+/// A stored subject without the mark that tells the length of its prefix: U+0001 and one more character at its
+/// start. [MS-PST] 2.5.3.1.1.1
+std::u16string SubjectText(std::u16string stored);
+
 }  // namespace pastille::writer

@@ -74,15 +74,20 @@ TEST_P(HarmlessDamage, CostsNothing)
     ExpectRecovered(repair.ReadBack(), Expected(description));
 }
 
+std::string CaseName(const testing::TestParamInfo<VariantAndDamage>& tested)
+{
+    const auto& [variant, damage] = tested.param;
+    const char* const variantName = variant == Variant::Ansi      ? "Ansi"
+                                    : variant == Variant::Unicode ? "Unicode"
+                                                                  : "Unicode4k";
+    return std::string(variantName) + damage.name;
+}
+
 INSTANTIATE_TEST_SUITE_P(Variants, HarmlessDamage,
                          testing::Combine(testing::Values(Variant::Ansi, Variant::Unicode,
                                                           Variant::Unicode4k),
                                           testing::ValuesIn(kHarmless)),
-                         [](const auto& info) {
-                             const char* const names[] = {"", "Ansi", "Unicode", "Unicode4k"};
-                             return std::string(names[static_cast<unsigned>(std::get<0>(info.param))]) +
-                                    std::get<1>(info.param).name;
-                         });
+                         CaseName);
 
 TEST(Damage, OstFilesAndAllEncodingsComeBack)
 {
@@ -224,8 +229,9 @@ TEST(Damage, TruncatedAnywhereTheRunEnds)
         CRepair repair(store.Content());
         repair.Run();
         EXPECT_EQ(repair.frontEnd.ends + static_cast<int>(repair.state.failed) > 0, true) << size;
-        if (!repair.state.failed)
+        if (!repair.state.failed) {
             EXPECT_LE(CountItems(repair.ReadBack()), CountItems(Expected(description))) << size;
+        }
     }
 }
 

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -139,10 +140,12 @@ TEST(Faults, AFailingWriteIsToldAtEveryMoment)
         repair.Run();
         const bool told = repair.state.failed || !repair.frontEnd.Boxes().empty();
         // A log or a profile that cannot be written may be done without; the store itself not.
-        if (!told)
+        if (!told) {
             EXPECT_EQ(CountItems(repair.ReadBack()), 6u) << "write " << at << " was lost silently";
-        if (repair.state.failed)
+        }
+        if (repair.state.failed) {
             EXPECT_EQ(repair.frontEnd.completions, 0) << at;
+        }
     }
 }
 
@@ -172,10 +175,11 @@ TEST(Faults, AFileThatCannotBeCreatedIsToldOrDoneWithout)
         CRepair repair(store.Content());
         repair.files.faults.failingCreate = at;
         repair.Run();
-        if (!repair.state.failed)
+        if (!repair.state.failed) {
             EXPECT_EQ(CountItems(repair.ReadBack()), 6u) << at;
-        else
+        } else {
             EXPECT_NE(repair.frontEnd.Boxes().find("Error: "), std::string::npos) << at;
+        }
     }
 }
 
@@ -192,8 +196,9 @@ TEST(Faults, AStopInAnyPhaseKeepsWhatIsThere)
         EXPECT_FALSE(repair.state.failed) << phase;
         EXPECT_EQ(repair.frontEnd.completions, 0) << phase;
         EXPECT_NE(repair.frontEnd.Boxes().find("Recovery process aborted."), std::string::npos) << phase;
-        if (phase > 3)
+        if (phase > 3) {
             EXPECT_EQ(CountItems(repair.ReadBack()), 0u) << phase;
+        }
     }
 }
 

@@ -168,7 +168,14 @@ void ExpectRecovered(const SeenStore& found, const SeenStore& expected)
     for (const auto& [path, items] : expected) {
         const auto there = found.find(path);
         ASSERT_NE(there, found.end()) << "folder " << platform::ToUtf8(path) << " is missing";
-        EXPECT_EQ(there->second, items) << platform::ToUtf8(path);
+        std::vector<SeenItem> missing, unexpected;
+        std::set_difference(items.begin(), items.end(), there->second.begin(), there->second.end(),
+                            std::back_inserter(missing));
+        std::set_difference(there->second.begin(), there->second.end(), items.begin(), items.end(),
+                            std::back_inserter(unexpected));
+        EXPECT_TRUE(missing.empty() && unexpected.empty())
+            << platform::ToUtf8(path) << "\nmissing: " << testing::PrintToString(missing)
+            << "\nunexpected: " << testing::PrintToString(unexpected);
     }
     EXPECT_EQ(CountItems(found), CountItems(expected)) << "items in folders that should not be";
 }

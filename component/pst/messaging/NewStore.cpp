@@ -1,6 +1,7 @@
 #include "component/pst/messaging/NewStore.h"
 
 #include <array>
+#include <initializer_list>
 #include <span>
 
 #include "component/pst/ltp/PropertyContextWriter.h"
@@ -110,6 +111,24 @@ void AddMandatoryFolders(CFolderTree& folders)
     folders.Add(&root, nids::kSpamSearchFolder, u"SPAM Search Folder 2");
     Folder& deleted = folders.Add(&subtree, nids::kDeletedItems, u"Deleted Items");
     deleted.containerClass = u"IPF.Note";
+}
+
+void AddCommonNames(CNameMap& names)
+{
+    struct NumericNames {
+        format::Guid set;
+        std::initializer_list<std::uint32_t> lids;
+    };
+    const NumericNames sets[] = {
+        {format::propset::kAppointment, {0x8205, 0x820D, 0x820E, 0x8216, 0x8223, 0x8231, 0x8233, 0x8235, 0x8236}},
+        {format::propset::kTask, {0x8101, 0x8104, 0x8105, 0x811C}},
+        {format::propset::kCommon, {0x8502, 0x8503, 0x8510, 0x8514, 0x8552, 0x8578, 0x8580, 0x8581}},
+    };
+    for (const NumericNames& numeric : sets) {
+        for (const std::uint32_t lid : numeric.lids)
+            names.FindOrAdd({numeric.set, lid, {}});
+    }
+    names.FindOrAdd({format::propset::kPublicStrings, 0, u"Keywords"});
 }
 
 RecordKey MakeRecordKey()

@@ -102,6 +102,7 @@ void CPstStore::StartNew(std::u16string_view displayName)
 {
     m_recordKey = MakeRecordKey();
     PutMandatoryNodes(*m_writer, m_recordKey, displayName);
+    AddCommonNames(m_names);
     AddMandatoryFolders(m_folders);
     for (const auto& folder : m_folders.All())
         PutEmptyFolderTables(*m_writer, *folder);

@@ -16,7 +16,7 @@ constexpr std::uint64_t kBidStep = 4;
 constexpr std::uint64_t kInternalBit = 2;
 /// The first index free for nodes that are not special; below it the counters take no part.
 constexpr std::uint32_t kFirstUserIndex = 0x400;
-/// W that many references the block's count is full. The file's cRef is one more.
+/// Of one block: cRef has 16 bits and is one more than the references.
 constexpr std::uint16_t kMostReferences = 65534;
 
 /// The node types that share one index counter with a type; the type alone when it has its own.
