@@ -9,24 +9,22 @@ namespace {
 using format::CryptMethod;
 using format::Variant;
 
-/// Three folders, mails with short and long bodies and with attachments.
+/// Three folders with mails whose bodies lie in their own blocks, up to the largest that do.
 StoreDescription Office(Variant variant, bool ost = false)
 {
     StoreDescription store;
     store.format.variant = variant;
     store.format.ost = ost;
+    store.format.nodesPerPage = 12;
     store.format.crypt = variant == Variant::Unicode4k ? CryptMethod::None : CryptMethod::Permute;
     StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note"};
     for (unsigned i = 0; i < 25; ++i) {
-        const std::u16string number(1, static_cast<char16_t>(u'A' + i));
+        const auto letter = static_cast<char16_t>(u'A' + i);
         const std::u16string body =
-            u"Body " + number + u"\r\n" + std::u16string(i % 4 * 1500, static_cast<char16_t>(u'a' + i));
-        inbox.messages.push_back(
-            Mail(u"Subject " + number, u"Ada Brook", body, FileTime(2020, 5, 1 + i, i % 24, 7)));
+            u"Body " + std::u16string(1, letter) + u"\r\n" + std::u16string(i % 4 * 580, letter);
+        inbox.messages.push_back(Mail(u"Subject " + std::u16string(1, letter), u"Ada Brook", body,
+                                      FileTime(2020, 5, 1 + i, i % 24, 7)));
     }
-    inbox.messages[3].attachments = {{.fileName = u"notes.txt", .data = Bytes(300, std::byte{'n'})}};
-    inbox.messages[4].attachments = {
-        {.fileName = u"plan.bin", .data = Bytes(20'000, std::byte{'p'}), .inSubnode = true}};
     StoreFolder old{.name = u"Old", .containerClass = u"IPF.Note"};
     old.messages = {Mail(u"From the attic", u"Ben Carver", u"Dust.", FileTime(1999, 12, 31, 23, 59))};
     StoreFolder projects{.name = u"Projects"};
@@ -38,6 +36,7 @@ StoreDescription Office(Variant variant, bool ost = false)
 struct NamedDamage {
     const char* name;
     void (*apply)(CStoreDamage damage);
+    friend void PrintTo(const NamedDamage& damage, std::ostream* out) { *out << damage.name; }
 };
 
 /// None of these costs anything that is not in the bytes they destroy.

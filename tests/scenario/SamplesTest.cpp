@@ -35,13 +35,19 @@ TEST(Samples, RepairedFilesHoldAtLeastTheMailsOfTheSource)
         repair.Run();
         EXPECT_FALSE(repair.state.failed) << repair.frontEnd.Boxes();
         EXPECT_EQ(repair.frontEnd.completions, 1);
-        const SeenStore found = repair.ReadBack();
-        const auto before = CountWithPffexport(sample);
-        const auto after = CountWithPffexport(repair.state.outputPath);
+        const auto items = CountWithPffexport(repair.state.outputPath);
+        if (!items && !CountWithPffexport(sample))
+            GTEST_SKIP() << "pffexport is not installed";
+        ASSERT_TRUE(items) << "the new store cannot be read by others";
+        EXPECT_EQ(items->messages, CountItems(repair.ReadBack()))
+            << "others see the same items as our own reader";
+        const auto before = CountWithReadpst(sample);
         if (!before)
-            continue;
-        ASSERT_TRUE(after) << "the new store cannot be read by others";
-        EXPECT_EQ(after->messages, CountItems(found)) << "others see the same items as our own reader";
+            GTEST_SKIP() << "readpst is not installed";
+        const auto after = CountWithReadpst(repair.state.outputPath);
+        ASSERT_TRUE(after);
+        // There may be more: a mail comes back from superseded pages, too.
+        EXPECT_GE(after->messages, before->messages);
     }
 }
 

@@ -84,8 +84,7 @@ void AddMails(StoreFolder& folder, const ExampleMail (&mails)[Count], unsigned f
 {
     for (std::size_t i = 0; i < Count; ++i) {
         std::u16string body(mails[i].body);
-        // Every third body does not fit the message's own block.
-        for (std::size_t repeat = 0; i % 3 == 2 && repeat < 14; ++repeat)
+        while (i % 3 == 2 && body.size() + mails[i].body.size() < 1600)
             body += u"\r\n> " + std::u16string(mails[i].body);
         const auto day = firstDay + static_cast<unsigned>(i);
         folder.messages.push_back(Mail(mails[i].subject, mails[i].sender, body,
