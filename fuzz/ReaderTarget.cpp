@@ -1,6 +1,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "format/Ids.h"
 #include "store/DataTree.h"
 #include "store/FolderProperties.h"
 #include "store/NamedProperties.h"

@@ -113,6 +113,8 @@ public:
                 continue;
             if (put < 0)
                 RaiseErrno("write");
+            if (put == 0)
+                throw std::system_error(EIO, std::generic_category(), "write");
             offset += static_cast<std::uint64_t>(put);
             bytes = bytes.subspan(static_cast<std::size_t>(put));
         }
@@ -179,7 +181,14 @@ public:
     }
     std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
     {
-        return Result(::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE));
+        if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+            return {};
+        if (errno != EINVAL)
+            return std::error_code(errno, std::generic_category());
+        // Network file systems may not know how to rename so.
+        if (::link(from.c_str(), to.c_str()) != 0)
+            return std::error_code(errno, std::generic_category());
+        return Remove(from);
     }
 
 private:

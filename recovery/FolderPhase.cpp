@@ -14,6 +14,8 @@ using namespace writer;
 
 constexpr std::u16string_view kSourceRootName = u"Top of Personal Folders";
 constexpr unsigned kProgressStep = 4;
+/// Old copies of the name map add little; thousands of them are no accident.
+constexpr unsigned kMostMapCopies = 64;
 
 /// Folders that are of a kind of their own by their name.
 struct NamedKind {
@@ -78,7 +80,7 @@ bool CFolderPhase::CollectNames()
         const bool isCandidate = node.bidData != 0 && node.nidParent != 0 && node.nid != node.nidParent;
         if (!node.removed && !(isCandidate && m_recovery.folders.Contains(node.nid))) {
             const bool isFolder = isCandidate && TakeFolder(node);
-            if (node.nid == format::nids::kNameToIdMap.value)
+            if (node.nid == format::nids::kNameToIdMap.value && m_mapsRead++ < kMostMapCopies)
                 store::ReadNamedProperties(source.reader, node.bidData, node.bidSub, source.namedProperties);
             const bool isListHead = i == 0;
             if ((isFolder || node.nidParent == 0) && !isListHead) {

@@ -29,6 +29,7 @@ private:
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
+    unsigned m_mapsRead = 0;
 };
 
 }  // namespace pastille::recovery

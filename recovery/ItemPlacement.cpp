@@ -10,6 +10,12 @@ using namespace writer;
 
 constexpr std::int16_t kSent = 1;
 
+/// The kind of default folder that a rule falls back on, 0 for none.
+std::int32_t FolderKind(const ClassRule* rule)
+{
+    return rule != nullptr ? rule->defaultFolderKind : 0;
+}
+
 std::uint64_t TargetKey(std::uint32_t parentNid, const ClassRule* rule)
 {
     const std::int32_t kind = rule != nullptr ? rule->defaultFolderKind : -1;
@@ -39,16 +45,24 @@ bool CItemPlacement::Route(std::u16string_view messageClass, std::uint32_t paren
         return false;
     m_recovery.output.target = target;
     const FolderRecord* folder = m_recovery.folders.Find(parentNid);
-    m_run.frontEnd.Send(platform::FolderMessage{
-        parentNid, *path, folder != nullptr ? folder->containerClass : std::u16string()});
+    if (!path->empty() || FolderKind(rule) == 0) {
+        m_run.frontEnd.Send(platform::FolderMessage{
+            parentNid, *path, folder != nullptr ? folder->containerClass : std::u16string()});
+    } else {
+        m_run.frontEnd.Send(
+            platform::FolderMessage{parentNid, u"\\" + target->GetName(), target->GetContainerClass()});
+    }
     return true;
 }
 
 CRef<IStoreFolder> CItemPlacement::FindTarget(std::uint32_t parentNid, const std::u16string& path,
                                               const ClassRule* rule) const
 {
-    const bool isRoot = m_recovery.folders.Root() == parentNid;
-    return rule == nullptr || isRoot ? m_recovery.output.Resolve(path) : FindByRule(path, *rule);
+    if (m_recovery.folders.Root() != parentNid)
+        return rule == nullptr ? m_recovery.output.Resolve(path) : FindByRule(path, *rule);
+    // The root has no name to look for in a parent: what has a default folder goes there.
+    return FolderKind(rule) == 0 ? m_recovery.output.Resolve(path)
+                                 : m_recovery.output.session->GetDefaultFolder(FolderKind(rule));
 }
 
 CRef<IStoreFolder> CItemPlacement::FindByRule(const std::u16string& path, const ClassRule& rule) const

@@ -1,5 +1,7 @@
 #include "recovery/ItemWalk.h"
 
+#include <exception>
+
 #include "recovery/MailBody.h"
 
 namespace pastille::recovery {
@@ -59,12 +61,16 @@ bool CItemWalk::ProcessNode(std::uint32_t bidData, std::uint32_t bidSub, std::ui
     } catch (const _com_error& error) {
         if (error.IsStorageFailure())
             throw;
+    } catch (const std::exception&) {
+        // Whatever an item does to this program costs that item and no other.
     }
     try {
         SaveMail();
     } catch (const _com_error& error) {
         if (error.IsStorageFailure())
             throw;
+    } catch (const std::exception&) {
+        // As above.
     }
     m_work.clear();
     return isInFallback;

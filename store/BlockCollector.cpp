@@ -26,11 +26,12 @@ bool IsLeafCandidate(format::CByteView page, const format::VariantLayout& layout
     if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kBbt)
         return false;
     const std::size_t entrySize = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset);
+    const auto level = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset + 1);
     const auto count = page.ReadOrZero<std::uint8_t>(layout.countOffset);
     const auto maximum = page.ReadOrZero<std::uint8_t>(layout.maximumCountOffset);
     const auto bid = page.ReadOrZero<std::uint32_t>(layout.pageBidOffset);
-    return (entrySize == layout.nodeEntrySize || entrySize == layout.blockEntrySize) && maximum != 0 &&
-           count <= maximum &&
+    return (entrySize == layout.nodeEntrySize || entrySize == layout.blockEntrySize) && level == 0 &&
+           maximum != 0 && count <= maximum &&
            page.ReadOrZero<std::uint16_t>(layout.signatureOffset) ==
                format::ComputeSignature(fileOffset, bid);
 }
@@ -67,7 +68,7 @@ public:
         FindLastDataByte(source, ScanStart(layout.variant));
     }
 
-    /// Looks at the slots of a page. `view` begins at the page and reaches beyond it as far as the file does.
+    /// Looks at the slots of a page. `view` begins at the page; what lies behind it serves the last slot.
     void SearchPage(format::CByteView view, std::uint64_t fileOffset, std::size_t pageBytes)
     {
         for (std::size_t at = 0; at < pageBytes; at += kSlotBytes) {

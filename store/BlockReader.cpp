@@ -19,16 +19,6 @@ std::uint16_t SignatureWord(std::span<const std::byte> block)
     return format::CByteView(block).ReadOrZero<std::uint16_t>(2);
 }
 
-/// RFC 1950: deflate with a window of up to 32 KB, and a check value over the two header bytes.
-bool BeginsZlibStream(std::span<const std::byte> bytes)
-{
-    if (bytes.size() < 2)
-        return false;
-    const auto first = std::to_integer<unsigned>(bytes[0]);
-    const auto second = std::to_integer<unsigned>(bytes[1]);
-    return (first & 0x0F) == 8 && (first >> 4) <= 7 && (first * 256 + second) % 31 == 0;
-}
-
 bool BeginsTreeBlock(std::span<const std::byte> bytes)
 {
     switch (format::CByteView(bytes).ReadOrZero<std::uint16_t>(0)) {
@@ -74,7 +64,8 @@ bool CBlockReader::DetectCryptMethod(const BlockRecord& block)
 {
     std::array<std::byte, 4> stored{};
     const std::size_t wanted = std::min<std::size_t>(stored.size(), block.cb);
-    if (m_source.Read(block.ib, std::span(stored).first(wanted)) == 0)
+    if (m_source.Read(block.ib, std::span(stored).first(wanted)) == 0 ||
+        !m_source.UnreadableIn(block.ib, wanted).empty())
         return false;
     using enum format::CryptMethod;
     for (const format::CryptMethod method : {None, Permute, Cyclic}) {
@@ -92,7 +83,10 @@ bool CBlockReader::DetectCryptMethod(const BlockRecord& block)
 bool CBlockReader::ReadRaw(const BlockRecord& block, Buffer& into)
 {
     into.resize(block.cb);
-    return m_source.Read(block.ib, into) != 0;
+    std::uint64_t readable = m_source.Read(block.ib, into);
+    for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, readable))
+        readable -= hole.length;
+    return readable != 0;
 }
 
 bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into)
@@ -100,6 +94,10 @@ bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into)
     if (!ReadRaw(block, into))
         return false;
     format::DecodeBlock(m_method, block.bid, into);
+    for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, block.cb)) {
+        const auto start = into.begin() + static_cast<std::ptrdiff_t>(hole.offset - block.ib);
+        std::fill_n(start, hole.length, std::byte{0});
+    }
     return true;
 }
 
@@ -107,8 +105,7 @@ bool CBlockReader::ReadContents(const BlockRecord& block, Buffer& into)
 {
     if (!ReadDecoded(block, into))
         return false;
-    // A block that was never packed begins no zlib stream and is its own contents.
-    if (!IsHeapSignature(SignatureWord(into)) && BeginsZlibStream(into))
+    if (!IsHeapSignature(SignatureWord(into)))
         Inflate(into);
     return true;
 }
@@ -117,7 +114,7 @@ bool CBlockReader::ReadTreeBlock(const BlockRecord& block, Buffer& into)
 {
     if (!ReadRaw(block, into))
         return false;
-    if (!BeginsTreeBlock(into) && BeginsZlibStream(into))
+    if (!BeginsTreeBlock(into))
         Inflate(into);
     return true;
 }
@@ -132,15 +129,14 @@ void CBlockReader::Inflate(Buffer& bytes) const
     stream.avail_in = static_cast<uInt>(std::min(bytes.size(), kLargestPacked));
     stream.next_out = reinterpret_cast<Bytef*>(output.data());
     stream.avail_out = static_cast<uInt>(output.size());
-    if (inflateInit(&stream) != Z_OK) {
-        bytes.clear();
+    if (inflateInit(&stream) != Z_OK)
         return;
-    }
     // The result code is of no interest: a damaged stream gives what came before the damage.
     inflate(&stream, Z_NO_FLUSH);
     const std::size_t produced = output.size() - stream.avail_out;
     inflateEnd(&stream);
-    bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));
+    if (produced != 0)
+        bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));
 }
 
 }  // namespace pastille::store

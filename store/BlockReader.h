@@ -43,17 +43,18 @@ public:
     /// Tries the three crypt methods on a block; on success the method is set and no longer pending.
     bool DetectCryptMethod(const BlockRecord& block);
 
-    /// A block's bytes as they stand in the file. False when nothing of it can be read.
+    /// A block's bytes as they stand in the file; what cannot be read is zero. False when nothing can be
+    /// read.
     bool ReadRaw(const BlockRecord& block, Buffer& into);
-    /// Bytes read and decoded, not inflated.
+    /// Bytes read and decoded, not inflated. What cannot be read stays zero.
     bool ReadDecoded(const BlockRecord& block, Buffer& into);
     /// A data block's contents: read, decoded, and inflated unless it begins a heap.
     bool ReadContents(const BlockRecord& block, Buffer& into);
     /// A tree block's contents (XBLOCK, SLBLOCK): never encoded; inflated in a 4 KB file when it is packed.
     bool ReadTreeBlock(const BlockRecord& block, Buffer& into);
 
-    /// In a 4 KB file replaces the bytes with what they inflate to (nothing when they are no zlib stream, and
-    /// never more than 200,000 bytes of at most 100,000); elsewhere changes nothing.
+    /// In a 4 KB file replaces the bytes with what they inflate to: never more than 200,000 bytes of at most
+    /// 100,000. Bytes that inflate to nothing were never packed and stay; so does everything in other files.
     void Inflate(Buffer& bytes) const;
 
     std::optional<BlockRecord> Find(std::uint32_t bid) const { return m_table.FindWithRetry(bid); }

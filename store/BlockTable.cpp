@@ -1,8 +1,6 @@
 #include "store/BlockTable.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <span>
 #include <utility>
 
@@ -62,14 +60,18 @@ const BlockRecord* Search(std::span<const BlockRecord> records, std::uint32_t bi
     return nullptr;
 }
 
-/// Sorts each chunk and leaves one record of every BID, ordered by BID.
-std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records)
+/// Sorts each chunk and leaves one record of every BID, ordered by BID; nothing when told not to proceed.
+std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records, const std::function<bool()>& proceed)
 {
+    // The chosen records of a chunk take the place of records looked at before.
+    std::size_t kept = 0;
     std::vector<BlockRecord> chosen;
-    chosen.reserve(records.size());
     for (std::size_t start = 0; start < records.size(); start += kChunkRecords) {
         const auto chunk = std::span(records).subspan(start, std::min(kChunkRecords, records.size() - start));
+        if (!proceed())
+            return {};
         SortChunk(chunk);
+        chosen.clear();
         for (std::size_t i = 0; i < chunk.size();) {
             std::size_t next = i + 1;
             while (next < chunk.size() && chunk[next].bid == chunk[i].bid)
@@ -77,16 +79,18 @@ std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records)
             chosen.push_back(next == i + 1 ? chunk[i] : *Search(chunk, chunk[i].bid));
             i = next;
         }
+        std::copy(chosen.begin(), chosen.end(), records.begin() + static_cast<std::ptrdiff_t>(kept));
+        kept += chosen.size();
     }
-    std::vector<BlockRecord>().swap(records);
+    records.resize(kept);
     // Stable: of several chunks that hold a BID the first one in the file decides.
-    std::stable_sort(chosen.begin(), chosen.end(),
+    std::stable_sort(records.begin(), records.end(),
                      [](const BlockRecord& left, const BlockRecord& right) { return left.bid < right.bid; });
     const auto sameBid = [](const BlockRecord& left, const BlockRecord& right) {
         return left.bid == right.bid;
     };
-    chosen.erase(std::unique(chosen.begin(), chosen.end(), sameBid), chosen.end());
-    return chosen;
+    records.erase(std::unique(records.begin(), records.end(), sameBid), records.end());
+    return records;
 }
 
 }  // namespace
@@ -123,13 +127,13 @@ void CBlockTable::Flush()
     m_pending.clear();
 }
 
-void CBlockTable::Finish()
+void CBlockTable::Finish(const std::function<bool()>& proceed)
 {
     Flush();
     std::vector<BlockRecord> records(static_cast<std::size_t>(m_count));
     const auto bytes = std::as_writable_bytes(std::span(records));
     records.resize(m_file->ReadAt(0, bytes) / sizeof(BlockRecord));
-    const std::vector<BlockRecord> chosen = ChooseRecords(std::move(records));
+    const std::vector<BlockRecord> chosen = ChooseRecords(std::move(records), proceed);
     m_file->WriteAt(0, AsBytes(chosen));
     m_file->SetSize(chosen.size() * sizeof(BlockRecord));
     m_mapping = m_file->Map();

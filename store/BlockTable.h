@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -34,7 +35,8 @@ public:
     void Append(const BlockRecord& record);
     /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of
     /// the index meets first: chunks of 4000 records in the order found, each sorted for itself.
-    void Finish();
+    /// `proceed` is asked before each chunk; when it returns false the table stays empty.
+    void Finish(const std::function<bool()>& proceed = [] { return true; });
     /// Closes and deletes the block-index file, trying twice unless it is gone already.
     void Remove();
 

@@ -1,7 +1,6 @@
 #include "store/DataTree.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "format/Bytes.h"
 #include "platform/Text.h"
@@ -15,7 +14,7 @@ constexpr std::uint16_t kXXBlock = 0x0201;
 constexpr std::uint16_t kSlBlock = 0x0002;
 constexpr std::uint16_t kSiBlock = 0x0102;
 
-constexpr std::size_t kMostSubnodes = 200'000;
+constexpr std::size_t kMostSubnodes = 700'000;
 constexpr std::size_t kMostDataBlocks = 1'100'000;
 
 using Buffer = CBlockReader::Buffer;
@@ -84,7 +83,8 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
         const std::size_t width = layout.keyWidth;
         const std::size_t count = view.ReadOrZero<std::uint16_t>(2);
         std::size_t at = SubnodeListStart(layout);
-        for (std::size_t i = 0; i < count && view.Holds(at, 2 * width); ++i, at += 2 * width) {
+        for (std::size_t i = 0; i < count && view.Holds(at, 2 * width) && entries.size() < kMostSubnodes;
+             ++i, at += 2 * width) {
             const Buffer leaf = ReadTree(reader, view.ReadOrZero<std::uint32_t>(at + width));
             if (HeaderWord(leaf) == kSlBlock)
                 AppendSubnodes(leaf, layout, entries);
@@ -101,6 +101,8 @@ std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidD
         bids = ListedBids(root, reader.Layout());
     } else if (HeaderWord(root) == kXXBlock) {
         for (const std::uint32_t child : ListedBids(root, reader.Layout())) {
+            if (bids.size() >= kMostDataBlocks)
+                break;
             const Buffer leaf = ReadTree(reader, child);
             if (HeaderWord(leaf) != kXBlock)
                 continue;
@@ -109,7 +111,13 @@ std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidD
             bids.insert(bids.end(), listed.begin(),
                         listed.begin() + static_cast<std::ptrdiff_t>(std::min(room, listed.size())));
         }
-    } else if (reader.Find(bidData)) {
+    } else if (HeaderWord(root) == kSlBlock) {
+        // The first subnode's data stands for the whole; it is a block, not one more tree.
+        std::vector<SubnodeEntry> entries;
+        AppendSubnodes(root, reader.Layout(), entries);
+        if (!entries.empty() && entries.front().bidData != 0)
+            bids.push_back(entries.front().bidData);
+    } else if (root.empty() && reader.Find(bidData)) {
         bids.push_back(bidData);
     }
     return bids;

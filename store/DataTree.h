@@ -23,7 +23,7 @@ struct SubnodeEntry {
 };
 
 /// The subnodes behind a bidSub, in file order; empty when the block is not there or is no subnode block.
-/// An index block (SIBLOCK) is followed one level down. At most 200,000 entries are taken.
+/// An index block (SIBLOCK) is followed one level down. At most 700,000 entries are taken.
 std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub);
 
 /// The BIDs of a node's data blocks behind `bidData`, in order: the block itself when it is no tree. Both

@@ -46,6 +46,8 @@ bool CHeapBlock::PassesBoundsTest(std::uint32_t hnid) const
 
 std::optional<format::CByteView> CHeapBlock::Allocation(std::uint32_t hid) const
 {
+    if (hid == 0)
+        return format::CByteView();  // an empty value. [MS-PST] 2.3.3.2
     const auto extent = FindExtent(hid);
     return extent ? m_block.Sub(extent->start, extent->end - extent->start) : std::nullopt;
 }
@@ -88,7 +90,7 @@ std::u16string ReadStringValue(CBlockReader& reader, const CHeapBlock& heap, std
                                const platform::CCodePage& codePage)
 {
     const format::CByteView block = heap.Block();
-    const std::uint64_t position = std::uint64_t{heap.PageMapOffset()} + 2 + (hnid >> 4);
+    const std::uint64_t position = heap.MapPosition(hnid);
     const auto start = block.Read<std::uint16_t>(position);
     const auto end = block.Read<std::uint16_t>(position + 2);
     if (!heap.IsOwn(hnid) || position + 2 >= block.Size() || !start || !end ||

@@ -40,10 +40,13 @@ public:
     /// True when `hid` is the identifier of an allocation of this, the first block: no node id, no later
     /// block.
     bool IsOwn(std::uint32_t hid) const;
+    /// Offset of the page-map entry of an identifier; it may lie outside the block.
+    std::uint64_t MapPosition(std::uint32_t hid) const;
     /// True when the page-map entry of `hnid`, read as a heap identifier, lies in the block with 4 bytes to
     /// spare: the test that property values must pass before they are used.
     bool PassesBoundsTest(std::uint32_t hnid) const;
-    /// The allocation of a heap identifier: start <= end <= size. Nothing when it lies outside the block.
+    /// The allocation of a heap identifier: start <= end <= size; empty for 0. Nothing when it lies outside
+    /// the block.
     std::optional<format::CByteView> Allocation(std::uint32_t hid) const;
     /// The allocation as a writer takes a value: only when its end exceeds 15, its start is not 0 and below
     /// its end, and its length plus 4 is not above the block's size.
@@ -58,7 +61,6 @@ private:
         std::uint32_t start;
         std::uint32_t end;
     };
-    std::uint64_t MapPosition(std::uint32_t hid) const;
     std::optional<Extent> FindExtent(std::uint32_t hid) const;
 
     format::CByteView m_block;

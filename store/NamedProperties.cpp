@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <ranges>
 
 #include "format/Bytes.h"
 #include "store/DataTree.h"
@@ -61,65 +62,105 @@ std::size_t AddRecords(format::CByteView stream, format::CNamedPropertyMap& map)
     return added;
 }
 
-/// The value of a binary property of the map node: in the heap's first block, or in a subnode.
-CBlockReader::Buffer ReadStream(CBlockReader& reader, const CHeapBlock& heap, std::uint32_t hnid,
-                                const std::vector<SubnodeEntry>& subnodes)
-{
-    CBlockReader::Buffer bytes;
-    if ((hnid & 0x1F) == 0) {
-        if (const auto allocation = heap.Allocation(hnid))
-            bytes.assign(allocation->Bytes().begin(), allocation->Bytes().end());
-        return bytes;
+/// Reads what lies under one map node. Streams and trees may repeat and share blocks at will, so everything
+/// is counted against one budget.
+class CMapReader {
+public:
+    CMapReader(CBlockReader& reader, std::uint32_t bidSub, format::CNamedPropertyMap& map)
+        : m_reader(reader), m_subnodes(LoadSubnodes(reader, bidSub)), m_map(map)
+    {
     }
-    const auto entry = std::find_if(subnodes.begin(), subnodes.end(),
-                                    [&](const SubnodeEntry& candidate) { return candidate.nid == hnid; });
-    if (entry == subnodes.end())
-        return bytes;
-    ReadDataTree(reader, entry->bidData, [&](std::span<const std::byte> piece) {
-        const std::size_t taken = std::min(piece.size(), kMostStreamBytes - bytes.size());
-        bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(taken));
-        return bytes.size() < kMostStreamBytes;
-    });
-    return bytes;
-}
 
-/// Everything that lies in the subnodes, read as records; what is no numeric name in range adds nothing.
-void AddFromSubnodes(CBlockReader& reader, const std::vector<SubnodeEntry>& subnodes,
-                     format::CNamedPropertyMap& map)
-{
-    for (const SubnodeEntry& entry : subnodes) {
-        ReadDataTree(reader, entry.bidData, [&](std::span<const std::byte> piece) {
-            AddRecords(format::CByteView(piece), map);
-            return true;
+    /// The records of the map's heap. False when it has none that can be read.
+    bool ReadHeap(const CHeapBlock& heap)
+    {
+        const auto records = heap.PropertyRecords(true);
+        if (!records)
+            return false;
+        if (m_map.IsEmpty())  // a stale copy of the map must not add its sets a second time
+            AddGroups(format::CByteView(StreamOf(heap, *records, kGuidStream)), m_map);
+        const Stream entries = StreamOf(heap, *records, kEntryStream);
+        AddRecords(format::CByteView(entries), m_map);
+        return !entries.empty() || ReadBuckets(heap, *records);
+    }
+
+    /// Everything that a tree holds, read as records; what is no numeric name in range adds nothing.
+    void ReadTree(std::uint32_t bidData)
+    {
+        ReadDataTree(m_reader, bidData, [&](std::span<const std::byte> piece) {
+            AddRecords(format::CByteView(piece), m_map);
+            return Spend(piece.size());
         });
     }
-}
 
-/// The map's records from its heap. False when the heap cannot be read.
-bool ReadFromHeap(CBlockReader& reader, const CHeapBlock& heap, const std::vector<SubnodeEntry>& subnodes,
-                  format::CNamedPropertyMap& map)
-{
-    const auto records = heap.PropertyRecords(true);
-    if (!records)
-        return false;
-    const auto streamOf = [&](std::uint16_t id) {
-        const auto record = std::find_if(
-            records->begin(), records->end(),
-            [&](const PropertyRecord& candidate) { return candidate.id == id && candidate.type == kBinary; });
-        return record == records->end() ? CBlockReader::Buffer()
-                                        : ReadStream(reader, heap, record->value, subnodes);
-    };
-    if (map.IsEmpty())  // a stale copy of the map must not add its sets a second time
-        AddGroups(format::CByteView(streamOf(kGuidStream)), map);
-    if (AddRecords(format::CByteView(streamOf(kEntryStream)), map) != 0)
-        return true;
-    // The entry stream is lost: the hash buckets hold the same records once more.
-    for (const PropertyRecord& record : *records) {
-        if (record.type == kBinary && record.id >= kFirstBucket)
-            AddRecords(format::CByteView(ReadStream(reader, heap, record.value, subnodes)), map);
+    void ReadSubnodes()
+    {
+        for (const SubnodeEntry& entry : m_subnodes) {
+            if (!Spend(0))
+                return;
+            ReadTree(entry.bidData);
+        }
     }
-    return true;
-}
+
+private:
+    using Stream = CBlockReader::Buffer;
+
+    /// The entry stream is lost: the hash buckets hold the same records once more.
+    bool ReadBuckets(const CHeapBlock& heap, const std::vector<PropertyRecord>& records)
+    {
+        bool found = false;
+        std::uint32_t lastRead = 0;
+        for (const PropertyRecord& record : records) {
+            if (record.type != kBinary || record.id < kFirstBucket || record.value == lastRead)
+                continue;
+            lastRead = record.value;
+            found = AddRecords(format::CByteView(ReadStream(heap, record.value)), m_map) != 0 || found;
+        }
+        return found;
+    }
+
+    Stream StreamOf(const CHeapBlock& heap, const std::vector<PropertyRecord>& records, std::uint16_t id)
+    {
+        const auto record = std::ranges::find_if(records, [&](const PropertyRecord& candidate) {
+            return candidate.id == id && candidate.type == kBinary;
+        });
+        return record == records.end() ? Stream() : ReadStream(heap, record->value);
+    }
+
+    /// The value of a binary property of the map node: in the heap's first block, or in a subnode.
+    Stream ReadStream(const CHeapBlock& heap, std::uint32_t hnid)
+    {
+        Stream bytes;
+        if (heap.IsOwn(hnid)) {
+            const auto allocation = heap.Allocation(hnid);
+            if (allocation && Spend(allocation->Size()))
+                bytes.assign(allocation->Bytes().begin(), allocation->Bytes().end());
+            return bytes;
+        }
+        const auto entry = std::ranges::find(m_subnodes, hnid, &SubnodeEntry::nid);
+        if (entry == m_subnodes.end() || !Spend(0))
+            return bytes;
+        ReadDataTree(m_reader, entry->bidData, [&](std::span<const std::byte> piece) {
+            const std::size_t taken = std::min(piece.size(), kMostStreamBytes - bytes.size());
+            bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(taken));
+            return Spend(piece.size()) && bytes.size() < kMostStreamBytes;
+        });
+        return bytes;
+    }
+
+    /// Takes bytes and the work of reaching them off the budget; false when it is used up.
+    bool Spend(std::size_t bytes)
+    {
+        constexpr std::size_t kBlockCost = 512;
+        m_budget -= std::min(m_budget, bytes + kBlockCost);
+        return m_budget != 0;
+    }
+
+    CBlockReader& m_reader;
+    std::vector<SubnodeEntry> m_subnodes;
+    format::CNamedPropertyMap& m_map;
+    std::size_t m_budget = 16 * kMostStreamBytes;
+};
 
 }  // namespace
 
@@ -137,7 +178,7 @@ bool AddNamedPropertyRecord(format::CNamedPropertyMap& map, format::CByteView re
 void ReadNamedProperties(CBlockReader& reader, std::uint32_t bidData, std::uint32_t bidSub,
                          format::CNamedPropertyMap& map)
 {
-    const std::vector<SubnodeEntry> subnodes = LoadSubnodes(reader, bidSub);
+    CMapReader mapReader(reader, bidSub, map);
     CBlockReader::Buffer bytes;
     const auto bids = LoadDataTree(reader, bidData);
     const auto block = bids.empty() ? std::optional<BlockRecord>() : reader.Find(bids.front());
@@ -146,10 +187,12 @@ void ReadNamedProperties(CBlockReader& reader, std::uint32_t bidData, std::uint3
         reader.DetectCryptMethod(*block);
     if (block && reader.ReadContents(*block, bytes)) {
         const CHeapBlock heap(format::CByteView(bytes), reader.Layout());
-        if (IsHeapSignature(heap.Signature()) && ReadFromHeap(reader, heap, subnodes, map))
+        if (reader.AcceptsSignature(heap.Signature()) && mapReader.ReadHeap(heap))
             return;
     }
-    AddFromSubnodes(reader, subnodes, map);
+    mapReader.ReadSubnodes();
+    if (!map.HasPairs())
+        mapReader.ReadTree(bidData);
 }
 
 }  // namespace pastille::store

@@ -84,7 +84,7 @@ void COutLook::Run(const platform::RunSettings& settings, platform::RunState& st
             CleanUp(run);
         return;
     } catch (const std::exception&) {
-        // Memory or the temporary index ran out: what was recovered so far is still completed and closed.
+        // Most likely memory ran out. What was recovered so far is still completed and closed.
         run.ShowError(kNoTemporaryFile);
         state.failed = true;
     }
@@ -173,14 +173,14 @@ void COutLook::CollectBlocks(RunContext& run)
                 return !run.state.MustStop();
             });
         m_figures.blocks = source.blocks.Count();
-        if (!complete || run.state.MustStop())
+        if (!complete)
             return;
         constexpr std::uint64_t kFewestBlocks = 2;
         if (source.blocks.Count() < kFewestBlocks) {
             run.ShowError(kNotValid);
             run.state.failed = true;
         } else {
-            source.blocks.Finish();
+            source.blocks.Finish([&] { return !run.state.MustStop(); });
         }
     } catch (const std::system_error&) {
         run.ShowError(kNoTemporaryFile);
@@ -198,8 +198,8 @@ void COutLook::CleanUp(RunContext& run)
     run.source.file.Close();
     m_figures.cryptMethod = run.source.reader.Method();
     m_figures.orphans = run.source.orphanCount;
-    m_recovery.CloseOutput(run);
     run.source.nodes.Clear();
+    m_recovery.CloseOutput(run);
     run.source.namedProperties.Clear();
     run.StopClock();
 }

@@ -82,8 +82,8 @@ public:
     COutLook& operator=(const COutLook&) = delete;
 
     /// One whole repair. Reports everything through the front end; afterwards `state` tells whether it failed
-    /// and where the result lies. `state.stopRequested` still tells whether it was stopped; the caller resets
-    /// it.
+    /// and where the result lies. Raises std::invalid_argument when the settings name an unknown code page.
+    /// `state.stopRequested` still tells whether it was stopped; the caller resets it.
     void Run(const platform::RunSettings& settings, platform::RunState& state);
 
     const RunFigures& Figures() const { return m_figures; }

@@ -1,6 +1,7 @@
 #include "store/SourceFile.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace pastille::store {
 namespace {
@@ -25,38 +26,78 @@ void CSourceFile::Close()
 
 std::size_t CSourceFile::Read(std::uint64_t offset, std::span<std::byte> into)
 {
+    std::fill(into.begin(), into.end(), std::byte{0});
+    // What another program appends while the run lasts is no part of it.
+    if (!m_source || offset >= m_size)
+        return 0;
+    const std::span<std::byte> wanted =
+        into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), m_size - offset)));
     std::size_t done = 0;
-    while (m_source && done < into.size()) {
-        done += m_source->ReadAt(offset + done, into.subspan(done));
-        if (done == into.size())
-            break;
-        const std::uint64_t failedAt = offset + done;
-        const std::uint64_t end = std::min(m_size, m_source->CurrentSize());
-        if (failedAt >= end)
-            break;
-        const std::uint64_t sectorEnd = (failedAt / kSectorBytes + 1) * kSectorBytes;
-        const std::uint64_t skipped =
-            std::min({sectorEnd - failedAt, end - failedAt, static_cast<std::uint64_t>(into.size() - done)});
-        NoteUnreadable(failedAt, skipped);
-        std::fill_n(into.begin() + static_cast<std::ptrdiff_t>(done), skipped, std::byte{0});
-        done += static_cast<std::size_t>(skipped);
+    while (done < wanted.size()) {
+        const std::uint64_t at = offset + done;
+        std::uint64_t skipTo = KnownUnreadableEnd(at);
+        if (skipTo == at) {
+            const auto next = m_unreadable.lower_bound(at);
+            const std::uint64_t readable = next == m_unreadable.end() ? m_size : next->first;
+            const auto piece =
+                static_cast<std::size_t>(std::min<std::uint64_t>(wanted.size() - done, readable - at));
+            const std::size_t got = m_source->ReadAt(at, wanted.subspan(done, piece));
+            done += got;
+            if (got == piece)
+                continue;
+            if (offset + done >= m_source->CurrentSize())
+                return done;
+            skipTo = ((offset + done) / kSectorBytes + 1) * kSectorBytes;
+            NoteUnreadable(offset + done, skipTo - (offset + done));
+        }
+        done = static_cast<std::size_t>(std::min<std::uint64_t>(wanted.size(), skipTo - offset));
     }
-    std::fill(into.begin() + static_cast<std::ptrdiff_t>(done), into.end(), std::byte{0});
     return done;
+}
+
+std::uint64_t CSourceFile::KnownUnreadableEnd(std::uint64_t offset) const
+{
+    const auto next = m_unreadable.upper_bound(offset);
+    if (next == m_unreadable.begin())
+        return offset;
+    return std::max(offset, std::prev(next)->second);
 }
 
 void CSourceFile::NoteUnreadable(std::uint64_t offset, std::uint64_t length)
 {
-    constexpr std::size_t kMostRanges = 100'000;
-    if (!m_unreadable.empty()) {
-        Range& last = m_unreadable.back();
-        if (offset >= last.offset && offset <= last.offset + last.length) {
-            last.length = std::max(last.length, offset + length - last.offset);
-            return;
-        }
+    std::uint64_t start = offset;
+    std::uint64_t end = offset + length;
+    auto next = m_unreadable.lower_bound(start);
+    if (next != m_unreadable.begin() && std::prev(next)->second >= start) {
+        --next;
+        start = next->first;
     }
-    if (m_unreadable.size() < kMostRanges)
-        m_unreadable.push_back({offset, length});
+    while (next != m_unreadable.end() && next->first <= end) {
+        end = std::max(end, next->second);
+        next = m_unreadable.erase(next);
+    }
+    m_unreadable.emplace(start, end);
+}
+
+std::vector<CSourceFile::Range> CSourceFile::UnreadableRanges() const
+{
+    return UnreadableIn(0, m_size);
+}
+
+std::vector<CSourceFile::Range> CSourceFile::UnreadableIn(std::uint64_t offset, std::uint64_t length) const
+{
+    std::vector<Range> ranges;
+    const std::uint64_t end = offset + length;
+    auto next = m_unreadable.upper_bound(offset);
+    if (next != m_unreadable.begin())
+        --next;
+    for (; next != m_unreadable.end() && next->first < end; ++next) {
+        const std::uint64_t from = std::max(offset, next->first);
+        const std::uint64_t to = std::min(end, next->second);
+        if (from < to)
+            ranges.push_back({from, to - from});
+    }
+    return ranges;
 }
 
 }  // namespace pastille::store

@@ -41,7 +41,7 @@ std::optional<Variant> BySignature(format::CByteView view, std::size_t slot, std
     const auto bid = view.ReadOrZero<std::uint32_t>(slot + layout.pageBidOffset);
     if (signature == 0 || signature != format::ComputeSignature(fileOffset, bid))
         return std::nullopt;
-    return isAnsi ? Variant::Ansi : isUnicode ? Variant::Unicode : Variant::Unicode4k;
+    return isAnsi ? Variant::Ansi : Variant::Unicode;
 }
 
 /// True when the slot is the last one of a 4 KB page: its maximum count and type word stand there.
@@ -88,6 +88,8 @@ std::optional<Variant> ProbeVariant(CSourceFile& source, const std::function<boo
 {
     CScanWindow window(source);
     std::uint64_t offset = kProbeStart;
+    if (!proceed(0))
+        return std::nullopt;
     do {
         const format::CByteView view = window.At(offset, kProbeBytes);
         if (const auto variant = ProbeBuffer(view, offset))

@@ -79,6 +79,18 @@ TEST(NodeScan, OrderIsBySubnodeBidAndThenAsFound)
     EXPECT_EQ(ScanPages(Variant::Ansi, {{{a, b}, {}}, {{c, d}, {}}}), expected) << "over several pages too";
 }
 
+TEST(NodeScan, ManyNodesWithoutSubnodesStayInTheOrderFound)
+{
+    std::vector<std::pair<std::vector<NbtEntry>, PageOptions>> pages(20);
+    std::vector<Fields> expected;
+    for (std::uint32_t i = 0; i < 300; ++i) {
+        const std::uint32_t nid = 0x204 + 32 * (i * 77 % 300);
+        pages[i / 15].first.push_back({nid, 4, 0, 0x122});
+        expected.push_back({nid, 4, 0, 0x122});
+    }
+    EXPECT_EQ(ScanPages(Variant::Unicode, pages), expected);
+}
+
 TEST(NodeScan, OnlyRepeatsNextToEachOtherAreDropped)
 {
     const NbtEntry x{0x204, 40, 8, 0x122}, y{0x224, 44, 8, 0x122}, z{0x264, 52, 0, 0x122};

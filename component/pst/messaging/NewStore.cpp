@@ -19,6 +19,8 @@ namespace nids = format::nids;
 constexpr format::Nid kChangeTemplate{0x6B6};
 constexpr format::Nid kReplicationTemplate{0x6D7};
 constexpr format::Nid kReplicationTimeTemplate{0x6F8};
+/// Not in the public document: an empty queue whose lack some programs report.
+constexpr format::Nid kGathererQueue{0xEC1};
 
 /// PidTagValidFolderMask: IPM subtree 0x01, wastebasket 0x08 and finder 0x80 are there.
 constexpr std::uint32_t kValidFolders = 0x89;
@@ -82,6 +84,7 @@ void PutSearchNodes(CNdbWriter& writer)
 {
     writer.PutNode(nids::kSearchManagementQueue, {}, {});
     writer.PutNode(nids::kSearchDomainObject, {}, {});
+    writer.PutNode(kGathererQueue, {}, {});
     std::array<std::byte, 4> activeSearches{};
     format::StoreLE(std::span<std::byte>(activeSearches), 0, nids::kSpamSearchFolder.value);
     writer.PutNode(nids::kSearchActivityList, writer.AddDataBlock(activeSearches), {});
@@ -120,7 +123,8 @@ void AddCommonNames(CNameMap& names)
         std::initializer_list<std::uint32_t> lids;
     };
     const NumericNames sets[] = {
-        {format::propset::kAppointment, {0x8205, 0x820D, 0x820E, 0x8216, 0x8223, 0x8231, 0x8233, 0x8235, 0x8236}},
+        {format::propset::kAppointment,
+         {0x8205, 0x820D, 0x820E, 0x8216, 0x8223, 0x8231, 0x8233, 0x8235, 0x8236}},
         {format::propset::kTask, {0x8101, 0x8104, 0x8105, 0x811C}},
         {format::propset::kCommon, {0x8502, 0x8503, 0x8510, 0x8514, 0x8552, 0x8578, 0x8580, 0x8581}},
     };

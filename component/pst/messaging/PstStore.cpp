@@ -264,16 +264,18 @@ Nid CPstStore::SaveMessage(Folder& folder, std::optional<Nid> message, MessageDr
     const auto written = WriteMessage(writer, draft);
     const Nid nid = message ? *message : writer.AllocateNid(NidType::NormalMessage);
     CTableWriter& table = ContentsTable(folder);
-    if (message) {
+    // The folder counts the message only when its row and node are there.
+    if (message)
         table.UpdateRow(nid.value, draft.properties);
-        folder.unreadCount -= wasUnread ? 1 : 0;
-    } else {
-        folder.items.push_back(nid.value);
+    else
         table.AddRow(nid.value, draft.properties);
-    }
+    writer.PutNode(nid, written.content.data, written.content.sub, folder.nid);
+    if (message)
+        folder.unreadCount -= wasUnread ? 1 : 0;
+    else
+        folder.items.push_back(nid.value);
     const auto* flags = draft.properties.Find(format::pid::kMessageFlags);
     folder.unreadCount += IsUnread(flags ? std::optional(*flags) : std::nullopt) ? 1 : 0;
-    writer.PutNode(nid, written.content.data, written.content.sub, folder.nid);
     folder.contentsChanged = true;
     FolderChanged(folder);
     return nid;
