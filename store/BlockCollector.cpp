@@ -1,12 +1,14 @@
 #include "store/BlockCollector.h"
 
 #include <bit>
+#include <utility>
 #include <vector>
 
 #include "format/Bytes.h"
 #include "format/Checksum.h"
 #include "store/NodeCollector.h"
 #include "store/ScanWindow.h"
+#include "store/StrayBlocks.h"
 
 namespace pastille::store {
 namespace {
@@ -57,9 +59,12 @@ void AddEntries(format::CByteView page, const format::VariantLayout& layout, std
 /// where a block's data ends is told by the last byte before its trailer that is not zero.
 class CStrayTrailerSearch {
 public:
-    CStrayTrailerSearch(CSourceFile& source, const format::VariantLayout& layout, CBlockTable& blocks)
+    /// Called with a block found and the dwCRC of its trailer.
+    using Found = std::function<void(const BlockRecord&, std::uint32_t)>;
+
+    CStrayTrailerSearch(CSourceFile& source, const format::VariantLayout& layout, Found found)
         : m_layout(layout),
-          m_blocks(blocks),
+          m_found(std::move(found)),
           m_fileSize(source.Size()),
           m_firstBlock(FirstBlockOffset(layout.variant)),
           m_trailerOffset(kSlotBytes * ((layout.blockTrailerSize + kSlotBytes - 1) / kSlotBytes) -
@@ -115,19 +120,13 @@ private:
         if (bid == 0)
             return;
         const auto signature = view.ReadOrZero<std::uint16_t>(trailer + 2);
-        // Bytes of the slot before the trailer itself may still be data.
-        std::uint64_t dataEnd = m_dataEnd;
-        const std::uint64_t slotOffset = fileOffset + at;
-        if (m_layout.variant == format::Variant::Unicode4k) {
-            if (const auto before = view.ReadOrZero<std::uint64_t>(at); before != 0)
-                dataEnd = slotOffset + 8 - static_cast<unsigned>(std::countl_zero(before)) / 8;
-        }
-        if (dataEnd != 0)
-            TryCandidates(slotOffset, dataEnd - 1, cb, signature, bid);
+        const auto crc = view.ReadOrZero<std::uint32_t>(trailer + m_layout.blockCrcOffset);
+        if (m_dataEnd != 0)
+            TryCandidates(fileOffset + at, m_dataEnd - 1, cb, signature, bid, crc);
     }
 
     void TryCandidates(std::uint64_t slotOffset, std::uint64_t lastByte, std::uint32_t cb,
-                       std::uint16_t signature, std::uint32_t bid)
+                       std::uint16_t signature, std::uint32_t bid, std::uint32_t crc)
     {
         const std::uint64_t read = slotOffset > lastByte ? slotOffset - lastByte : 1;
         const std::uint64_t candidates = (read + 1) / kSlotBytes + 2;
@@ -135,12 +134,12 @@ private:
             lastByte < cb ? 0 : (lastByte - cb + kSlotBytes - 1) / kSlotBytes * kSlotBytes;
         for (std::uint64_t i = 0; i < candidates && candidate < m_fileSize; ++i, candidate += kSlotBytes) {
             if (candidate >= m_firstBlock && signature == format::ComputeSignature(candidate, bid))
-                m_blocks.Append({bid, cb, candidate});
+                m_found({bid, cb, candidate}, crc);
         }
     }
 
     const format::VariantLayout& m_layout;
-    CBlockTable& m_blocks;
+    Found m_found;
     std::uint64_t m_fileSize;
     std::uint64_t m_firstBlock;
     std::size_t m_trailerOffset;  ///< of a trailer in the slot that it begins in: it ends on a slot border
@@ -153,11 +152,18 @@ bool ScanBlockPages(CSourceFile& source, const format::VariantLayout& layout, CB
                     const std::function<bool(std::uint64_t)>& proceed)
 {
     CScanWindow window(source);
-    CStrayTrailerSearch search(source, layout, blocks);
-    for (std::uint64_t offset = ScanStart(layout.variant);;) {
+    CStrayBlocks strays;
+    CStrayTrailerSearch search(source, layout, [&](const BlockRecord& block, std::uint32_t crc) {
+        if (layout.wide)
+            strays.Add(block, crc);
+        else
+            blocks.Append(block);
+    });
+    std::uint64_t offset = ScanStart(layout.variant);
+    for (;;) {
         const format::CByteView stretch = window.At(offset, kStretchBytes);
         if (window.Transferred() == 0)
-            return true;
+            break;
         for (std::size_t at = 0; at < kStretchBytes; at += layout.pageSize) {
             const format::CByteView page = *stretch.Sub(at, layout.pageSize);
             if (IsLeafCandidate(page, layout, offset + at)) {
@@ -171,6 +177,8 @@ bool ScanBlockPages(CSourceFile& source, const format::VariantLayout& layout, CB
         if (!proceed(offset))
             return false;
     }
+    strays.Settle(source, blocks, [&] { return proceed(offset); });
+    return true;
 }
 
 }  // namespace pastille::store

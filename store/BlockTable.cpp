@@ -60,8 +60,11 @@ const BlockRecord* Search(std::span<const BlockRecord> records, std::uint32_t bi
     return nullptr;
 }
 
-/// Sorts each chunk and leaves one record of every BID, ordered by BID; nothing when told not to proceed.
-std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records, const std::function<bool()>& proceed)
+/// Sorts each chunk and leaves one record of every BID, ordered by BID, preferred ones first; nothing when
+/// told not to proceed.
+std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records,
+                                       std::span<const BlockRecord> preferred,
+                                       const std::function<bool()>& proceed)
 {
     // The chosen records of a chunk take the place of records looked at before.
     std::size_t kept = 0;
@@ -83,6 +86,7 @@ std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records, const s
         kept += chosen.size();
     }
     records.resize(kept);
+    records.insert(records.begin(), preferred.begin(), preferred.end());
     // Stable: of several chunks that hold a BID the first one in the file decides.
     std::stable_sort(records.begin(), records.end(),
                      [](const BlockRecord& left, const BlockRecord& right) { return left.bid < right.bid; });
@@ -127,13 +131,22 @@ void CBlockTable::Flush()
     m_pending.clear();
 }
 
-void CBlockTable::Finish(const std::function<bool()>& proceed)
+void CBlockTable::Prefer(const BlockRecord& record)
+{
+    m_preferred.push_back(record);
+}
+
+std::vector<BlockRecord> CBlockTable::Appended()
 {
     Flush();
     std::vector<BlockRecord> records(static_cast<std::size_t>(m_count));
-    const auto bytes = std::as_writable_bytes(std::span(records));
-    records.resize(m_file->ReadAt(0, bytes) / sizeof(BlockRecord));
-    const std::vector<BlockRecord> chosen = ChooseRecords(std::move(records), proceed);
+    records.resize(m_file->ReadAt(0, std::as_writable_bytes(std::span(records))) / sizeof(BlockRecord));
+    return records;
+}
+
+void CBlockTable::Finish(const std::function<bool()>& proceed)
+{
+    const std::vector<BlockRecord> chosen = ChooseRecords(Appended(), m_preferred, proceed);
     m_file->WriteAt(0, AsBytes(chosen));
     m_file->SetSize(chosen.size() * sizeof(BlockRecord));
     m_mapping = m_file->Map();
@@ -149,6 +162,7 @@ void CBlockTable::Remove()
     m_file.reset();
     std::vector<BlockRecord>().swap(m_inMemory);
     std::vector<BlockRecord>().swap(m_pending);
+    std::vector<BlockRecord>().swap(m_preferred);
     if (m_fileSystem == nullptr)
         return;
     const std::error_code error = m_fileSystem->Remove(m_path);

@@ -33,6 +33,10 @@ public:
     void Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
     /// Adds a record as found; repeats are wanted. Raises std::system_error when the index cannot grow.
     void Append(const BlockRecord& record);
+    /// Adds a record that wins over every appended one with its BID.
+    void Prefer(const BlockRecord& record);
+    /// The records appended so far, in that order.
+    std::vector<BlockRecord> Appended();
     /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of
     /// the index meets first: chunks of 4000 records in the order found, each sorted for itself.
     /// `proceed` is asked before each chunk; when it returns false the table stays empty.
@@ -40,8 +44,8 @@ public:
     /// Closes and deletes the block-index file, trying twice unless it is gone already.
     void Remove();
 
-    /// Records appended, repeats included.
-    std::uint64_t Count() const { return m_count; }
+    /// Records added, repeats included.
+    std::uint64_t Count() const { return m_count + m_preferred.size(); }
     /// The record of a BID (low 32 bits); nothing for 0.
     std::optional<BlockRecord> Find(std::uint32_t bid) const;
     /// The same, and when that fails the record of `bid` - 1.
@@ -55,6 +59,7 @@ private:
     std::unique_ptr<platform::IFile> m_file;
     std::unique_ptr<platform::IMapping> m_mapping;
     std::vector<BlockRecord> m_pending;
+    std::vector<BlockRecord> m_preferred;
     std::vector<BlockRecord> m_inMemory;  ///< when the host cannot map the file
     std::uint64_t m_count = 0;
 };

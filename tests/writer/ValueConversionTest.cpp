@@ -109,5 +109,12 @@ TEST(NamedProperties, AreKnownByTheirLongIds)
     EXPECT_EQ(TranslateId(names, 0x9000), 0x9000u) << "beyond the named ids";
 }
 
+TEST(SubjectText, LeavesThePrefixMarkOut)
+{
+    EXPECT_EQ(SubjectText(u"\u0001\u0010Undeliverable: x"), u"Undeliverable: x");
+    EXPECT_EQ(SubjectText(u"\u0001"), u"");
+    EXPECT_EQ(SubjectText(u"plain"), u"plain");
+}
+
 }  // namespace
 }  // namespace pastille::tests
