@@ -4,6 +4,7 @@
 #include <limits>
 #include <span>
 
+#include "component/pst/ltp/StringEncoding.h"
 #include "component/pst/messaging/RtfStream.h"
 #include "component/pst/messaging/StoredText.h"
 #include "format/PropertyContext.h"

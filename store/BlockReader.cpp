@@ -82,7 +82,8 @@ bool CBlockReader::DetectCryptMethod(const BlockRecord& block)
 
 bool CBlockReader::ReadRaw(const BlockRecord& block, Buffer& into)
 {
-    into.resize(block.cb);
+    // A longer block than the variant knows is a damaged size: what lies beyond belongs to other blocks.
+    into.resize(std::min<std::size_t>(block.cb, m_layout->largestBlock));
     std::uint64_t readable = m_source.Read(block.ib, into);
     for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, readable))
         readable -= hole.length;
@@ -94,7 +95,7 @@ bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into)
     if (!ReadRaw(block, into))
         return false;
     format::DecodeBlock(m_method, block.bid, into);
-    for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, block.cb)) {
+    for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, into.size())) {
         const auto start = into.begin() + static_cast<std::ptrdiff_t>(hole.offset - block.ib);
         std::fill_n(start, hole.length, std::byte{0});
     }

@@ -83,6 +83,7 @@ TEST_F(ComponentFolders, NamesAreFoundAsTheyWereGiven)
         EXPECT_EQ(FindFolder(root, names[6])->GetName(), u"control");
         EXPECT_EQ(FindFolder(root, names[7])->GetName().size(), 255u);
         EXPECT_EQ(FindFolder(root, names[8])->GetName(), std::u16string(254, u's'));
+        EXPECT_EQ(FindFolder(root, names[9])->GetName(), u"\uFFFDlone") << "half a character is none";
         EXPECT_FALSE(FindFolder(root, u"PLAIN"));
         Reopen();
     }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "component/pst/ltp/StringEncoding.h"
 #include "format/NameId.h"
 #include "format/PropertyContext.h"
 
@@ -27,27 +28,6 @@ std::optional<T> LoadNumber(const PropertyValue& value)
     if (value.tree || value.bytes.size() != sizeof(T))
         return std::nullopt;
     return format::LoadLE<T>(value.bytes, 0);
-}
-
-std::vector<std::byte> EncodeText(std::u16string_view text)
-{
-    std::vector<std::byte> bytes;
-    bytes.reserve(2 * text.size());
-    for (const char16_t unit : text) {
-        if (unit == 0)
-            continue;
-        bytes.push_back(static_cast<std::byte>(unit & 0xFF));
-        bytes.push_back(static_cast<std::byte>(unit >> 8));
-    }
-    return bytes;
-}
-
-std::u16string DecodeText(format::CByteView bytes)
-{
-    std::u16string text(bytes.Size() / 2, u'\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char16_t>(bytes.ReadOrZero<std::uint16_t>(2 * i));
-    return text;
 }
 
 }  // namespace
@@ -78,7 +58,7 @@ PropertyValue TimeValue(std::uint16_t id, std::uint64_t fileTime)
 }
 PropertyValue StringValue(std::uint16_t id, std::u16string_view text)
 {
-    return {{id, PropertyType::String}, EncodeText(text), {}};
+    return {{id, PropertyType::String}, EncodeString(text), {}};
 }
 PropertyValue BinaryValue(std::uint16_t id, std::span<const std::byte> bytes)
 {
@@ -96,7 +76,7 @@ PropertyValue MultipleStringValue(std::uint16_t id, const std::vector<std::u16st
 {
     std::vector<std::vector<std::byte>> elements;
     for (const std::u16string& text : texts)
-        elements.push_back(EncodeText(text));
+        elements.push_back(EncodeString(text));
     return {{id, PropertyType::MultipleString}, format::JoinMultiple(elements), {}};
 }
 
@@ -162,7 +142,7 @@ std::optional<std::u16string> AsString(const PropertyValue& value)
 {
     if (value.tag.type != PropertyType::String || value.tree)
         return std::nullopt;
-    return DecodeText(format::CByteView(value.bytes));
+    return DecodeString(value.bytes);
 }
 
 std::optional<std::vector<std::u16string>> AsMultipleString(const PropertyValue& value)
@@ -174,7 +154,7 @@ std::optional<std::vector<std::u16string>> AsMultipleString(const PropertyValue&
         return std::nullopt;
     std::vector<std::u16string> texts;
     for (const format::CByteView element : *elements)
-        texts.push_back(DecodeText(element));
+        texts.push_back(DecodeString(element.Bytes()));
     return texts;
 }
 

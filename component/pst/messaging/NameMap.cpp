@@ -4,6 +4,7 @@
 #include <span>
 #include <utility>
 
+#include "component/pst/ltp/StringEncoding.h"
 #include "component/pst/messaging/StoredText.h"
 #include "format/Bytes.h"
 #include "format/NameId.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "format/Bytes.h"
+#include "component/pst/ltp/StringEncoding.h"
 #include "format/PropertyContext.h"
 
 namespace pastille::component::pst {
@@ -17,27 +17,6 @@ bool IsHighSurrogate(char16_t unit)
 }
 
 }  // namespace
-
-std::vector<std::byte> EncodeString(std::u16string_view text)
-{
-    std::vector<std::byte> bytes;
-    bytes.reserve(text.size() * 2);
-    for (const char16_t unit : text) {
-        if (unit == 0)
-            continue;
-        bytes.push_back(static_cast<std::byte>(unit & 0xFF));
-        bytes.push_back(static_cast<std::byte>(unit >> 8));
-    }
-    return bytes;
-}
-
-std::u16string DecodeString(std::span<const std::byte> bytes)
-{
-    std::u16string text(bytes.size() / 2, u'\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, 2 * i));
-    return text;
-}
 
 std::vector<std::byte> EncodeStringList(std::u16string_view text)
 {
@@ -97,7 +76,7 @@ std::u16string_view CutText(std::u16string_view text, std::size_t units)
 std::u16string StoredFolderName(std::u16string_view name)
 {
     std::u16string stored;
-    for (const char16_t unit : name) {
+    for (const char16_t unit : StorableText(name)) {
         if (stored.size() > kLongestFolderName)
             break;
         if (!IsControl(unit))

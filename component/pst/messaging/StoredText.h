@@ -8,12 +8,6 @@
 
 namespace pastille::component::pst {
 
-/// A string value as the file keeps it: UTF-16, little-endian, no terminator; NULs are left out, because
-/// readers take them for the end. [MS-PST] 2.3.3.3
-std::vector<std::byte> EncodeString(std::u16string_view text);
-/// The inverse; an odd last byte is dropped.
-std::u16string DecodeString(std::span<const std::byte> bytes);
-
 /// A value of several strings: count, offsets, strings; made of a text split at ";". [MS-PST] 2.3.3.4.2
 std::vector<std::byte> EncodeStringList(std::u16string_view text);
 /// The strings joined with ";". Empty when the offsets leave the value or fall.

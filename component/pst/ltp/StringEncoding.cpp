@@ -1,0 +1,58 @@
+#include "component/pst/ltp/StringEncoding.h"
+
+#include <cstdint>
+
+#include "format/Bytes.h"
+
+namespace pastille::component::pst {
+namespace {
+
+constexpr char16_t kReplacement = 0xFFFD;
+
+constexpr bool IsHighSurrogate(char16_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool IsLowSurrogate(char16_t unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+}  // namespace
+
+std::u16string StorableText(std::u16string_view text)
+{
+    std::u16string storable;
+    storable.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == 0)
+            continue;
+        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+            storable.push_back(text[i]);
+            storable.push_back(text[++i]);
+        } else {
+            const bool isLone = IsHighSurrogate(text[i]) || IsLowSurrogate(text[i]);
+            storable.push_back(isLone ? kReplacement : text[i]);
+        }
+    }
+    return storable;
+}
+
+std::vector<std::byte> EncodeString(std::u16string_view text)
+{
+    const std::u16string storable = StorableText(text);
+    std::vector<std::byte> bytes(2 * storable.size());
+    for (std::size_t i = 0; i < storable.size(); ++i)
+        format::StoreLE<std::uint16_t>(bytes, 2 * i, storable[i]);
+    return bytes;
+}
+
+std::u16string DecodeString(std::span<const std::byte> bytes)
+{
+    std::u16string text(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < text.size(); ++i)
+        text[i] = static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, 2 * i));
+    return text;
+}
+
+}  // namespace pastille::component::pst
