@@ -7,6 +7,7 @@
 #include "component/ItemValues.h"
 #include "component/pst/messaging/MessagingIds.h"
 #include "component/pst/messaging/StoreError.h"
+#include "format/PropertyContext.h"
 #include "format/PropertyIds.h"
 #include "platform/Host.h"
 #include "writer/OleDate.h"
@@ -73,6 +74,18 @@ CItemCore::CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder,
       m_folder(folder),
       m_draft(pst::MessageDraft{NewItemProperties(messageClass), {}})
 {
+    if (messageClass == u"IPM.DistList" || messageClass == u"IPF.DistList")
+        GiveNoMembers();
+}
+
+void CItemCore::GiveNoMembers()
+{
+    constexpr std::uint32_t kMembers = 0x8055;        // PidLidDistributionListMembers
+    constexpr std::uint32_t kOneOffMembers = 0x8054;  // PidLidDistributionListOneOffMembers
+    for (const std::uint32_t lid : {kMembers, kOneOffMembers}) {
+        const std::uint16_t id = m_store->IdOfName({format::propset::kAddress, lid, {}});
+        m_draft->properties.Set({{id, format::PropertyType::MultipleBinary}, format::JoinMultiple({}), {}});
+    }
 }
 
 CItemCore::CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, format::Nid message)

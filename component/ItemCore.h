@@ -51,6 +51,8 @@ private:
     std::uint32_t Flags();
     void SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb);
     pst::MessageDraft& Draft();
+    /// Gives a distribution list its two member lists, empty: a list that lacks them is refused by readers.
+    void GiveNoMembers();
 
     std::shared_ptr<pst::CPstStore> m_store;
     pst::Folder& m_folder;

@@ -65,6 +65,8 @@ protected:
         outer->Save();
         for (int i = 0; i < 500; ++i)
             AddItem(inbox, u"IPM.Note", u"one of many")->Save();
+        // "nable to" below: a list without members must not be one that cannot be read.
+        AddItem(inbox, u"IPM.DistList", u"friends")->Save();
         const auto contact = AddItem(AddFolder(root, u"Contacts", std::int32_t{10}), u"IPM.Contact", u"Jane");
         contact->SetText(p::Text("DisplayName", format::pid::kDisplayName), u"Jane Doe");
         contact->SetText(p::NamedText("Email1", format::propset::kAddress, 0x8083), u"jane@example.com");
@@ -94,7 +96,8 @@ TEST_F(ComponentOtherReaders, ReadpstFindsEveryItem)
     const auto out = folder / "readpst";
     std::filesystem::create_directory(out);
     // One job: several at once write over each other's files.
-    EXPECT_EQ(Run("readpst -j 0 -D -S -e -q -o '" + out.string() + "' '" + StorePath().string() + "'"), "exit 0");
+    EXPECT_EQ(Run("readpst -j 0 -D -S -e -q -o '" + out.string() + "' '" + StorePath().string() + "'"),
+              "exit 0");
     const auto mails = ReadAll(out, ".eml");
     EXPECT_EQ(Count(mails, "Subject: one of many"), 500u);
     EXPECT_EQ(Count(mails, "the plain body"), 1u);
