@@ -53,8 +53,12 @@ void CStrayBlocks::Settle(CSourceFile& source, CBlockTable& blocks, const std::f
 {
     std::vector<BlockRecord> named = blocks.Appended();
     std::ranges::sort(named, {}, ByBid);
+    // A block that the tables name in one place needs no proof; of several places the trailer tells the true
+    // one.
     std::erase_if(m_strays, [&](const Stray& stray) {
-        return std::ranges::binary_search(named, ByBid(stray.record), {}, ByBid);
+        const auto places = std::ranges::equal_range(named, stray.record.bid, {}, &BlockRecord::bid);
+        return !places.empty() && ByBid(places.front()) == ByBid(stray.record) &&
+               ByBid(places.back()) == ByBid(stray.record);
     });
 
     COccupiedSpace occupied;

@@ -18,8 +18,8 @@ public:
     void Add(const BlockRecord& record, std::uint32_t crc) { m_strays.push_back({record, crc}); }
 
     /// Puts into `blocks`, to which everything that tables name was appended before: the blocks whose bytes
-    /// have their trailer's CRC, ahead of what a table says of the same BID; and of the others those that no
-    /// table names and that overlap no block named or sound. `proceed` ends it when it returns false.
+    /// have their trailer's CRC, ahead of whatever else tables say of the same BID; and of the others those
+    /// that no table names and that overlap no block named or sound. `proceed` ends it when it returns false.
     void Settle(CSourceFile& source, CBlockTable& blocks, const std::function<bool()>& proceed);
 
 private:

@@ -74,6 +74,20 @@ TEST_F(StrayBlocks, ASoundBlockCorrectsATableAndADamagedOneDoesNot)
     EXPECT_EQ(PlaceOf(8), 0x6000u);
 }
 
+TEST_F(StrayBlocks, OfSeveralPlacesInTheTablesTheTrailerTellsTheTrueOne)
+{
+    for (const std::uint64_t place : {0x5000u, 0x6000u, 0x7000u}) {
+        m_blocks.Append({4, 100, place});
+        m_blocks.Append({8, 100, place + 0x400});
+    }
+    AddSound({4, 100, 0x5000});
+    AddSound({8, 100, 0x7400});
+    AddDamaged({8, 100, 0x5400});
+    Settle();
+    EXPECT_EQ(PlaceOf(4), 0x5000u);
+    EXPECT_EQ(PlaceOf(8), 0x7400u);
+}
+
 TEST_F(StrayBlocks, BlocksThatTouchDoNotOverlap)
 {
     AddSound({4, 0x100, 0x5000});
