@@ -66,7 +66,7 @@ public:
 };
 
 /// The properties of all items; mails have no other interface. A property that the item lacks reads back as
-/// "", 0.0 (no date), 0. REQUIRES of each pair: the property is of that kind.
+/// "", kNoDate, 0. REQUIRES of each pair: the property is of that kind.
 class IMessageItem : public IStoreItem {
 public:
     static constexpr format::Guid kInterfaceId{
