@@ -25,6 +25,14 @@ public:
     virtual std::uint64_t CurrentSize() const noexcept { return Size(); }
 };
 
+/// Bytes that are handed over piece by piece, once.
+class IByteStream {
+public:
+    virtual ~IByteStream() = default;
+    /// Places up to `into.size()` bytes at the start of `into`. Returns how many; 0 only at the end.
+    virtual std::size_t Read(std::span<std::byte> into) = 0;
+};
+
 /// The bytes of a whole file in memory, valid as long as the mapping lives.
 class IMapping {
 public:

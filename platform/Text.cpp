@@ -1,46 +1,13 @@
 #include "platform/Text.h"
 
 #include <unicode/uchar.h>
-#include <unicode/ucnv.h>
-#include <unicode/ucnv_cb.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
 
 namespace pastille::platform {
 namespace {
-
-/// Undecodable byte b is carried as this + b, in the private-use area.
-constexpr char16_t kCarriedByteBase = 0xF700;
-
-/// To Unicode: carries each byte of a sequence that stands for no character.
-void U_CALLCONV CarryBytes(const void*, UConverterToUnicodeArgs* args, const char* bytes, int32_t length,
-                           UConverterCallbackReason reason, UErrorCode* error)
-{
-    if (reason > UCNV_IRREGULAR)
-        return;
-    *error = U_ZERO_ERROR;
-    for (int32_t i = 0; i < length && U_SUCCESS(*error); ++i) {
-        const char16_t carried =
-            static_cast<char16_t>(kCarriedByteBase + static_cast<std::uint8_t>(bytes[i]));
-        ucnv_cbToUWriteUChars(args, &carried, 1, 0, error);
-    }
-}
-
-/// From Unicode: gives a carried byte back, and "?" for everything else that the code page lacks.
-void U_CALLCONV GiveBytesBack(const void*, UConverterFromUnicodeArgs* args, const UChar*, int32_t,
-                              UChar32 codePoint, UConverterCallbackReason reason, UErrorCode* error)
-{
-    if (reason > UCNV_IRREGULAR)
-        return;
-    *error = U_ZERO_ERROR;
-    char byte = '?';
-    if (codePoint >= kCarriedByteBase && codePoint <= kCarriedByteBase + 0xFF)
-        byte = static_cast<char>(codePoint - kCarriedByteBase);
-    ucnv_cbFromUWriteBytes(args, &byte, 1, 0, error);
-}
 
 /// Code points of `text` that no text holds, counted in UTF-16 units.
 std::size_t CountImplausible(std::u16string_view text)
@@ -130,55 +97,6 @@ bool EqualsNoCase(std::u16string_view left, std::u16string_view right)
     return left.size() == right.size() &&
            std::equal(left.begin(), left.end(), right.begin(),
                       [&](char16_t a, char16_t b) { return lower(a) == lower(b); });
-}
-
-struct CCodePage::Converter {
-    UConverter* handle = nullptr;
-};
-
-CCodePage::CCodePage(const std::string& name) : m_converter(std::make_unique<Converter>())
-{
-    UErrorCode error = U_ZERO_ERROR;
-    m_converter->handle = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
-    if (U_FAILURE(error) || m_converter->handle == nullptr)
-        throw std::invalid_argument("unknown code page: " + name);
-    ucnv_setToUCallBack(m_converter->handle, CarryBytes, nullptr, nullptr, nullptr, &error);
-    ucnv_setFromUCallBack(m_converter->handle, GiveBytesBack, nullptr, nullptr, nullptr, &error);
-}
-
-CCodePage::~CCodePage()
-{
-    ucnv_close(m_converter->handle);
-}
-
-bool CCodePage::IsKnown(const std::string& name)
-{
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter* probe = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
-    const bool known = U_SUCCESS(error) && probe != nullptr;
-    ucnv_close(probe);
-    return known;
-}
-
-std::u16string CCodePage::ToUtf16(std::span<const std::byte> bytes) const
-{
-    std::u16string out(bytes.size() * 2 + 2, u'\0');
-    UErrorCode error = U_ZERO_ERROR;
-    const int32_t length = ucnv_toUChars(m_converter->handle, out.data(), static_cast<int32_t>(out.size()),
-                                         reinterpret_cast<const char*>(bytes.data()),
-                                         static_cast<int32_t>(bytes.size()), &error);
-    out.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
-    return out;
-}
-
-std::string CCodePage::FromUtf16(std::u16string_view text) const
-{
-    std::string out(text.size() * 4 + 8, '\0');
-    UErrorCode error = U_ZERO_ERROR;
-    const int32_t length = ucnv_fromUChars(m_converter->handle, out.data(), static_cast<int32_t>(out.size()),
-                                           text.data(), static_cast<int32_t>(text.size()), &error);
-    out.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
-    return out;
 }
 
 }  // namespace pastille::platform

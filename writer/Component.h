@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "format/Guid.h"
+#include "platform/FileSystem.h"
 #include "writer/ItemProperties.h"
 #include "writer/Reference.h"
 #include "writer/Variant.h"
@@ -47,11 +48,14 @@ class IAttachmentList : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
         0x9ED8DA28, 0x908D, 0x4DA3, {0xB7, 0xAC, 0x8D, 0xF8, 0x58, 0x7A, 0x9D, 0xD0}};
-    /// Adds the bytes of a host file. They are copied before the call returns. `name` is the attachment's
-    /// file and display name; the name of the host file is never kept.
-    virtual void AddAttachment(const std::filesystem::path& file, std::u16string_view name) = 0;
-    /// Adds an item of the same store as an embedded message.
-    virtual void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view name) = 0;
+    /// Adds the bytes of a stream, read to its end before the call returns; they never pass through a file of
+    /// a name that a mail has chosen. Both names are kept as they are; an empty display name is the file name.
+    /// Raises E_INVALIDARG when there are more than 2^31 - 1 bytes.
+    virtual void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
+                               std::u16string_view displayName) = 0;
+    /// Adds an item of the same store, as it is now, as an embedded message. An item that its folder does not
+    /// have yet lives in the other one from then on: saving it puts it into no folder.
+    virtual void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) = 0;
     virtual std::int32_t GetCount() = 0;
 };
 
@@ -95,6 +99,9 @@ class IContactItem : public IMessageItem {
 public:
     static constexpr format::Guid kInterfaceId{
         0xDA18E730, 0x205D, 0x4CED, {0x9E, 0x61, 0x4D, 0xBB, 0xC3, 0x5D, 0x2E, 0xE5}};
+    /// Adds the bytes of a stream as an attachment, as AddAttachment does. When they are those of a picture
+    /// and the contact has no picture yet, they become the contact's picture.
+    virtual void AddPicture(platform::IByteStream& content, std::u16string_view fileName) = 0;
 };
 class ITaskItem : public IMessageItem {
 public:

@@ -68,6 +68,10 @@ constexpr ItemProperty NamedFlag(std::string_view name, const format::Guid& set,
 {
     return {name, PropertyKind::Flag, PropertyStorage::Named, lid, format::PropertyType::Boolean, set};
 }
+constexpr ItemProperty NamedNumber(std::string_view name, const format::Guid& set, std::uint32_t lid)
+{
+    return {name, PropertyKind::Number, PropertyStorage::Named, lid, format::PropertyType::Integer32, set};
+}
 
 inline constexpr std::uint32_t kMessageFlagRead = 0x01;
 inline constexpr std::uint32_t kMessageFlagUnsent = 0x08;
@@ -103,7 +107,9 @@ inline constexpr ItemProperty FollowupIcon = Number("FollowupIcon", format::pid:
 inline constexpr ItemProperty FlagRequest =
     NamedText("FlagRequest", format::propset::kCommon, format::lid::kFlagRequest);
 inline constexpr ItemProperty FlagStatus = Number("FlagStatus", format::pid::kFlagStatus);
-/// Kept as bytes in the code page of PidTagInternetCodepage.
+/// Code page of the HTML body. To be set before it; without one the component chooses UTF-8.
+inline constexpr ItemProperty InternetCodepage = Number("InternetCodepage", format::pid::kInternetCodepage);
+/// Kept as bytes in the code page of the item.
 inline constexpr ItemProperty HtmlBody{"HtmlBody", PropertyKind::Text, PropertyStorage::Tag,
                                        format::pid::kHtml, format::PropertyType::Binary};
 inline constexpr ItemProperty Importance = Number("Importance", format::pid::kImportance);

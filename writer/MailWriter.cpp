@@ -63,8 +63,9 @@ const CMailWriter::Row* CMailWriter::FindRow(std::uint32_t id)
     return nullptr;
 }
 
-void CMailWriter::BeginMessage()
+void CMailWriter::BeginMessage(bool showsRow)
 {
+    m_showsRow = showsRow;
     m_recorded = kNoneRecorded;
     m_fromSeen = m_toSeen = m_subjectShown = false;
 }
@@ -205,7 +206,8 @@ void CMailWriter::ShowRowWithoutTo(const CRef<IMessageItem>& item)
 
 void CMailWriter::ShowCell(unsigned cell, std::u16string text)
 {
-    m_frontEnd.Send(platform::ListCellMessage{cell, std::move(text)});
+    if (m_showsRow)
+        m_frontEnd.Send(platform::ListCellMessage{cell, std::move(text)});
 }
 
 }  // namespace pastille::writer

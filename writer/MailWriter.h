@@ -16,8 +16,8 @@ public:
     /// The front end must outlive this object.
     explicit CMailWriter(platform::IFrontEnd& frontEnd) : m_frontEnd(frontEnd) {}
 
-    /// Forgets the message before and its recorded values.
-    void BeginMessage();
+    /// Forgets the message before and its recorded values. A message that `showsRow` is false for has no row.
+    void BeginMessage(bool showsRow = true);
     /// Takes note of the message's importance, sensitivity and follow-up icon. Wanted for every record of the
     /// message, before it is written: their rows are written only while a value is on record.
     void Record(const SourceProperty& property);
@@ -59,6 +59,7 @@ private:
 
     platform::IFrontEnd& m_frontEnd;
     Recorded m_recorded = kNoneRecorded;
+    bool m_showsRow = true;
     bool m_fromSeen = false;
     bool m_toSeen = false;
     bool m_subjectShown = false;

@@ -17,14 +17,13 @@ constexpr double kEndOfCalendar = 2'958'466.0;
 
 double OleDateFromFileTime(std::uint64_t fileTime)
 {
-    if (fileTime >= 0x8000000000000000u)
-        return 0.0;
     const auto milliseconds = static_cast<std::int64_t>(fileTime / kTicksPerMillisecond);
     const std::int64_t day = milliseconds / kMillisecondsPerDay - kDaysToOleEpoch;
     const double fraction =
         static_cast<double>(milliseconds % kMillisecondsPerDay) / static_cast<double>(kMillisecondsPerDay);
     // Before the epoch the whole part counts backwards while the fraction is still the time of day.
-    return day < 0 ? static_cast<double>(day) - fraction : static_cast<double>(day) + fraction;
+    const double date = day < 0 ? static_cast<double>(day) - fraction : static_cast<double>(day) + fraction;
+    return date < kEndOfCalendar ? date : 0.0;
 }
 
 std::uint64_t FileTimeFromOleDate(double date)

@@ -8,8 +8,7 @@ namespace pastille::writer {
 inline constexpr double kNoDate = 949633.0;
 
 /// A FILETIME (100 ns since 1601-01-01 UTC) as an OLE automation date (days since 1899-12-30 UTC), cut to
-/// whole milliseconds. FILETIME values that no calendar date stands for (0x8000000000000000 and above) give
-/// 0.0.
+/// whole milliseconds. FILETIME values that no calendar date stands for (after the year 9999) give 0.0.
 double OleDateFromFileTime(std::uint64_t fileTime);
 
 /// The inverse, to the nearest millisecond. Dates outside the years 1601 to 9999 give 0.

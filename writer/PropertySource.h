@@ -35,6 +35,8 @@ public:
 
     virtual const format::CNamedPropertyMap& NamedProperties() const = 0;
     virtual const platform::CCodePage& CodePage() const = 0;
+    /// True for a source of the OST kind.
+    virtual bool IsOst() const = 0;
     /// Name of the folder of the new store that the item was created in.
     virtual std::u16string TargetFolderName() = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <vector>
@@ -67,6 +68,88 @@ TEST(CodePage, UnknownNames)
     EXPECT_FALSE(CCodePage::IsKnown(""));
     EXPECT_TRUE(CCodePage::IsKnown("windows-1252"));
     EXPECT_THROW(CCodePage("no-such-page"), std::invalid_argument);
+}
+
+TEST(CodePageNumbers, NameAndNumberOfThePagesOfMails)
+{
+    EXPECT_EQ(CodePageName(65001), "UTF-8");
+    for (const std::uint32_t number :
+         {1250u,  1251u,  1252u,  1253u,  1254u,  1255u,  1256u,  1257u,  1258u,  874u,   932u,
+          936u,   949u,   950u,   20127u, 28591u, 28592u, 28593u, 28594u, 28595u, 28596u, 28597u,
+          28598u, 28599u, 28603u, 28605u, 20866u, 21866u, 51932u, 51949u, 54936u, 10000u, 65001u})
+        EXPECT_EQ(CodePageNumber(CodePageName(number)), number);
+    // Shift states are kept as the bytes that they are.
+    for (const std::uint32_t number : {50220u, 50221u, 50222u, 50225u})
+        EXPECT_EQ(CodePageName(number), "US-ASCII");
+    EXPECT_EQ(CodePageNumber("Windows-1252"), 1252u);
+    EXPECT_EQ(CodePageNumber("cp1252"), 1252u);
+    EXPECT_EQ(CodePageNumber("latin1"), 28591u);
+    EXPECT_EQ(CodePageNumber("shift_jis"), 932u);
+    for (const std::uint32_t number : {0u, 1u, 1200u, 28602u, 99999u, 0xFFFFFFFFu})
+        EXPECT_EQ(CodePageName(number), "");
+    EXPECT_EQ(CodePageNumber("no-such-page"), 0u);
+    EXPECT_EQ(CodePageNumber(""), 0u);
+}
+
+/// Text with sound, broken, cut and private-use sequences of most multi-byte pages.
+std::vector<std::byte> Jumble(unsigned seed, std::size_t size)
+{
+    std::vector<std::byte> bytes;
+    while (bytes.size() < size) {
+        seed = seed * 1103515245 + 12345;
+        const unsigned kind = (seed >> 16) % 8;
+        if (kind < 3)
+            bytes.push_back(static_cast<std::byte>('a' + (seed >> 20) % 26));
+        else if (kind < 6)
+            bytes.push_back(static_cast<std::byte>(seed >> 18));
+        else  // U+F700 and its neighbours as UTF-8, and as Big5 user characters
+            for (const unsigned b :
+                 {0xEFu, 0x9Cu, 0x80u + (seed >> 24) % 64, 0xC7u, 0x40u + (seed >> 24) % 63})
+                bytes.push_back(static_cast<std::byte>(b));
+    }
+    return bytes;
+}
+
+/// The sequences of a page that stand for the same character as another one.
+bool HasSpareSequences(std::uint32_t number)
+{
+    return number == 932 || number == 936 || number == 949 || number == 950 || number == 51932 ||
+           number == 51949;
+}
+
+std::u16string DecodeInPieces(const CCodePage& codePage, std::span<const std::byte> bytes, std::size_t piece)
+{
+    CTextDecoder decoder(codePage);
+    std::u16string text;
+    for (std::size_t done = 0; done < bytes.size(); done += piece)
+        decoder.Append(bytes.subspan(done, std::min(piece, bytes.size() - done)), text);
+    decoder.Finish(text);
+    return text;
+}
+
+TEST(CodePageNumbers, EveryByteOfEveryPageSurvives)
+{
+    for (std::uint32_t number = 0; number < 66000; ++number) {
+        const std::string name = CodePageName(number);
+        if (name.empty())
+            continue;
+        SCOPED_TRACE(name);
+        const CCodePage codePage(name);
+        const auto jumble = Jumble(number, 9'000);
+        const std::u16string text = codePage.ToUtf16(jumble);
+        const auto written = BytesOf(codePage.FromUtf16(text));
+        if (HasSpareSequences(number)) {
+            EXPECT_TRUE(codePage.ToUtf16(written) == text);
+            const auto broken =
+                BytesOf("sound \xB0\xA1\xB0\xA1 \x81\x20\xFF\xFE\x80\x09 end \xA1\n\xB0\xA1\x81");
+            EXPECT_EQ(BytesOf(codePage.FromUtf16(codePage.ToUtf16(broken))), broken);
+        } else {
+            EXPECT_TRUE(written == jumble);
+            EXPECT_EQ(BytesOf(codePage.FromUtf16(codePage.ToUtf16(AllBytes()))), AllBytes());
+        }
+        for (const std::size_t piece : {1u, 3u, 4096u})
+            EXPECT_TRUE(DecodeInPieces(codePage, jumble, piece) == text) << piece;
+    }
 }
 
 TEST(LooksLikeText, NamesOfAnyScriptPassAndGarbageDoesNot)

@@ -1,6 +1,7 @@
 #include "tests/support/FakeComponent.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <functional>
 
@@ -20,20 +21,58 @@ std::string Narrow(const Variant& value)
     return {};
 }
 
+/// What every item object is besides its interface.
+class IFakeItemObject {
+public:
+    virtual ~IFakeItemObject() = default;
+    virtual const std::shared_ptr<FakeItem>& Shared() const = 0;
+};
+
+std::string ReadStream(platform::IByteStream& stream)
+{
+    std::string bytes;
+    std::array<std::byte, 1000> piece;
+    while (const std::size_t count = stream.Read(piece))
+        bytes.append(reinterpret_cast<const char*>(piece.data()), count);
+    return bytes;
+}
+
 class CAttachments final : public IAttachmentList {
 public:
-    void AddAttachment(const std::filesystem::path&, std::u16string_view) override { ++m_count; }
-    void AddAttachment(const CRef<IStoreItem>&, std::u16string_view) override { ++m_count; }
-    std::int32_t GetCount() override { return m_count; }
+    CAttachments(CFakeComponent& owner, std::shared_ptr<FakeItem> item)
+        : m_owner(owner), m_item(std::move(item))
+    {
+    }
+
+    void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
+                       std::u16string_view displayName) override
+    {
+        m_owner.Enter("AddAttachment:" + platform::ToUtf8(fileName), kInterfaceId);
+        m_item->attachments.push_back({.fileName = std::u16string(fileName),
+                                       .displayName = std::u16string(displayName),
+                                       .bytes = ReadStream(content)});
+    }
+    void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) override
+    {
+        m_owner.Enter("AddAttachment:" + platform::ToUtf8(displayName), kInterfaceId);
+        const auto object = std::dynamic_pointer_cast<IFakeItemObject>(item.Shared());
+        object->Shared()->isEmbedded = object->Shared()->saves == 0;
+        m_item->attachments.push_back(
+            {.displayName = std::u16string(displayName), .embedded = object->Shared()});
+    }
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_item->attachments.size()); }
 
 private:
-    std::int32_t m_count = 0;
+    CFakeComponent& m_owner;
+    std::shared_ptr<FakeItem> m_item;
 };
 
 template <class Interface>
-class CItem final : public Interface {
+class CItem : public Interface, public IFakeItemObject {
 public:
     CItem(CFakeComponent& owner, std::shared_ptr<FakeItem> item) : m_owner(owner), m_item(std::move(item)) {}
+
+    const std::shared_ptr<FakeItem>& Shared() const override { return m_item; }
 
     void Save() override
     {
@@ -80,7 +119,7 @@ public:
     }
     CRef<IAttachmentList> GetAttachments() override
     {
-        return CRef<IAttachmentList>(std::make_shared<CAttachments>());
+        return CRef<IAttachmentList>(std::make_shared<CAttachments>(m_owner, m_item));
     }
     CRef<IObject> Reply() override
     {
@@ -108,12 +147,29 @@ private:
     std::shared_ptr<FakeItem> m_item;
 };
 
+class CContact final : public CItem<IContactItem> {
+public:
+    CContact(CFakeComponent& owner, std::shared_ptr<FakeItem> item)
+        : CItem(owner, std::move(item)), m_component(owner)
+    {
+    }
+    void AddPicture(platform::IByteStream& content, std::u16string_view fileName) override
+    {
+        m_component.Enter("AddPicture:" + platform::ToUtf8(fileName), kInterfaceId);
+        Shared()->attachments.push_back(
+            {.fileName = std::u16string(fileName), .bytes = ReadStream(content), .isPicture = true});
+    }
+
+private:
+    CFakeComponent& m_component;
+};
+
 CRef<IObject> MakeItem(CFakeComponent& owner, const std::shared_ptr<FakeItem>& item)
 {
     const std::u16string& name = item->messageClass;
     const auto names = [&](std::u16string_view part) { return name.find(part) != std::u16string::npos; };
     if (names(u".Contact") || names(u".DistList"))
-        return CRef<IObject>(std::make_shared<CItem<IContactItem>>(owner, item));
+        return CRef<IObject>(std::make_shared<CContact>(owner, item));
     if (names(u".Task"))
         return CRef<IObject>(std::make_shared<CItem<ITaskItem>>(owner, item));
     if (names(u".Appointment"))
@@ -338,7 +394,7 @@ std::vector<const FakeItem*> FakeFolder::Saved() const
 {
     std::vector<const FakeItem*> saved;
     for (const auto& item : items) {
-        if (item->saves > 0)
+        if (item->saves > 0 && !item->isEmbedded)
             saved.push_back(item.get());
     }
     return saved;

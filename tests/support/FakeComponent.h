@@ -14,6 +14,16 @@
 
 namespace pastille::tests {
 
+struct FakeItem;
+
+struct FakeAttachment {
+    std::u16string fileName{};  ///< none of an embedded message
+    std::u16string displayName{};
+    std::string bytes{};
+    std::shared_ptr<FakeItem> embedded{};  ///< set for an embedded message
+    bool isPicture = false;                ///< added with AddPicture
+};
+
 /// An item as the fake component was told to make it. Properties are kept by their names.
 struct FakeItem {
     std::u16string messageClass;
@@ -21,6 +31,8 @@ struct FakeItem {
     std::map<std::string, double, std::less<>> dates;
     std::map<std::string, std::int32_t, std::less<>> numbers;  ///< flags too
     std::vector<std::string> written;                          ///< names in the order of writing
+    std::vector<FakeAttachment> attachments;
+    bool isEmbedded = false;  ///< lives in another item; saving puts it into no folder
     int saves = 0;
 
     std::u16string Text(std::string_view name) const;

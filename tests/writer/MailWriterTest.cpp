@@ -71,6 +71,18 @@ TEST_F(MailWriterTest, WithoutFromTheRowStartsEmpty)
     EXPECT_EQ(cells, (std::vector<std::string>{"1:", "2:Bob", "3:"}));
 }
 
+TEST_F(MailWriterTest, AMessageWithoutARowIsWrittenAllTheSame)
+{
+    writer.BeginMessage(false);
+    WriteText(0x0042, u"Ann");
+    WriteText(0x0E04, u"Bob");
+    EXPECT_TRUE(cells.empty());
+    EXPECT_EQ(Item().Text("DisplayTo"), u"Bob");
+    writer.BeginMessage();
+    ShowRow();
+    EXPECT_FALSE(cells.empty()) << "the next message has one";
+}
+
 TEST_F(MailWriterTest, TheFirstLatePropertyWithoutToShowsTheRowInstead)
 {
     item->SetText(property::Subject, u"Hi");

@@ -69,7 +69,10 @@ TEST(ValueDate, IsTheStoredTimeInDaysSince1899)
     EXPECT_DOUBLE_EQ(date(Packed(std::uint64_t{0})), -109'205.0);
     // Before the epoch the fraction is still the time of day: noon on 29 December 1899.
     EXPECT_DOUBLE_EQ(date(Packed((kEpochDays - 1) * kDay + kDay / 2)), -1.5);
-    EXPECT_DOUBLE_EQ(date(Packed(~std::uint64_t{0})), 0.0) << "no calendar date";
+    EXPECT_DOUBLE_EQ(date(Packed((kEpochDays + 2'958'465) * kDay)), 2'958'465.0) << "31 December 9999";
+    for (const std::uint64_t beyond : {(kEpochDays + 2'958'466) * kDay, ~std::uint64_t{0} >> 1,
+                                       (~std::uint64_t{0} >> 1) + 1, ~std::uint64_t{0}})
+        EXPECT_DOUBLE_EQ(date(Packed(beyond)), 0.0) << "no calendar date: " << beyond;
     EXPECT_DOUBLE_EQ(date("1234567"), -109'205.0) << "not 8 bytes: 1 January 1601";
     EXPECT_DOUBLE_EQ(date("123456789"), -109'205.0);
     EXPECT_DOUBLE_EQ(DateOf(source, {0x0E06, 0x0003, 77}), 0.0) << "another type";

@@ -25,6 +25,7 @@ public:
     std::u16string StringValue(std::uint16_t, std::uint32_t hnid) override { return texts[hnid]; }
     const format::CNamedPropertyMap& NamedProperties() const override { return names; }
     const platform::CCodePage& CodePage() const override { return m_codePage; }
+    bool IsOst() const override { return isOst; }
     std::u16string TargetFolderName() override { return folderName; }
 
     /// Adds a value and returns its HNID.
@@ -39,6 +40,7 @@ public:
     std::map<std::uint32_t, std::u16string> texts;
     format::CNamedPropertyMap names;
     std::u16string folderName = u"Inbox";
+    bool isOst = false;
 
 private:
     platform::CCodePage m_codePage{"windows-1252"};

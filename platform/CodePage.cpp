@@ -1,0 +1,333 @@
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "platform/Text.h"
+
+namespace pastille::platform {
+namespace {
+
+/// Undecodable byte b is carried as this + b, in the private-use area.
+constexpr char16_t kCarriedByteBase = 0xF700;
+/// Bytes and units converted at a time, so that no length leaves the 32 bits that ICU counts with.
+constexpr std::size_t kPieceBytes = 4096;
+constexpr std::size_t kPieceUnits = 1u << 16;
+
+constexpr bool IsCarried(char16_t unit)
+{
+    return (unit & 0xFF00) == kCarriedByteBase;
+}
+
+char16_t Carry(char byte)
+{
+    return static_cast<char16_t>(kCarriedByteBase + static_cast<std::uint8_t>(byte));
+}
+
+/// To Unicode: carries each byte of a sequence that stands for no character, and counts them.
+void U_CALLCONV CarryBytes(const void* context, UConverterToUnicodeArgs* args, const char* bytes,
+                           int32_t length, UConverterCallbackReason reason, UErrorCode* error)
+{
+    if (reason > UCNV_IRREGULAR)
+        return;
+    *error = U_ZERO_ERROR;
+    *const_cast<std::size_t*>(static_cast<const std::size_t*>(context)) += static_cast<std::size_t>(length);
+    for (int32_t i = 0; i < length && U_SUCCESS(*error); ++i) {
+        const char16_t carried = Carry(bytes[i]);
+        ucnv_cbToUWriteUChars(args, &carried, 1, 0, error);
+    }
+}
+
+/// From Unicode: "?" for what the code page lacks; U+FFFD for lone surrogates where it can be said.
+void U_CALLCONV WriteSubstitute(const void*, UConverterFromUnicodeArgs* args, const UChar*, int32_t, UChar32,
+                                UConverterCallbackReason reason, UErrorCode* error)
+{
+    if (reason > UCNV_IRREGULAR)
+        return;
+    *error = U_ZERO_ERROR;
+    if (ucnv_getType(args->converter) == UCNV_UTF8)
+        ucnv_cbFromUWriteBytes(args, "\xEF\xBF\xBD", 3, 0, error);
+    else
+        ucnv_cbFromUWriteBytes(args, "?", 1, 0, error);
+}
+
+struct NumberedPage {
+    std::uint32_t number;
+    const char* name;
+};
+
+/// Pages that come first are the ones that their names stand for.
+constexpr std::array kPages{
+    NumberedPage{1252, "windows-1252"},
+    NumberedPage{65001, "UTF-8"},
+    NumberedPage{20127, "US-ASCII"},
+    NumberedPage{874, "windows-874"},
+    NumberedPage{932, "windows-932"},
+    NumberedPage{936, "windows-936"},
+    NumberedPage{949, "windows-949"},
+    NumberedPage{950, "windows-950"},
+    NumberedPage{1250, "windows-1250"},
+    NumberedPage{1251, "windows-1251"},
+    NumberedPage{1253, "windows-1253"},
+    NumberedPage{1254, "windows-1254"},
+    NumberedPage{1255, "windows-1255"},
+    NumberedPage{1256, "windows-1256"},
+    NumberedPage{1257, "windows-1257"},
+    NumberedPage{1258, "windows-1258"},
+    NumberedPage{28591, "ISO-8859-1"},
+    NumberedPage{28592, "ISO-8859-2"},
+    NumberedPage{28593, "ISO-8859-3"},
+    NumberedPage{28594, "ISO-8859-4"},
+    NumberedPage{28595, "ISO-8859-5"},
+    NumberedPage{28596, "ISO-8859-6"},
+    NumberedPage{28597, "ISO-8859-7"},
+    NumberedPage{28598, "ISO-8859-8"},
+    NumberedPage{28599, "ISO-8859-9"},
+    NumberedPage{28600, "ISO-8859-10"},
+    NumberedPage{28601, "ISO-8859-11"},
+    NumberedPage{28603, "ISO-8859-13"},
+    NumberedPage{28604, "ISO-8859-14"},
+    NumberedPage{28605, "ISO-8859-15"},
+    NumberedPage{38598, "ISO-8859-8"},
+    NumberedPage{20866, "KOI8-R"},
+    NumberedPage{21866, "KOI8-U"},
+    NumberedPage{51932, "EUC-JP"},
+    NumberedPage{51949, "EUC-KR"},
+    NumberedPage{51936, "GB2312"},
+    NumberedPage{20936, "GB2312"},
+    NumberedPage{54936, "gb18030"},
+    NumberedPage{437, "ibm-437"},
+    NumberedPage{850, "ibm-850"},
+    NumberedPage{852, "ibm-852"},
+    NumberedPage{855, "ibm-855"},
+    NumberedPage{857, "ibm-857"},
+    NumberedPage{858, "ibm-858"},
+    NumberedPage{860, "ibm-860"},
+    NumberedPage{861, "ibm-861"},
+    NumberedPage{862, "ibm-862"},
+    NumberedPage{863, "ibm-863"},
+    NumberedPage{865, "ibm-865"},
+    NumberedPage{866, "ibm-866"},
+    NumberedPage{10000, "macintosh"},
+    NumberedPage{10006, "x-mac-greek"},
+    NumberedPage{10007, "x-mac-cyrillic"},
+    NumberedPage{10029, "x-mac-centraleurroman"},
+    NumberedPage{10081, "x-mac-turkish"},
+    // With shift states: ISO-2022-JP, -KR and -CN, HZ, UTF-7. All of them are made of ASCII bytes.
+    NumberedPage{50220, "US-ASCII"},
+    NumberedPage{50221, "US-ASCII"},
+    NumberedPage{50222, "US-ASCII"},
+    NumberedPage{50225, "US-ASCII"},
+    NumberedPage{50227, "US-ASCII"},
+    NumberedPage{52936, "US-ASCII"},
+    NumberedPage{65000, "US-ASCII"},
+};
+
+/// ICU's own name of a code page; "" when it does not know it.
+std::string CanonicalName(const std::string& name)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    UConverter* probe = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
+    const char* canonical = U_SUCCESS(error) && probe != nullptr ? ucnv_getName(probe, &error) : nullptr;
+    const std::string found = canonical == nullptr ? "" : canonical;
+    ucnv_close(probe);
+    return found;
+}
+
+}  // namespace
+
+std::string CodePageName(std::uint32_t number)
+{
+    const auto page = std::ranges::find(kPages, number, &NumberedPage::number);
+    return page != kPages.end() && CCodePage::IsKnown(page->name) ? page->name : "";
+}
+
+std::uint32_t CodePageNumber(const std::string& name)
+{
+    const std::string canonical = CanonicalName(name);
+    if (canonical.empty())
+        return 0;
+    const auto page = std::ranges::find_if(
+        kPages, [&](const NumberedPage& candidate) { return CanonicalName(candidate.name) == canonical; });
+    return page == kPages.end() ? 0 : page->number;
+}
+
+/// An ICU converter and what is known of the text that it is in the middle of.
+struct CCodePage::Converter {
+    UConverter* handle = nullptr;
+    std::size_t carried = 0;    ///< bytes carried so far, counted by CarryBytes
+    std::vector<char> pending;  ///< of a sequence that is not complete yet
+
+    explicit Converter(UConverter* converter) : handle(converter)
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        ucnv_setToUCallBack(handle, CarryBytes, &carried, nullptr, nullptr, &error);
+        ucnv_setFromUCallBack(handle, WriteSubstitute, nullptr, nullptr, nullptr, &error);
+    }
+    ~Converter() { ucnv_close(handle); }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    /// Decodes at most a piece.
+    std::u16string_view Decode(std::span<const char> bytes, bool isEnd)
+    {
+        m_units.resize(4 * kPieceBytes);
+        UErrorCode error = U_ZERO_ERROR;
+        char16_t* to = m_units.data();
+        const char* from = bytes.data();
+        ucnv_toUnicode(handle, &to, m_units.data() + m_units.size(), &from, from + bytes.size(), nullptr,
+                       isEnd, &error);
+        return {m_units.data(), static_cast<std::size_t>(to - m_units.data())};
+    }
+
+    /// Remembers the bytes of the last sequence, as far as the converter has not given it out.
+    void KeepPending(std::span<const char> bytes)
+    {
+        UErrorCode error = U_ZERO_ERROR;
+        pending.insert(pending.end(), bytes.begin(), bytes.end());
+        const auto count = static_cast<std::size_t>(std::max(ucnv_toUCountPending(handle, &error), 0));
+        pending.erase(pending.begin(),
+                      pending.end() - static_cast<std::ptrdiff_t>(std::min(count, pending.size())));
+    }
+
+    void AppendPiece(std::span<const char> bytes, std::u16string& to)
+    {
+        const std::u16string_view units = Decode(bytes, false);
+        if (std::ranges::none_of(units, IsCarried)) {
+            to += units;
+            KeepPending(bytes);
+            return;
+        }
+        // Again from where the piece began, now byte by byte, to learn which bytes make which units.
+        ucnv_resetToUnicode(handle);
+        const std::vector<char> again = std::exchange(pending, {});
+        for (const char byte : again)
+            AppendByte(byte, to);
+        for (const char byte : bytes)
+            AppendByte(byte, to);
+    }
+
+    void AppendByte(char byte, std::u16string& to)
+    {
+        carried = 0;
+        const std::u16string_view units = Decode({&byte, 1}, false);
+        std::string sequence(pending.begin(), pending.end());
+        sequence.push_back(byte);
+        KeepPending({&byte, 1});
+        sequence.resize(sequence.size() - std::min(pending.size(), sequence.size()));
+        // Broken bytes come first, then the character that follows them.
+        const std::size_t broken = std::min(carried, units.size());
+        to += units.substr(0, broken);
+        if (std::ranges::none_of(units.substr(broken), IsCarried))
+            to += units.substr(broken);
+        else
+            for (std::size_t i = std::min(broken, sequence.size()); i < sequence.size(); ++i)
+                to.push_back(Carry(sequence[i]));
+    }
+
+    void Append(std::span<const std::byte> bytes, std::u16string& to)
+    {
+        const std::span<const char> all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        for (std::size_t done = 0; done < all.size(); done += kPieceBytes)
+            AppendPiece(all.subspan(done, std::min(kPieceBytes, all.size() - done)), to);
+    }
+
+    void Finish(std::u16string& to)
+    {
+        to += Decode({}, true);
+        ucnv_resetToUnicode(handle);
+        pending.clear();
+    }
+
+    void EncodePiece(std::u16string_view text, std::string& to)
+    {
+        m_bytes.resize(4 * kPieceUnits + 16);
+        UErrorCode error = U_ZERO_ERROR;
+        const int32_t length = ucnv_fromUChars(handle, m_bytes.data(), static_cast<int32_t>(m_bytes.size()),
+                                               text.data(), static_cast<int32_t>(text.size()), &error);
+        if (U_SUCCESS(error))
+            to.append(m_bytes, 0, static_cast<std::size_t>(length));
+    }
+
+private:
+    std::u16string m_units;
+    std::string m_bytes;
+};
+
+CCodePage::CCodePage(const std::string& name)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    UConverter* const handle = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
+    if (U_FAILURE(error) || handle == nullptr)
+        throw std::invalid_argument("unknown code page: " + name);
+    m_converter = std::make_unique<Converter>(handle);
+}
+
+CCodePage::~CCodePage() = default;
+
+bool CCodePage::IsKnown(const std::string& name)
+{
+    return !CanonicalName(name).empty();
+}
+
+std::u16string CCodePage::ToUtf16(std::span<const std::byte> bytes) const
+{
+    std::u16string text;
+    text.reserve(bytes.size());
+    m_converter->Append(bytes, text);
+    m_converter->Finish(text);
+    return text;
+}
+
+std::string CCodePage::FromUtf16(std::u16string_view text) const
+{
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (std::size_t start = 0; start < text.size();) {
+        if (IsCarried(text[start])) {
+            bytes.push_back(static_cast<char>(text[start++] & 0xFF));
+            continue;
+        }
+        const auto rest = text.substr(start, kPieceUnits);
+        auto length = static_cast<std::size_t>(std::ranges::find_if(rest, IsCarried) - rest.begin());
+        if (length == kPieceUnits && (rest[length - 1] & 0xFC00) == 0xD800)
+            --length;  // the other half of the pair is in the next piece
+        m_converter->EncodePiece(rest.substr(0, length), bytes);
+        start += length;
+    }
+    return bytes;
+}
+
+struct CTextDecoder::State {
+    explicit State(UConverter* clone) : converter(clone) {}
+    CCodePage::Converter converter;
+};
+
+CTextDecoder::CTextDecoder(const CCodePage& codePage)
+{
+    UErrorCode error = U_ZERO_ERROR;
+    UConverter* const clone = ucnv_clone(codePage.m_converter->handle, &error);
+    if (U_FAILURE(error) || clone == nullptr)
+        throw std::bad_alloc();
+    ucnv_reset(clone);
+    m_state = std::make_unique<State>(clone);
+}
+
+CTextDecoder::~CTextDecoder() = default;
+
+void CTextDecoder::Append(std::span<const std::byte> bytes, std::u16string& to)
+{
+    m_state->converter.Append(bytes, to);
+}
+
+void CTextDecoder::Finish(std::u16string& to)
+{
+    m_state->converter.Finish(to);
+}
+
+}  // namespace pastille::platform

@@ -1,0 +1,185 @@
+#include "writer/FamilyWriter.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/writer/WriterSupport.h"
+
+namespace pastille::tests {
+namespace {
+
+using namespace writer;
+
+constexpr std::uint16_t kShort = 0x0002;
+constexpr std::uint16_t kLong = 0x0003;
+constexpr std::uint16_t kBoolean = 0x000B;
+constexpr std::uint16_t kString = 0x001F;
+constexpr std::uint16_t kTime = 0x0040;
+constexpr std::uint16_t kBinary = 0x0102;
+constexpr std::uint16_t kMultipleString = 0x101F;
+constexpr double kYear1601 = -109'205.0;
+
+class FamilyWriterTest : public testing::Test {
+public:
+    void SetUp() override
+    {
+        component.storeName = u"Store";
+        const auto root = component.CreateSession()->GetFolderFromPath(u"\\\\Store");
+        item = QueryInterface<IMessageItem>(root->GetItems()->AddItem(u"IPM.Contact"));
+    }
+
+    FakeItem& Item() { return *component.root.items.front(); }
+    void Write(FamilyTable table, std::uint16_t id, std::uint16_t type, std::uint32_t value)
+    {
+        WriteFamilyProperty(table, item, {id, type, value}, source);
+    }
+    void WriteBytes(FamilyTable table, std::uint16_t id, std::uint16_t type, std::string bytes)
+    {
+        Write(table, id, type, source.Add(std::move(bytes)));
+    }
+    void WriteText(FamilyTable table, std::uint16_t id, std::u16string_view text)
+    {
+        WriteBytes(table, id, kString, Wide(text));
+    }
+    /// A value word that the block test lets through.
+    std::uint32_t Within(std::uint32_t value)
+    {
+        source.values.try_emplace(value);
+        return value;
+    }
+
+    CFakeComponent component;
+    CValueSource source;
+    CRef<IMessageItem> item;
+};
+
+TEST_F(FamilyWriterTest, TheFirstTextWins)
+{
+    WriteText(kContactTable, 0x3A0D, u"");
+    WriteText(kContactTable, 0x3A0D, u"room 1");
+    WriteText(kContactTable, 0x3A19, u"room 2");
+    EXPECT_EQ(Item().Text("OfficeLocation"), u"room 1");
+    EXPECT_EQ(Item().written, (std::vector<std::string>{"OfficeLocation"})) << "an empty text is not written";
+
+    Item().texts["Subject"] = u"what the component gave it";
+    WriteText(kNoteTable, 0x0037, u"");
+    WriteText(kNoteTable, 0x0037, u"late");
+    EXPECT_EQ(Item().Text("Subject"), u"what the component gave it");
+}
+
+TEST_F(FamilyWriterTest, OtherValuesReplaceWhatIsThere)
+{
+    for (const std::uint32_t day : {109'205u, 109'207u})
+        WriteBytes(kTaskTable, 0x8105, kTime, Packed(day * std::uint64_t{864'000'000'000}));
+    EXPECT_DOUBLE_EQ(Item().dates["TaskDueDate"], 2.0);
+    for (const std::uint32_t value : {0x00010001u, 0xFFFF0000u})
+        Write(kTaskTable, 0x811C, kBoolean, Within(value));
+    EXPECT_EQ(Item().numbers["TaskComplete"], 0) << "the low half";
+    Write(kTaskTable, 0x811C, kBoolean, Within(0x0000FFFF));
+    EXPECT_EQ(Item().numbers["TaskComplete"], -1);
+    for (const std::uint32_t value : {1u, 0x80000002u})
+        Write(kTaskTable, 0x8101, kLong, Within(value));
+    EXPECT_EQ(Item().numbers["TaskStatus"], static_cast<std::int32_t>(0x80000002)) << "the whole word";
+    Write(kContactTable, 0x3A4D, kShort, Within(0x00050002));
+    EXPECT_EQ(Item().numbers["Gender"], 2) << "the low half";
+    EXPECT_EQ(component.CountCalls("Get"), 1u) << "only the root folder was asked for";
+}
+
+TEST_F(FamilyWriterTest, AValueWordBeyondTheBlockIsPassedOver)
+{
+    for (const std::uint16_t type : {kShort, kLong, kBoolean, kString, kTime}) {
+        for (const int id : {0x0017, 0x0023, 0x3A4D, 0x3A00, 0x3A42})
+            Write(kContactTable, static_cast<std::uint16_t>(id), type, 0x7FFF0000);
+    }
+    EXPECT_TRUE(Item().written.empty());
+}
+
+TEST_F(FamilyWriterTest, AValueOfTheWrongTypeCostsOnlyItself)
+{
+    Write(kTaskTable, 0x0026, kLong, Within(1));     // priority is kept as a text only
+    Write(kTaskTable, 0x811C, kLong, Within(1));     // a flag
+    Write(kTaskTable, 0x8101, kBoolean, Within(1));  // a number
+    Write(kContactTable, 0x3A4D, kLong, Within(2));  // 16 bits
+    WriteText(kContactTable, 0x0017, u"high");       // a number
+    WriteBytes(kContactTable, 0x3A42, kBinary, "12345678");
+    WriteBytes(kContactTable, 0x3A00, kBinary, "12345678");
+    Write(kContactTable, 0x3A00, kString, Within(0x40));
+    WriteText(kContactTable, 0x3A41, u"");
+    EXPECT_TRUE(Item().written.empty());
+
+    WriteText(kContactTable, 0x3A41, u"1 May");
+    WriteBytes(kContactTable, 0x3A42, kTime, "1234567");
+    WriteBytes(kContactTable, 0x3A00, kTime, "12345678");
+    WriteText(kContactTable, 0x3A11, u"Ayd\u0131n");
+    EXPECT_EQ(Item().dates["WeddingAnniversary"], 0.0) << "a text in the place of a date";
+    EXPECT_EQ(Item().dates["Birthday"], kYear1601) << "not 8 bytes";
+    EXPECT_EQ(Item().Text("Account"), u"") << "a date in the place of a text";
+    EXPECT_EQ(Item().Text("Surname"), u"Ayd\u0131n");
+    EXPECT_EQ(Item().written.size(), 4u);
+}
+
+TEST_F(FamilyWriterTest, ListsBecomeOneText)
+{
+    WriteBytes(kContactTable, 0x3A58, kMultipleString,
+               Packed(3u) + Packed(16u) + Packed(18u) + Packed(20u) + Wide(u"abc"));
+    EXPECT_EQ(Item().Text("ChildrensNames"), u"a;b;c");
+}
+
+TEST_F(FamilyWriterTest, NamedPropertiesAreFoundThroughTheMap)
+{
+    const std::string day = Packed(std::uint64_t{109'206} * 864'000'000'000);
+    WriteBytes(kAppointmentTable, 0x8010, kTime, day);
+    WriteText(kContactTable, 0x8011, u"home");
+    EXPECT_TRUE(Item().written.empty()) << "ids that the map does not know";
+    source.names.AddPair(0x820D, 0x8010);
+    source.names.AddPair(0x801A, 0x8011);
+    source.names.AddPair(0x8B02, 0x8503);
+    source.names.AddPair(0x8700, 0x9000);
+    WriteBytes(kMeetingTable, 0x8010, kTime, day);
+    WriteText(kJournalTable, 0x9000, u"call");
+    EXPECT_TRUE(Item().written.empty()) << "no start of a meeting, and no named id beyond 0x8FFF";
+    WriteBytes(kAppointmentTable, 0x8010, kTime, day);
+    WriteText(kContactTable, 0x8011, u"home");
+    Write(kNoteTable, 0x8503, kLong, Within(300));
+    Write(kNoteTable, 0x8503, kBoolean, Within(1));  // is the width here, and no flag
+    EXPECT_EQ(Item().written, (std::vector<std::string>{"Start", "HomeAddress", "NoteWidth"}));
+    EXPECT_DOUBLE_EQ(Item().dates["Start"], 1.0);
+}
+
+TEST_F(FamilyWriterTest, OnlyAnOstHasTheSecondBody)
+{
+    WriteText(kContactTable, 0x6619, u"from a PST");
+    EXPECT_TRUE(Item().written.empty());
+    source.isOst = true;
+    WriteText(kContactTable, 0x1000, u"");
+    WriteText(kContactTable, 0x6619, u"from an OST");
+    WriteText(kTaskTable, 0x6619, u"no contact");
+    EXPECT_EQ(Item().Text("Body"), u"from an OST");
+    EXPECT_EQ(Item().written.size(), 1u);
+}
+
+TEST_F(FamilyWriterTest, SubjectsLoseTheirPrefixMark)
+{
+    WriteText(kAppointmentTable, 0x0037, u"\u0001\u0001");
+    EXPECT_TRUE(Item().written.empty()) << "nothing but the mark";
+    WriteText(kAppointmentTable, 0x0037, u"\u0001\u0005FW: lunch");
+    EXPECT_EQ(Item().Text("Subject"), u"FW: lunch");
+}
+
+TEST_F(FamilyWriterTest, FailuresLeaveWithWhatWasWrittenInPlace)
+{
+    WriteText(kContactTable, 0x3A11, u"Ann");
+    component.FailCalls("SetText:Account", E_FAIL);
+    EXPECT_THROW(WriteText(kContactTable, 0x3A00, u"x"), _com_error);
+    EXPECT_EQ(Item().written, (std::vector<std::string>{"Surname"}));
+    for (const std::uint16_t id : {std::uint16_t{0x3A00}, std::uint16_t{0x1234}}) {
+        try {
+            WriteFamilyProperty(kContactTable, {}, {id, kString, 0x20}, source);
+            ADD_FAILURE() << "wrote to no item";
+        } catch (const _com_error& error) {
+            EXPECT_EQ(error.Error(), E_POINTER);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pastille::tests
