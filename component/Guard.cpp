@@ -32,7 +32,6 @@ writer::HRESULT ResultOf(pst::Refusal reason)
         case Refusal::TooLarge:
             return writer::E_INVALIDARG;
         case Refusal::NotLoggedOn:
-        case Refusal::SourceFailed:
             break;
     }
     return writer::E_FAIL;

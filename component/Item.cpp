@@ -19,18 +19,19 @@ class CAttachmentList final : public IAttachmentList {
 public:
     explicit CAttachmentList(std::shared_ptr<CItemCore> core) : m_core(std::move(core)) {}
 
-    void AddAttachment(const std::filesystem::path& file, std::u16string_view name) override
+    void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
+                       std::u16string_view displayName) override
     {
-        Guarded<IAttachmentList>([&] { m_core->AddFile(file, name); });
+        Guarded<IAttachmentList>([&] { m_core->AddFile(content, fileName, displayName); });
     }
-    void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view name) override
+    void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) override
     {
         if (!item)
             throw writer::_com_error(writer::E_POINTER, kInterfaceId);
         const auto object = std::dynamic_pointer_cast<IItemObject>(item.Shared());
         if (!object)
             throw writer::_com_error(writer::E_INVALIDARG, kInterfaceId);
-        Guarded<IAttachmentList>([&] { m_core->AddItem(object->Core(), name); });
+        Guarded<IAttachmentList>([&] { m_core->AddItem(object->Core(), displayName); });
     }
     std::int32_t GetCount() override
     {
@@ -44,9 +45,9 @@ private:
 /// What Reply and Forward return: the answer itself is never made.
 class CAnswer final : public IObject {};
 
-/// An item of one family. All families behave alike; only their interfaces differ.
+/// An item of one family. All families behave alike but for their interfaces and the picture of a contact.
 template <class Interface>
-class CItem final : public Interface, public IItemObject {
+class CItem : public Interface, public IItemObject {
 public:
     explicit CItem(std::shared_ptr<CItemCore> core) : m_core(std::move(core)) {}
 
@@ -111,13 +112,22 @@ private:
     std::shared_ptr<CItemCore> m_core;
 };
 
+class CContact final : public CItem<writer::IContactItem> {
+public:
+    using CItem::CItem;
+    void AddPicture(platform::IByteStream& content, std::u16string_view fileName) override
+    {
+        Guarded<IContactItem>([&] { Core().AddPicture(content, fileName); });
+    }
+};
+
 }  // namespace
 
 std::shared_ptr<IMessageItem> MakeItem(std::shared_ptr<CItemCore> core)
 {
     switch (FamilyOf(core->Class())) {
         case ItemFamily::Contact:
-            return std::make_shared<CItem<writer::IContactItem>>(std::move(core));
+            return std::make_shared<CContact>(std::move(core));
         case ItemFamily::Task:
             return std::make_shared<CItem<writer::ITaskItem>>(std::move(core));
         case ItemFamily::Appointment:

@@ -1,8 +1,10 @@
 #include "component/ItemCore.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 
+#include "component/ItemCompletion.h"
 #include "component/ItemFamily.h"
 #include "component/ItemValues.h"
 #include "component/pst/messaging/MessagingIds.h"
@@ -10,6 +12,7 @@
 #include "format/PropertyContext.h"
 #include "format/PropertyIds.h"
 #include "platform/Host.h"
+#include "platform/Text.h"
 #include "writer/OleDate.h"
 
 namespace pastille::component {
@@ -23,6 +26,10 @@ namespace pid = format::pid;
 
 /// The most bytes that a value can have: PidTagMessageSize counts them.
 constexpr std::uint64_t kLargestValue = 0x7FFFFFFF;
+
+/// PidLidHasPicture and the usual name of a contact's picture. [MS-OXOCNTC] 2.2.1.8
+constexpr std::uint32_t kLidHasPicture = 0x8015;
+constexpr std::u16string_view kPictureName = u"ContactPicture.jpg";
 
 /// The present moment as a FILETIME.
 std::uint64_t Now()
@@ -171,8 +178,13 @@ std::u16string CItemCore::Text(const ItemProperty& property)
     const auto value = id ? Value(*id) : std::nullopt;
     if (!value)
         return {};
-    const auto codePage = *id == pid::kHtml ? Value(pid::kInternetCodepage) : std::nullopt;
-    return LoadText(property, *value, codePage ? pst::AsInteger32(*codePage).value_or(0) : 0);
+    return LoadText(property, *value, *id == pid::kHtml ? HtmlCodePage() : 0);
+}
+
+std::uint32_t CItemCore::HtmlCodePage()
+{
+    const auto codePage = Value(pid::kInternetCodepage);
+    return codePage ? pst::AsInteger32(*codePage).value_or(0) : 0;
 }
 
 void CItemCore::SetText(const ItemProperty& property, std::u16string_view text)
@@ -180,10 +192,12 @@ void CItemCore::SetText(const ItemProperty& property, std::u16string_view text)
     RequireKind(property, PropertyKind::Text);
     Draft();
     const auto id = MakeId(property);
-    auto value = StoreText(property, id, text);
-    if (value && id == pid::kHtml)
-        Put(pid::kInternetCodepage, pst::Integer32Value(pid::kInternetCodepage, kUtf8CodePage));
-    Put(id, std::move(value));
+    std::uint32_t codePage = id == pid::kHtml ? HtmlCodePage() : 0;
+    if (id == pid::kHtml && !text.empty() && platform::CodePageName(codePage).empty()) {
+        codePage = kUtf8CodePage;
+        Put(pid::kInternetCodepage, pst::Integer32Value(pid::kInternetCodepage, codePage));
+    }
+    Put(id, StoreText(*m_store, property, id, text, codePage));
 }
 
 double CItemCore::Date(const ItemProperty& property)
@@ -242,9 +256,12 @@ void CItemCore::SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb)
 
 void CItemCore::Save()
 {
+    if (m_livesInAnother)
+        return;
     pst::MessageDraft& draft = Draft();
     if (m_message)
         draft.properties.Set(pst::TimeValue(pid::kLastModificationTime, Now()));
+    CompleteItem(*m_store, Class(), draft.properties);
     m_message = m_store->SaveMessage(m_folder, m_message, draft);
 }
 
@@ -254,21 +271,49 @@ std::int32_t CItemCore::AttachmentCount()
                    : m_store->AttachmentCount(*m_message);
 }
 
-void CItemCore::AddFile(const std::filesystem::path& file, std::u16string_view name)
+pst::Attachment& CItemCore::AddFile(const pst::AttachmentFile& file)
 {
     auto& attachments = Draft().attachments;
+    // What came after the item became part of another one would be lost.
+    if (m_livesInAnother)
+        throw pst::CStoreError(pst::Refusal::BadArgument);
     const auto number = static_cast<std::uint32_t>(attachments.size());
-    attachments.push_back(m_store->AddFileAttachment(file, name, number));
+    attachments.push_back(m_store->AddFileAttachment(file, number));
+    return attachments.back();
 }
 
-void CItemCore::AddItem(CItemCore& item, std::u16string_view name)
+void CItemCore::AddFile(platform::IByteStream& content, std::u16string_view fileName,
+                        std::u16string_view displayName)
+{
+    AddFile({content, fileName, displayName});
+}
+
+bool CItemCore::HasPicture() const
+{
+    return std::ranges::any_of(m_draft->attachments, &pst::Attachment::isContactPhoto);
+}
+
+void CItemCore::AddPicture(platform::IByteStream& content, std::u16string_view fileName)
+{
+    Draft();
+    const std::u16string_view name = fileName.empty() ? kPictureName : fileName;
+    if (AddFile({content, name, name, !HasPicture()}).isContactPhoto) {
+        const auto id = m_store->IdOfName({format::propset::kAddress, kLidHasPicture, {}});
+        Put(id, pst::BooleanValue(id, true));
+    }
+}
+
+void CItemCore::AddItem(CItemCore& item, std::u16string_view displayName)
 {
     // Block and property ids mean something in their own file only.
-    if (item.m_store != m_store)
+    const bool isSame = &item == this || (m_message && item.m_message == m_message);
+    if (item.m_store != m_store || isSame || m_livesInAnother)
         throw pst::CStoreError(pst::Refusal::BadArgument);
     auto& attachments = Draft().attachments;
     const auto number = static_cast<std::uint32_t>(attachments.size());
-    attachments.push_back(m_store->AddEmbeddedMessage(item.Draft(), name, number));
+    CompleteItem(*m_store, item.Class(), item.Draft().properties);
+    attachments.push_back(m_store->AddEmbeddedMessage(item.Draft(), displayName, number));
+    item.m_livesInAnother = !item.m_message;
 }
 
 }  // namespace pastille::component

@@ -37,9 +37,12 @@ public:
     void Save();
 
     std::int32_t AttachmentCount();
-    void AddFile(const std::filesystem::path& file, std::u16string_view name);
-    /// Adds the other item as it is now.
-    void AddItem(CItemCore& item, std::u16string_view name);
+    void AddFile(platform::IByteStream& content, std::u16string_view fileName,
+                 std::u16string_view displayName);
+    /// As AddFile; what begins like a picture becomes the contact's picture when it has none yet.
+    void AddPicture(platform::IByteStream& content, std::u16string_view fileName);
+    /// Adds the other item as it is now. One that is not saved yet lives in this one from then on.
+    void AddItem(CItemCore& item, std::u16string_view displayName);
 
     pst::CPstStore& Store() { return *m_store; }
 
@@ -49,14 +52,18 @@ private:
     std::uint16_t MakeId(const writer::ItemProperty& property);
     void Put(std::uint16_t id, std::optional<pst::PropertyValue> value);
     std::uint32_t Flags();
+    std::uint32_t HtmlCodePage();
     void SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb);
     pst::MessageDraft& Draft();
+    pst::Attachment& AddFile(const pst::AttachmentFile& file);
+    bool HasPicture() const;
     /// Gives a distribution list its two member lists, empty: a list that lacks them is refused by readers.
     void GiveNoMembers();
 
     std::shared_ptr<pst::CPstStore> m_store;
     pst::Folder& m_folder;
     std::optional<format::Nid> m_message;            ///< once saved
+    bool m_livesInAnother = false;                   ///< saving it puts it into no folder
     std::optional<pst::MessageDraft> m_draft;        ///< once changed
     std::unique_ptr<pst::CPropertyReader> m_reader;  ///< of the saved item, while there is no draft
 };

@@ -19,59 +19,85 @@ using format::PropertyTag;
 using format::PropertyType;
 using pst::PropertyValue;
 
-std::vector<std::byte> StoreBytes(const writer::ItemProperty& property, std::u16string_view text)
+/// UTF-16 units that are encoded at a time.
+constexpr std::size_t kPieceUnits = 1u << 15;
+
+/// Hands a text over in pieces that cut no surrogate pair.
+template <class Encode>
+void WritePieces(pst::CLongValueWriter& to, std::u16string_view text, Encode&& encode)
 {
-    if (property.number == format::pid::kHtml) {
-        const std::string utf8 = platform::ToUtf8(text);
-        const auto bytes = std::as_bytes(std::span(utf8));
-        return {bytes.begin(), bytes.end()};
+    while (!text.empty()) {
+        const std::u16string_view piece = pst::CutText(text, kPieceUnits);
+        to.Append(encode(piece));
+        text.remove_prefix(piece.size());
     }
-    auto bytes = pst::NarrowText(text);
-    if (property.number == format::pid::kRtfCompressed && !pst::IsRtfStream(bytes))
-        return pst::StoreRtf(bytes);
-    return bytes;
 }
 
-std::u16string LoadHtml(std::span<const std::byte> bytes, std::uint32_t codePage)
+std::string CodePageOrUtf8(std::uint32_t codePage)
 {
-    const std::string name = "windows-" + std::to_string(codePage);
-    if (codePage != 0 && codePage != kUtf8CodePage && platform::CCodePage::IsKnown(name))
-        return platform::CCodePage(name).ToUtf16(bytes);
-    return platform::FromUtf8({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    const std::string name = platform::CodePageName(codePage);
+    return name.empty() ? platform::CodePageName(kUtf8CodePage) : name;
+}
+
+void WriteHtml(pst::CLongValueWriter& to, std::u16string_view text, std::uint32_t codePage)
+{
+    const platform::CCodePage page(CodePageOrUtf8(codePage));
+    std::string bytes;
+    WritePieces(to, text, [&](std::u16string_view piece) {
+        bytes = page.FromUtf16(piece);
+        return std::as_bytes(std::span(bytes));
+    });
+}
+
+void WriteRtf(pst::CLongValueWriter& to, std::u16string_view text)
+{
+    const auto bytes = pst::NarrowText(text);
+    if (pst::IsRtfStream(bytes))
+        to.Append(bytes);
+    else  // of a damaged stream, what can be had of it
+        to.Append(pst::CompressRtf(pst::LooksLikeRtfStream(bytes) ? pst::DecompressRtf(bytes) : bytes));
+}
+
+void WriteText(pst::CLongValueWriter& to, const writer::ItemProperty& property, std::u16string_view text,
+               std::uint32_t codePage)
+{
+    if (property.storedType == PropertyType::MultipleString)
+        to.Append(pst::EncodeStringList(text));
+    else if (property.storedType == PropertyType::Binary && property.number == format::pid::kHtml)
+        WriteHtml(to, text, codePage);
+    else if (property.storedType == PropertyType::Binary && property.number == format::pid::kRtfCompressed)
+        WriteRtf(to, text);
+    else if (property.storedType == PropertyType::Binary || property.storedType == PropertyType::String8)
+        WritePieces(to, text, pst::NarrowText);
+    else
+        WritePieces(to, text, pst::EncodeString);
 }
 
 std::u16string LoadBytes(const writer::ItemProperty& property, std::span<const std::byte> bytes,
                          std::uint32_t codePage)
 {
     if (property.number == format::pid::kHtml)
-        return LoadHtml(bytes, codePage);
-    return pst::WidenBytes(property.number == format::pid::kRtfCompressed ? pst::StoredRtf(bytes) : bytes);
+        return platform::CCodePage(CodePageOrUtf8(codePage)).ToUtf16(bytes);
+    if (property.number == format::pid::kRtfCompressed)
+        return pst::WidenBytes(pst::DecompressRtf(bytes));
+    return pst::WidenBytes(bytes);
 }
 
 }  // namespace
 
-std::optional<PropertyValue> StoreText(const writer::ItemProperty& property, std::uint16_t id,
-                                       std::u16string_view text)
+std::optional<PropertyValue> StoreText(pst::CPstStore& store, const writer::ItemProperty& property,
+                                       std::uint16_t id, std::u16string_view text, std::uint32_t codePage)
 {
-    const PropertyTag tag{id, property.storedType};
-    PropertyValue value{tag, {}, std::nullopt};
     if (text.empty())
         return std::nullopt;
-    switch (property.storedType) {
-        case PropertyType::MultipleString:
-            value.bytes = pst::EncodeStringList(text);
-            break;
-        case PropertyType::Binary:
-            value.bytes = StoreBytes(property, text);
-            break;
-        case PropertyType::String8:
-            value.bytes = pst::NarrowText(text);
-            break;
-        default:
-            value = pst::StringValue(id, text);
-            break;
-    }
-    return value.bytes.empty() ? std::nullopt : std::optional(std::move(value));
+    auto value = store.NewValue();
+    WriteText(value, property, text, codePage);
+    if (value.Size() == 0)
+        return std::nullopt;
+    const bool isUtf16 = property.storedType != PropertyType::MultipleString &&
+                         property.storedType != PropertyType::Binary &&
+                         property.storedType != PropertyType::String8;
+    return value.Finish({id, isUtf16 ? PropertyType::String : property.storedType});
 }
 
 std::u16string LoadText(const writer::ItemProperty& property, const PropertyValue& value,
@@ -92,8 +118,11 @@ std::u16string LoadText(const writer::ItemProperty& property, const PropertyValu
 
 std::optional<PropertyValue> StoreDate(std::uint16_t id, double date)
 {
-    const std::uint64_t fileTime = date == writer::kNoDate ? 0 : writer::FileTimeFromOleDate(date);
-    return fileTime == 0 ? std::nullopt : std::optional(pst::TimeValue(id, fileTime));
+    const std::uint64_t fileTime = writer::FileTimeFromOleDate(date);
+    // 0 is the first moment that can be stored, and also stands for what cannot be.
+    const bool isStorable = fileTime != 0 || date == writer::OleDateFromFileTime(0);
+    return date == writer::kNoDate || !isStorable ? std::nullopt
+                                                  : std::optional(pst::TimeValue(id, fileTime));
 }
 
 double LoadDate(const PropertyValue& value)

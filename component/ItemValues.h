@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "component/pst/ltp/PropertyBag.h"
+#include "component/pst/messaging/PstStore.h"
 #include "writer/ItemProperties.h"
 
 namespace pastille::component {
@@ -13,10 +14,12 @@ namespace pastille::component {
 // Values of items between the forms in which they cross the component's border and in which the file keeps
 // them. The types stored are those of the descriptor; a value read may be of any type.
 
-/// Nothing for an empty text: an item that lacks the property reads back the same.
-std::optional<pst::PropertyValue> StoreText(const writer::ItemProperty& property, std::uint16_t id,
-                                            std::u16string_view text);
-/// `codePage`: of 8-bit HTML, 0 when the item does not say.
+/// Writes a text into the store; one that is long goes there piece by piece. Nothing for an empty text: an
+/// item that lacks the property reads back the same. `codePage`: of 8-bit HTML, one that CodePageName knows.
+std::optional<pst::PropertyValue> StoreText(pst::CPstStore& store, const writer::ItemProperty& property,
+                                            std::uint16_t id, std::u16string_view text,
+                                            std::uint32_t codePage);
+/// `codePage`: of 8-bit HTML; UTF-8 when it is unknown.
 std::u16string LoadText(const writer::ItemProperty& property, const pst::PropertyValue& value,
                         std::uint32_t codePage);
 
@@ -28,7 +31,7 @@ double LoadDate(const pst::PropertyValue& value);
 pst::PropertyValue StoreNumber(const writer::ItemProperty& property, std::uint16_t id, std::int32_t number);
 std::int32_t LoadNumber(const pst::PropertyValue& value);
 
-/// Code page of the HTML bodies that the component writes.
+/// Code page of HTML bodies whose own one is not known.
 inline constexpr std::uint32_t kUtf8CodePage = 65001;
 
 }  // namespace pastille::component

@@ -33,10 +33,8 @@ TEST_F(ComponentFailures, EachNamesTheInterfaceThatWasCalled)
     CreateStore();
     const auto item = AddItem(root, u"IPM.Note");
     const auto attachments = item->GetAttachments();
-    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(folder / "none", u"x"); }),
-              std::pair(E_NOT_FOUND, IAttachmentList::kInterfaceId));
-    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(folder / "", u"x"); }).second,
-              IAttachmentList::kInterfaceId);
+    EXPECT_EQ(ErrorOf([&] { attachments->AddAttachment(CRef<IStoreItem>(item), u"itself"); }),
+              std::pair(E_INVALIDARG, IAttachmentList::kInterfaceId));
     EXPECT_EQ(ErrorOf([&] { item->SetText(p::Importance, u"x"); }),
               std::pair(E_INVALIDARG, IMessageItem::kInterfaceId));
     EXPECT_EQ(ErrorOf([&] { root->GetItems()->AddItem(std::int32_t{1}); }),
@@ -93,7 +91,7 @@ protected:
                 for (int i = 0; i < 3; ++i) {
                     const auto item = AddItem(sub, u"IPM.Note", u"subject");
                     item->SetText(p::Body, std::u16string(20'000, u'b'));
-                    item->GetAttachments()->AddAttachment(m_attachment, u"a.bin");
+                    Attach(item, m_attachment, u"a.bin");
                     item->Save();
                 }
                 store->Commit();
@@ -116,7 +114,7 @@ protected:
         EXPECT_EQ(item, std::pair(E_MEDIUMFULL, IStoreItem::kInterfaceId));
     }
 
-    const std::filesystem::path m_attachment = WriteFile("a.bin", std::string(100'000, 'a'));
+    const std::string m_attachment = std::string(100'000, 'a');
 };
 
 TEST_F(ComponentFullDisk, LeavesTheLastCommitOrNoStore)

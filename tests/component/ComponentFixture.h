@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,27 @@
 #include "writer/Component.h"
 
 namespace pastille::tests {
+
+/// Hands over bytes in pieces of at most `pieceSize`.
+class CMemoryStream final : public platform::IByteStream {
+public:
+    explicit CMemoryStream(std::string bytes, std::size_t pieceSize = 1000)
+        : m_bytes(std::move(bytes)), m_pieceSize(pieceSize)
+    {
+    }
+    std::size_t Read(std::span<std::byte> into) override
+    {
+        const std::size_t count = std::min({into.size(), m_pieceSize, m_bytes.size() - m_done});
+        std::ranges::copy(std::as_bytes(std::span(m_bytes)).subspan(m_done, count), into.begin());
+        m_done += count;
+        return count;
+    }
+
+private:
+    std::string m_bytes;
+    std::size_t m_pieceSize;
+    std::size_t m_done = 0;
+};
 
 /// A component with one profile, in a folder of its own.
 class CComponentFixture : public testing::Test {
@@ -69,10 +91,12 @@ protected:
             item->SetText(writer::property::Subject, subject);
         return item;
     }
-    std::filesystem::path WriteFile(const std::string& name, const std::string& bytes) const
+    template <class Item>
+    static void Attach(const writer::CRef<Item>& item, const std::string& bytes, std::u16string_view fileName,
+                       std::u16string_view displayName = {})
     {
-        std::ofstream(folder / name, std::ios::binary) << bytes;
-        return folder / name;
+        CMemoryStream stream(bytes);
+        item->GetAttachments()->AddAttachment(stream, fileName, displayName);
     }
 
     CTemporaryFolder folder;

@@ -1,3 +1,4 @@
+#include <fstream>
 #include <vector>
 
 #include "tests/component/ComponentFixture.h"
@@ -72,7 +73,8 @@ TEST_F(ComponentProfiles, DefaultStoreIsTheOneAddedLastAndMissingFilesDoNoHarm)
 TEST_F(ComponentProfiles, StoreIsMadeOnlyWhereNoFileIs)
 {
     CreateStore();
-    const auto taken = WriteFile("taken.pst", "mail of somebody");
+    const auto taken = folder / "taken.pst";
+    std::ofstream(taken, std::ios::binary) << "mail of somebody";
     const auto stores = session->GetStores();
     EXPECT_NE(ErrorOf([&] { stores->AddPstStore(taken, Missing{}, std::u16string(u"x")); }).first, 0);
     EXPECT_EQ(std::filesystem::file_size(taken), 16u);

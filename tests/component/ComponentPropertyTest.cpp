@@ -1,8 +1,6 @@
 #include <functional>
 #include <vector>
 
-#include "component/pst/messaging/RtfStream.h"
-#include "format/Bytes.h"
 #include "tests/component/ComponentFixture.h"
 #include "writer/OleDate.h"
 
@@ -152,6 +150,25 @@ TEST_F(ComponentProperties, OfANewMailAreEmptyUnreadAndUnsent)
               });
 }
 
+TEST_F(ComponentProperties, DatesAtTheEndsOfTheCalendar)
+{
+    static constexpr double kFirst = -109205.0;  // 1601-01-01
+    static constexpr double kLast = 2958465.5;   // 9999-12-31 12:00
+    RoundTrip(
+        [](IMessageItem& item) {
+            item.SetDate(p::DueDate, kFirst);
+            item.SetDate(p::DeliveryTime, kLast);
+            item.SetDate(p::SubmitTime, kFirst - 1);
+            item.SetDate(p::ReminderTime, kNoDate);
+        },
+        [](IMessageItem& item) {
+            EXPECT_EQ(item.GetDate(p::DueDate), kFirst);
+            EXPECT_EQ(item.GetDate(p::DeliveryTime), kLast);
+            EXPECT_EQ(item.GetDate(p::SubmitTime), kNoDate);
+            EXPECT_EQ(item.GetDate(p::ReminderTime), kNoDate);
+        });
+}
+
 TEST_F(ComponentProperties, TextsOfUnusualContentSurvive)
 {
     const std::u16string large(700'000, u'\u00FC');
@@ -177,49 +194,6 @@ TEST_F(ComponentProperties, TextsOfUnusualContentSurvive)
             EXPECT_EQ(item.GetText(p::DisplayTo), std::u16string(2000, u'x'));
             EXPECT_EQ(item.GetText(p::SenderName), u"");
         });
-}
-
-std::u16string StreamText(std::u16string_view type, std::uint32_t crc, std::u16string_view contents)
-{
-    std::vector<std::byte> header(16);
-    format::StoreLE(header, 0, static_cast<std::uint32_t>(contents.size() + 12));
-    format::StoreLE(header, 4, static_cast<std::uint32_t>(contents.size()));
-    for (std::size_t i = 0; i < 4; ++i)
-        header[8 + i] = static_cast<std::byte>(type[i]);
-    format::StoreLE(header, 12, crc);
-    std::u16string text;
-    for (const std::byte b : header)
-        text.push_back(static_cast<char16_t>(b));
-    return text.append(contents);
-}
-
-// The CRC of "123456789" is published, so the stream is right without our own arithmetic.
-constexpr std::uint32_t kCheckCrc = 0x2DFD2D88;
-
-TEST_F(ComponentProperties, RtfStreamsAreKeptAndOtherRtfIsStored)
-{
-    const auto compressed = StreamText(u"LZFu", kCheckCrc, u"123456789");
-    const auto damaged = StreamText(u"LZFu", kCheckCrc ^ 1, u"123456789");
-    const auto stored = StreamText(u"MELA", 0, u"{\\rtf1 x}");
-    for (const auto& [given, read] : {std::pair{compressed, compressed},
-                                      {damaged, damaged},
-                                      {stored, std::u16string(u"{\\rtf1 x}")},
-                                      {std::u16string(u"{\\rtf1}"), std::u16string(u"{\\rtf1}")}}) {
-        const auto item = AddItem(root, u"IPM.Note");
-        item->SetText(p::RtfBody, given);
-        EXPECT_EQ(item->GetText(p::RtfBody), read);
-    }
-    const auto bytesOf = [](std::u16string_view text) {
-        std::vector<std::byte> bytes;
-        for (const char16_t unit : text)
-            bytes.push_back(static_cast<std::byte>(unit));
-        return bytes;
-    };
-    EXPECT_TRUE(component::pst::IsRtfStream(bytesOf(compressed)));
-    EXPECT_TRUE(component::pst::IsRtfStream(bytesOf(stored)));
-    EXPECT_FALSE(component::pst::IsRtfStream(bytesOf(damaged)));
-    EXPECT_FALSE(component::pst::IsRtfStream(bytesOf(compressed + u"x")));
-    EXPECT_EQ(component::pst::StoreRtf(bytesOf(u"{\\rtf1 x}")), bytesOf(stored));
 }
 
 TEST_F(ComponentProperties, ReplyAndForwardSetTheirMarksOnly)

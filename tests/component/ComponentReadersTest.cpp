@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -55,8 +56,8 @@ protected:
         mail->SetText(p::DisplayTo, u"Bob");
         mail->SetDate(p::SubmitTime, 45000.25);
         mail->SetDate(p::DeliveryTime, 45000.5);
-        mail->GetAttachments()->AddAttachment(WriteFile("x", m_large), u"large.bin");
-        mail->GetAttachments()->AddAttachment(WriteFile("y", "small contents"), u"small.txt");
+        Attach(mail, m_large, u"large.bin");
+        Attach(mail, "small contents", u"small.txt");
         mail->Save();
         const auto outer = AddItem(inbox, u"IPM.Note", u"outer mail");
         const auto inner = AddItem(inbox, u"IPM.Note", u"inner mail");
@@ -76,7 +77,44 @@ protected:
         meeting->SetDate(p::NamedDate("Start", format::propset::kAppointment, 0x820D), 45001.5);
         meeting->SetDate(p::NamedDate("End", format::propset::kAppointment, 0x820E), 45001.75);
         meeting->Save();
+        AddBodies(inbox);
+        AddUnusualItems();
         root.Release(), session.Release(), store.Release();
+    }
+    void AddBodies(const CRef<IStoreFolder>& inbox)
+    {
+        const auto rtf = AddItem(inbox, u"IPM.Note", u"a mail in RTF");
+        rtf->SetText(p::RtfBody, std::u16string(m_rtf.begin(), m_rtf.end()));
+        rtf->Save();
+        const auto html = AddItem(inbox, u"IPM.Note", u"a mail in HTML");
+        html->SetNumber(p::InternetCodepage, 1251);
+        html->SetText(p::HtmlBody,
+                      u"<html><body>\u041F\u0440\u0438\u0432\u0435\u0442 of the web</body></html>");
+        html->Save();
+    }
+    /// Types of values that few items have.
+    void AddUnusualItems()
+    {
+        const auto contact = AddItem(FindFolder(root, u"Contacts"), u"IPM.Contact", u"Kim");
+        contact->SetNumber(
+            {"Gender", PropertyKind::Number, PropertyStorage::Tag, 0x3A4D, format::PropertyType::Integer16},
+            2);
+        contact->SetText({"Children", PropertyKind::Text, PropertyStorage::Tag, 0x3A58,
+                          format::PropertyType::MultipleString},
+                         u"Ben;Eve");
+        CMemoryStream picture("\xFF\xD8\xFF picture of Kim");
+        QueryInterface<IContactItem>(contact)->AddPicture(picture, u"");
+        contact->Save();
+        const auto task = AddItem(AddFolder(root, u"Tasks", std::int32_t{13}), u"IPM.Task", u"a task");
+        task->SetText(p::Text("Priority", 0x0026), u"high");
+        task->SetFlag(p::NamedFlag("Complete", format::propset::kTask, 0x811C), 1);
+        task->Save();
+        for (const auto* messageClass :
+             {u"IPM.StickyNote", u"IPM.Activity", u"IPM.Schedule.Meeting.Request"}) {
+            const auto item = AddItem(root, messageClass, u"of another family");
+            item->SetText(p::Body, u"text of another family");
+            item->Save();
+        }
     }
     /// Runs a program; what it says on both streams, with its exit code at the end.
     std::string Run(const std::string& command)
@@ -86,6 +124,8 @@ protected:
         return ReadText(output) + "exit " + std::to_string(code);
     }
 
+    const std::string m_rtf =
+        "{\\rtf1\\ansi\\ansicpg1252\\pard a text that repeats: a text that repeats.}\r\n";
     const std::string m_large = std::string(500'000, '\x01') + "end of it";
 };
 
@@ -104,6 +144,8 @@ TEST_F(ComponentOtherReaders, ReadpstFindsEveryItem)
     EXPECT_EQ(Count(mails, "small.txt"), 2u);
     EXPECT_EQ(Count(mails, "Date: Wed, 15 Mar 2023 06:00:00"), 1u);
     EXPECT_EQ(Count(mails, "the inner body"), 1u);
+    EXPECT_EQ(Count(mails, "of the web"), 1u);
+    EXPECT_EQ(Count(mails, "charset=\"windows-1251\""), 1u);
     EXPECT_EQ(Count(ReadAll(out, ".vcf"), "jane@example.com"), 1u);
     EXPECT_EQ(Count(ReadAll(out, ".ics"), "20230316T120000Z"), 1u);
 }
@@ -121,6 +163,10 @@ TEST_F(ComponentOtherReaders, PffexportExportsEverythingWithoutComplaint)
     EXPECT_EQ(ReadAll(exported, "large.bin"), m_large);
     EXPECT_EQ(ReadAll(exported, "small.txt"), "small contents");
     EXPECT_EQ(Count(ReadAll(exported, "Message.txt"), "the inner body"), 1u);
+    // The program ends the file with a NUL.
+    EXPECT_EQ(ReadAll(exported, "Message.rtf"), m_rtf + '\0');
+    EXPECT_EQ(Count(ReadAll(exported, "Message.html"), "\xCF\xF0\xE8\xE2\xE5\xF2 of the web"), 1u);
+    EXPECT_EQ(ReadAll(exported, "ContactPicture.jpg"), "\xFF\xD8\xFF picture of Kim");
     EXPECT_EQ(Count(ReadAll(exported, "OutlookHeaders.txt"), "one of many"), 500u);
     EXPECT_EQ(Count(ReadAll(exported, "Contact.txt"), "jane@example.com"), 1u);
     EXPECT_EQ(Count(ReadAll(exported, "Appointment.txt"), "Mar 16, 2023 12:00:00"), 1u);

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "component/pst/messaging/Message.h"
+#include "component/pst/messaging/Attachment.h"
 #include "component/pst/messaging/NameMap.h"
 #include "format/Bytes.h"
 #include "format/Guid.h"
@@ -92,7 +92,9 @@ TEST(MessagingShortFileName, HasAtMostEightAndThreePlainCharacters)
                                                                 {u".profile", u"ATTACH~1.pro"},
                                                                 {u"\u6F22.txt", u"ATTACH~1.txt"},
                                                                 {u"a.b.c", u"ab~1.c"},
-                                                                {u"../x", u"ATTACH~1.x"}})
+                                                                {u"../x", u"x"},
+                                                                {u"..\\dir.d/a b.c", u"ab~1.c"},
+                                                                {u"dir.d/..", u"ATTACH~1"}})
         EXPECT_EQ(ShortFileName(name), expected);
 }
 

@@ -9,15 +9,6 @@ namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
 
-constexpr bool IsHighSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-constexpr bool IsLowSurrogate(char16_t unit)
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
 }  // namespace
 
 std::u16string StorableText(std::u16string_view text)

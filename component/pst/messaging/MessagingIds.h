@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "writer/ItemProperties.h"
+
 namespace pastille::component::pst {
 
 /// Properties that only the messaging layer itself needs. [MS-OXPROPS]
@@ -14,12 +16,13 @@ inline constexpr std::uint16_t kPstLrNoRestrictions = 0x6633;
 inline constexpr std::uint16_t kReceiveFolderNid = 0x6605;
 inline constexpr std::uint16_t kSearchState = 0x660B;
 inline constexpr std::uint16_t kLatestPstEnsure = 0x66FA;
+inline constexpr std::uint16_t kAttachmentContactPhoto = 0x7FFF;
 }  // namespace pid
 
 /// Bits of PidTagMessageFlags. [MS-OXCMSG] 2.2.1.6
 namespace messageflag {
-inline constexpr std::uint32_t kRead = 0x01;
-inline constexpr std::uint32_t kUnsent = 0x08;
+inline constexpr std::uint32_t kRead = writer::property::kMessageFlagRead;
+inline constexpr std::uint32_t kUnsent = writer::property::kMessageFlagUnsent;
 inline constexpr std::uint32_t kHasAttachments = 0x10;
 }  // namespace messageflag
 

@@ -5,7 +5,6 @@
 #include "component/pst/messaging/EntryId.h"
 #include "component/pst/messaging/FolderTree.h"
 #include "component/pst/messaging/NameMap.h"
-#include "component/pst/messaging/NameMap.h"
 #include "component/pst/ndb/NdbWriter.h"
 
 namespace pastille::component::pst {
@@ -16,10 +15,6 @@ void PutMandatoryNodes(CNdbWriter& writer, const RecordKey& key, std::u16string_
 
 /// Adds the folders that every store has: root, IPM subtree, search root, search folder, deleted items.
 void AddMandatoryFolders(CFolderTree& folders);
-
-/// Gives the names that mail programs ask every store for their ids. A map without any name is refused by
-/// some readers.
-void AddCommonNames(CNameMap& names);
 
 /// Gives the names that mail programs ask every store for their ids. A map without any name is refused by
 /// some readers.

@@ -53,7 +53,6 @@ std::shared_ptr<CPstStore> CPstStore::Create(platform::IFileSystem& files, const
     if (files.OpenSource(path))
         throw CStoreError(Refusal::Exists);
     std::shared_ptr<CPstStore> store(new CPstStore);
-    store->m_files = &files;
     store->m_file = files.Create(path);
     store->m_writer.emplace(*store->m_file);
     store->StartNew(displayName);
@@ -63,7 +62,6 @@ std::shared_ptr<CPstStore> CPstStore::Create(platform::IFileSystem& files, const
 std::shared_ptr<CPstStore> CPstStore::Open(platform::IFileSystem& files, const std::filesystem::path& path)
 {
     std::shared_ptr<CPstStore> store(new CPstStore);
-    store->m_files = &files;
     store->m_source = files.OpenSource(path);
     if (!store->m_source)
         throw CStoreError(Refusal::NotFound);
@@ -281,20 +279,15 @@ Nid CPstStore::SaveMessage(Folder& folder, std::optional<Nid> message, MessageDr
     return nid;
 }
 
-Attachment CPstStore::AddFileAttachment(const std::filesystem::path& file, std::u16string_view name,
-                                        std::uint32_t number)
+Attachment CPstStore::AddFileAttachment(const AttachmentFile& file, std::uint32_t number)
 {
-    CNdbWriter& writer = Writer();
-    const auto source = m_files->OpenSource(file);
-    if (!source)
-        throw CStoreError(Refusal::NotFound);
-    return WriteFileAttachment(writer, *source, name, number);
+    return WriteFileAttachment(Writer(), file, number);
 }
 
-Attachment CPstStore::AddEmbeddedMessage(MessageDraft& message, std::u16string_view name,
+Attachment CPstStore::AddEmbeddedMessage(MessageDraft& message, std::u16string_view displayName,
                                          std::uint32_t number)
 {
-    return WriteEmbeddedMessage(Writer(), message, name, number);
+    return WriteEmbeddedMessage(Writer(), message, displayName, number);
 }
 
 void CPstStore::PutChangedFolders()

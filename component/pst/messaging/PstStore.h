@@ -11,8 +11,10 @@
 
 #include "component/pst/ltp/PropertyReader.h"
 #include "component/pst/ltp/TableWriter.h"
+#include "component/pst/messaging/Attachment.h"
 #include "component/pst/messaging/EntryId.h"
 #include "component/pst/messaging/FolderTree.h"
+#include "component/pst/messaging/LongValues.h"
 #include "component/pst/messaging/Message.h"
 #include "component/pst/messaging/NameMap.h"
 #include "component/pst/ndb/NdbReader.h"
@@ -81,9 +83,10 @@ public:
     /// Saves a message into a folder. Without `message` as a new one; else in place of that one, which is in
     /// the same folder. Completes the draft as WriteMessage does.
     format::Nid SaveMessage(Folder& folder, std::optional<format::Nid> message, MessageDraft& draft);
-    Attachment AddFileAttachment(const std::filesystem::path& file, std::u16string_view name,
-                                 std::uint32_t number);
-    Attachment AddEmbeddedMessage(MessageDraft& message, std::u16string_view name,
+    /// A value to be written into the store, for a message that is saved later.
+    CLongValueWriter NewValue() { return CLongValueWriter(Writer()); }
+    Attachment AddFileAttachment(const AttachmentFile& file, std::uint32_t number);
+    Attachment AddEmbeddedMessage(MessageDraft& message, std::u16string_view displayName,
                                   std::uint32_t number);
 
 private:
@@ -105,7 +108,6 @@ private:
     void PutChangedFolders();
     void PutNameMap();
 
-    platform::IFileSystem* m_files = nullptr;
     std::unique_ptr<platform::IFile> m_file;          ///< of a store being written
     std::unique_ptr<platform::IByteSource> m_source;  ///< of a store opened for reading
     std::optional<CNdbWriter> m_writer;

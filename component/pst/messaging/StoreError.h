@@ -12,7 +12,6 @@ enum class Refusal {
     TooLarge,  ///< more bytes or names than the format can describe
     NotLoggedOn,
     BadArgument,
-    SourceFailed,  ///< a host file ended early or cannot be read
 };
 
 class CStoreError : public std::exception {

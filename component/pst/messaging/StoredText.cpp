@@ -11,11 +11,6 @@ namespace {
 
 constexpr char16_t kListSeparator = u';';
 
-bool IsHighSurrogate(char16_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
 }  // namespace
 
 std::vector<std::byte> EncodeStringList(std::u16string_view text)

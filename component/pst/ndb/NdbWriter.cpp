@@ -131,7 +131,8 @@ std::vector<format::Bid> CNdbWriter::ReferencesIn(format::Bid internalBlock)
     return references;
 }
 
-void CNdbWriter::AddReference(format::Bid root)
+/// Counts a reference to a block, or one less. Blocks that become or cease to be held take those below along.
+void CNdbWriter::ChangeReferences(format::Bid root, References change)
 {
     std::vector<format::Bid> pending;
     if (root.value != 0)
@@ -140,29 +141,18 @@ void CNdbWriter::AddReference(format::Bid root)
         const format::Bid bid = pending.back();
         pending.pop_back();
         Block& block = BlockOf(bid);
-        if (block.references == kMostReferences)
-            throw std::length_error("a block is referred to too often");
-        if (block.references++ != 0)
-            continue;
-        m_plan.Mark(block.offset, format::BlockExtent(kLayout, block.size));
-        if (block.isInternal)
-            for (const format::Bid child : ReferencesIn(bid))
-                pending.push_back(child);
-    }
-}
-
-void CNdbWriter::DropReference(format::Bid root)
-{
-    std::vector<format::Bid> pending;
-    if (root.value != 0)
-        pending.push_back(root);
-    while (!pending.empty()) {
-        const format::Bid bid = pending.back();
-        pending.pop_back();
-        Block& block = BlockOf(bid);
-        if (--block.references != 0)
-            continue;
-        m_plan.Clear(block.offset, format::BlockExtent(kLayout, block.size));
+        const std::uint64_t extent = format::BlockExtent(kLayout, block.size);
+        if (change == References::OneMore) {
+            if (block.references == kMostReferences)
+                throw std::length_error("a block is referred to too often");
+            if (block.references++ != 0)
+                continue;
+            m_plan.Mark(block.offset, extent);
+        } else {
+            if (--block.references != 0)
+                continue;
+            m_plan.Clear(block.offset, extent);
+        }
         if (block.isInternal)
             for (const format::Bid child : ReferencesIn(bid))
                 pending.push_back(child);
@@ -186,8 +176,8 @@ void CNdbWriter::PutNode(format::Nid nid, format::Bid data, format::Bid sub, for
     if (sub.value != 0)
         BlockOf(sub);
     Guard([&] {
-        AddReference(data);
-        AddReference(sub);
+        ChangeReferences(data, References::OneMore);
+        ChangeReferences(sub, References::OneMore);
         RaiseIndex(nid);
         const Node fresh{nid.value, parent.value, data.value, sub.value};
         Node* const known = m_nodes.Find(nid.value);
@@ -196,8 +186,8 @@ void CNdbWriter::PutNode(format::Nid nid, format::Bid data, format::Bid sub, for
             return;
         }
         const Node old = std::exchange(*known, fresh);
-        DropReference({old.data});
-        DropReference({old.sub});
+        ChangeReferences({old.data}, References::OneLess);
+        ChangeReferences({old.sub}, References::OneLess);
     });
 }
 
@@ -209,8 +199,8 @@ bool CNdbWriter::RemoveNode(format::Nid nid)
             return false;
         const Node old = *known;
         m_nodes.Erase(nid.value);
-        DropReference({old.data});
-        DropReference({old.sub});
+        ChangeReferences({old.data}, References::OneLess);
+        ChangeReferences({old.sub}, References::OneLess);
         return true;
     });
 }

@@ -110,8 +110,8 @@ private:
     const Block& BlockOf(format::Bid bid) const;
     format::Bid AppendBlock(std::span<const std::byte> bytes, bool isInternal);
     std::vector<format::Bid> ReferencesIn(format::Bid internalBlock);
-    void AddReference(format::Bid bid);
-    void DropReference(format::Bid bid);
+    enum class References { OneMore, OneLess };
+    void ChangeReferences(format::Bid root, References change);
     void RaiseIndex(format::Nid nid);
 
     format::BlockReference WriteTree(format::PageType tree);
