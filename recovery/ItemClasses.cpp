@@ -90,13 +90,13 @@ CRef<IMessageItem> Typed(const CRef<IObject>& object)
 
 /// In the order of ItemFamily.
 constexpr FamilyTraits kTraits[] = {
-    {u"Mail Subject: ", &Typed<IMessageItem>, nullptr},
-    {u"Contact Subject: ", &Typed<IContactItem>, &kContactDisplayName},
-    {u"Task Item: ", &Typed<ITaskItem>, nullptr},
-    {u"Appointment: ", &Typed<IAppointmentItem>, nullptr},
-    {u"Meeting: ", &Typed<IMeetingItem>, nullptr},
-    {u"Journals: ", &Typed<IJournalItem>, nullptr},
-    {u"Notes: ", &Typed<INoteItem>, nullptr},
+    {u"Mail Subject: ", &Typed<IMessageItem>, nullptr, nullptr},
+    {u"Contact Subject: ", &Typed<IContactItem>, &kContactDisplayName, &kContactTable},
+    {u"Task Item: ", &Typed<ITaskItem>, nullptr, &kTaskTable},
+    {u"Appointment: ", &Typed<IAppointmentItem>, nullptr, &kAppointmentTable},
+    {u"Meeting: ", &Typed<IMeetingItem>, nullptr, &kMeetingTable},
+    {u"Journals: ", &Typed<IJournalItem>, nullptr, &kJournalTable},
+    {u"Notes: ", &Typed<INoteItem>, nullptr, &kNoteTable},
 };
 static_assert(std::size(kTraits) == kItemFamilies);
 

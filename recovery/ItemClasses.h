@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "writer/Component.h"
+#include "writer/FamilyWriter.h"
 
 namespace pastille::recovery {
 
@@ -37,6 +38,8 @@ struct FamilyTraits {
     writer::CRef<writer::IMessageItem> (*typed)(const writer::CRef<writer::IObject>& object);
     /// What stands in for an empty subject; nullptr when nothing does.
     const writer::ItemProperty* subjectStandIn;
+    /// What is kept of the items; nullptr for mails, which have a writer of their own.
+    const writer::FamilyTable* table;
 };
 const FamilyTraits& TraitsOf(ItemFamily family);
 

@@ -1,7 +1,10 @@
 #include "recovery/ItemPlacement.h"
 
+#include <chrono>
+
 #include "platform/Messages.h"
 #include "recovery/Texts.h"
+#include "writer/OleDate.h"
 
 namespace pastille::recovery {
 namespace {
@@ -9,6 +12,16 @@ namespace {
 using namespace writer;
 
 constexpr std::int16_t kSent = 1;
+constexpr std::u16string_view kPlaceholderClass = u"IPM.Note";
+
+double OleDateOf(std::chrono::system_clock::time_point time)
+{
+    using namespace std::chrono;
+    constexpr std::uint64_t kTicksPerMillisecond = 10'000;  // of a FILETIME
+    // Nanoseconds since 1601 would not fit.
+    const auto sinceEpoch = floor<milliseconds>(time) - sys_days(year{1601} / January / 1);
+    return OleDateFromFileTime(static_cast<std::uint64_t>(sinceEpoch.count()) * kTicksPerMillisecond);
+}
 
 /// The kind of default folder that a rule falls back on, 0 for none.
 std::int32_t FolderKind(const ClassRule* rule)
@@ -30,6 +43,29 @@ PlacedItem CItemPlacement::Place(const std::u16string& messageClass, std::uint32
     if (!Route(messageClass, parentNid) || !Create(messageClass, placed))
         PlaceInFallback(messageClass, placed);
     return placed;
+}
+
+PlacedItem CItemPlacement::CreateEmbedded(const std::u16string& messageClass)
+{
+    PlacedItem placed;
+    if (!m_recovery.output.target)
+        m_recovery.output.target = FallbackFolder();
+    if (!Create(messageClass, placed) && !placed.classSkipped)
+        CreateMail(messageClass, placed);
+    return placed;
+}
+
+CRef<IMessageItem> CItemPlacement::CreatePlaceholder()
+{
+    m_recovery.output.target = FallbackFolder();
+    PlacedItem placed;
+    if (!CreateMail(std::u16string(kPlaceholderClass), placed))
+        throw _com_error(E_POINTER, IMessageItem::kInterfaceId);
+    placed.item->SetText(property::Subject, kPlaceholderSubject);
+    placed.item->SetText(property::AddressLine, kPlaceholderAddress);
+    placed.item->SetText(property::SenderEmailAddress, kPlaceholderAddress);
+    placed.item->SetDate(property::DeliveryTime, OleDateOf(m_recovery.clock()));
+    return placed.item;
 }
 
 bool CItemPlacement::Route(std::u16string_view messageClass, std::uint32_t parentNid)

@@ -32,6 +32,12 @@ public:
 
     /// Routes an item of the node list and creates it; in the fallback folder when it has no other.
     PlacedItem Place(const std::u16string& messageClass, std::uint32_t parentNid);
+    /// Creates an item that is to be embedded in another one: in the current target folder, by the same
+    /// classes, but a class too short for an item gives a mail at once.
+    PlacedItem CreateEmbedded(const std::u16string& messageClass);
+    /// A mail of the current time that carries the attachments of an item that takes none: in the fallback
+    /// folder, which becomes the current target.
+    writer::CRef<writer::IMessageItem> CreatePlaceholder();
 
 private:
     bool Route(std::u16string_view messageClass, std::uint32_t parentNid);

@@ -7,21 +7,22 @@ namespace pastille::recovery {
 
 using namespace writer;
 
-void CItemReader::Read(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid)
+void CItemReader::Read(std::uint32_t bidData, std::uint32_t bidSub, std::optional<std::uint32_t> parentNid)
 try {
+    m_parentNid = parentNid;
     m_placed = PlacedItem();
     m_bodies = BodyLocator();
     m_subjectSeen = false;
-    m_mailWriter.BeginMessage();
+    m_mailWriter.BeginMessage(parentNid.has_value());
     if (m_source.Open(bidData, bidSub))
-        WalkProperties(parentNid);
+        WalkProperties();
 } catch (const _com_error& error) {
     if (error.IsStorageFailure())
         throw;
     // The rest of the item is lost; what its mail holds by now is still saved.
 }
 
-void CItemReader::WalkProperties(std::uint32_t parentNid)
+void CItemReader::WalkProperties()
 {
     for (const store::PropertyRecord& record : m_source.Records()) {
         if (record.id == format::pid::kMessageClass) {
@@ -30,7 +31,8 @@ void CItemReader::WalkProperties(std::uint32_t parentNid)
                 m_bodies = BodyLocator();
                 return;
             }
-            m_placed = m_placement.Place(*messageClass, parentNid);
+            m_placed = m_parentNid ? m_placement.Place(*messageClass, *m_parentNid)
+                                   : m_placement.CreateEmbedded(*messageClass);
         }
         m_mailWriter.Record({record.id, record.type, record.value});
         try {
@@ -48,6 +50,9 @@ void CItemReader::WriteProperty(const store::PropertyRecord& record)
 {
     if (m_placed.IsMail())
         WriteMailProperty(record);
+    else if (m_placed.item)
+        WriteFamilyProperty(*TraitsOf(*m_placed.family).table, m_placed.item,
+                            {record.id, record.type, record.value}, m_source);
 }
 
 void CItemReader::WriteMailProperty(const store::PropertyRecord& record)
@@ -79,8 +84,10 @@ void CItemReader::Finish()
     IMessageItem& item = *m_placed.item;
     if (traits.subjectStandIn != nullptr && item.GetText(property::Subject).empty())
         item.SetText(property::Subject, item.GetText(*traits.subjectStandIn));
-    item.Save();
-    ++m_recovery.figures.items[static_cast<std::size_t>(*m_placed.family)];
+    if (m_parentNid) {  // an embedded item is saved when it has its place
+        item.Save();
+        ++m_recovery.figures.items[static_cast<std::size_t>(*m_placed.family)];
+    }
     m_recovery.log.Write(
         std::u16string(u"\r\n\r\n").append(traits.logLabel).append(item.GetText(property::Subject)));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "recovery/ItemPlacement.h"
 #include "recovery/MailBody.h"
@@ -15,18 +16,24 @@ namespace pastille::recovery {
 /// the order of the property context.
 class CItemReader {
 public:
-    CItemReader(store::RunContext& run, RecoveryRun& recovery)
+    CItemReader(store::RunContext& run, RecoveryRun& recovery, CItemPlacement& placement)
         : m_run(run),
           m_recovery(recovery),
-          m_placement(run, recovery),
+          m_placement(placement),
           m_mailWriter(run.frontEnd),
           m_source(run.source, recovery.output.target)
     {
     }
 
-    /// Reads the item. A failing component call costs one property, or what is left of the item; raises
-    /// _com_error only when the file below the store cannot be written.
-    void Read(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid);
+    /// Reads the item of a node. A failing component call costs one property, or what is left of the item;
+    /// raises _com_error only when the file below the store cannot be written.
+    void Read(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid)
+    {
+        Read(bidData, bidSub, std::optional(parentNid));
+    }
+    /// The same for an item that is to be embedded in another one: it is not routed, shows no row, and is not
+    /// saved here.
+    void ReadEmbedded(std::uint32_t bidData, std::uint32_t bidSub) { Read(bidData, bidSub, std::nullopt); }
 
     /// Of the item read last.
     const PlacedItem& Placed() const { return m_placed; }
@@ -34,7 +41,8 @@ public:
     CSourceItem& Source() { return m_source; }
 
 private:
-    void WalkProperties(std::uint32_t parentNid);
+    void Read(std::uint32_t bidData, std::uint32_t bidSub, std::optional<std::uint32_t> parentNid);
+    void WalkProperties();
     void WriteProperty(const store::PropertyRecord& record);
     void WriteMailProperty(const store::PropertyRecord& record);
     void WriteMailSubject(const writer::SourceProperty& property);
@@ -42,9 +50,10 @@ private:
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
-    CItemPlacement m_placement;
+    CItemPlacement& m_placement;
     writer::CMailWriter m_mailWriter;
     CSourceItem m_source;
+    std::optional<std::uint32_t> m_parentNid;  ///< none: the item is embedded
     PlacedItem m_placed;
     BodyLocator m_bodies;
     bool m_subjectSeen = false;

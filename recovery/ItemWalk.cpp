@@ -14,6 +14,18 @@ constexpr unsigned kWholePercent = 100;
 /// Below this number of nodes the number done is shown as it is.
 constexpr std::uint32_t kFewNodes = 101;
 
+/// Does a step of an item's recovery: whatever the item does to this program costs that step and no other.
+/// Raises _com_error only when the file below the store cannot be written.
+template <class Step>
+void Guarded(Step step)
+try {
+    step();
+} catch (const _com_error& error) {
+    if (error.IsStorageFailure())
+        throw;
+} catch (const std::exception&) {
+}
+
 }  // namespace
 
 void CItemWalk::Run()
@@ -50,49 +62,66 @@ bool CItemWalk::WalkNodes()
 /// Returns true when the node's item went to the fallback folder.
 bool CItemWalk::ProcessNode(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid)
 {
-    m_work.clear();
-    m_work.push_back({bidData, bidSub});
+    // What a node holds lies in the file once; some of it may be named twice.
+    const std::uint64_t mostBytes = 2 * m_run.source.file.Size();
+    m_work.Start(bidData, bidSub, mostBytes);
+    m_reader.Source().AllowTexts(mostBytes);
     bool isInFallback = false;
-    try {
-        for (std::size_t i = 0; i < m_work.size(); ++i) {
+    Guarded([&] {
+        for (std::size_t i = 0; i < m_work.Size(); ++i) {
             const bool placedInFallback = ProcessWorkItem(i, parentNid);
             isInFallback = isInFallback || (i == 0 && placedInFallback);
         }
-    } catch (const _com_error& error) {
-        if (error.IsStorageFailure())
-            throw;
-    } catch (const std::exception&) {
-        // Whatever an item does to this program costs that item and no other.
-    }
-    try {
-        SaveMail();
-    } catch (const _com_error& error) {
-        if (error.IsStorageFailure())
-            throw;
-    } catch (const std::exception&) {
-        // As above.
-    }
-    m_work.clear();
+    });
+    FinishItems();
+    m_work.Clear();
     return isInFallback;
 }
 
 bool CItemWalk::ProcessWorkItem(std::size_t index, std::uint32_t parentNid)
 {
-    m_reader.Read(m_work[index].bidData, m_work[index].bidSub, parentNid);
+    if (!m_run.source.reader.Find(m_work[index].bidData))
+        return false;
+    ReadItem(index, parentNid);
     const PlacedItem& placed = m_reader.Placed();
-    if (placed.IsMail()) {
-        m_work[index].mail = placed.item;
-        if (m_reader.Bodies().deciding != 0)
-            WriteHeapBody(m_reader.Source(), m_reader.Bodies(), placed.item);
-    }
+    const auto allows = [this](std::uint64_t bytes) { return m_work.SpendBytes(bytes); };
+    const bool goesOn = !placed.IsMail() || WriteBody(m_reader.Source(), m_reader.Bodies(),
+                                                      m_run.settings.codePage, allows, placed.item);
+    if (goesOn)
+        m_attachments.Read(m_work, index, m_reader.Source().Subnodes());
     return placed.isInFallback;
 }
 
-void CItemWalk::SaveMail()
+void CItemWalk::ReadItem(std::size_t index, std::uint32_t parentNid)
 {
-    const auto& mail = m_work.front().mail;
-    if (!mail)
-        return;
+    WorkItem& item = m_work[index];
+    if (item.IsEmbedded())
+        m_reader.ReadEmbedded(item.bidData, item.bidSub);
+    else
+        m_reader.Read(item.bidData, item.bidSub, parentNid);
+    item.item = m_reader.Placed().item;
+    item.family = m_reader.Placed().family;
+}
+
+/// Embedded items go into their parents, the last one first, so that each one is whole when it is attached;
+/// mails that stand for themselves are saved after that.
+void CItemWalk::FinishItems()
+{
+    for (std::size_t i = m_work.Size(); i-- > 1;) {
+        if (m_work[i].item)
+            Guarded([&] { m_attachments.AttachMessage(m_work, i); });
+    }
+    for (std::size_t i = m_work.Size(); i-- > 0;) {
+        WorkItem& item = m_work[i];
+        if (item.placeholder)
+            Guarded([&] { SaveMail(item.placeholder); });
+        if (!item.IsEmbedded() && item.IsMail())
+            Guarded([&] { SaveMail(item.item); });
+    }
+}
+
+void CItemWalk::SaveMail(const CRef<IMessageItem>& mail)
+{
     mail->Save();
     ++m_recovery.figures.items[static_cast<std::size_t>(ItemFamily::Mail)];
     m_recovery.log.Write(u"\r\nStatus: Recovered\r\n");

@@ -2,26 +2,24 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
+#include "recovery/AttachmentReader.h"
 #include "recovery/ItemReader.h"
 #include "recovery/RecoveryRun.h"
+#include "recovery/WorkList.h"
 #include "store/OutLook.h"
 
 namespace pastille::recovery {
-
-/// One item on the work list of a node. The first one is the node's own.
-struct WorkItem {
-    std::uint32_t bidData;
-    std::uint32_t bidSub;
-    writer::CRef<writer::IMessageItem> mail{};  ///< once it was created
-};
 
 /// Phase 8: tries every node that is left as an item.
 class CItemWalk {
 public:
     CItemWalk(store::RunContext& run, RecoveryRun& recovery)
-        : m_run(run), m_recovery(recovery), m_reader(run, recovery)
+        : m_run(run),
+          m_recovery(recovery),
+          m_placement(run, recovery),
+          m_reader(run, recovery, m_placement),
+          m_attachments(run, recovery, m_placement)
     {
     }
 
@@ -32,14 +30,18 @@ private:
     bool WalkNodes();
     bool ProcessNode(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid);
     bool ProcessWorkItem(std::size_t index, std::uint32_t parentNid);
-    void SaveMail();
+    void ReadItem(std::size_t index, std::uint32_t parentNid);
+    void FinishItems();
+    void SaveMail(const writer::CRef<writer::IMessageItem>& mail);
     void ReportProgress(std::uint64_t done);
     void AnnounceFolders();
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
+    CItemPlacement m_placement;
     CItemReader m_reader;
-    std::vector<WorkItem> m_work;
+    CAttachmentReader m_attachments;
+    CWorkList m_work;
     std::uint64_t m_divisor = 0;
 };
 

@@ -21,6 +21,7 @@ void CRecoveryPipeline::SetUpOutput(store::RunContext& run)
 {
     m_recovery.output.Release();
     m_recovery = RecoveryRun();
+    m_recovery.clock = m_options.clock;
     m_storeFailed = false;
     const SetupHost host{m_options.clock, m_options.helperProgram, m_options.startProgram};
     try {

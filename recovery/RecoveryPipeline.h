@@ -13,7 +13,7 @@
 namespace pastille::recovery {
 
 struct RecoveryOptions {
-    /// Time of the log's entries.
+    /// Time of the log's entries and of the mails that the run makes itself.
     Clock clock = [] { return std::chrono::system_clock::now(); };
     /// The program that registers the component, in the folder of the executable.
     std::filesystem::path helperProgram;

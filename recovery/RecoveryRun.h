@@ -17,6 +17,8 @@ struct RecoveryFigures {
     std::uint64_t folders = 0;                         ///< of the source, that exist in the new store
     std::uint64_t foldersCreated = 0;                  ///< of these, the ones that the run had to make
     std::array<std::uint64_t, kItemFamilies> items{};  ///< saved, by ItemFamily; without embedded messages
+    std::uint64_t attachments = 0;                     ///< files attached, pictures of contacts included
+    std::uint64_t embeddedMessages = 0;                ///< items attached to other items
 
     std::uint64_t ItemsOf(ItemFamily family) const { return items[static_cast<std::size_t>(family)]; }
 };
@@ -45,6 +47,7 @@ struct RecoveryRun {
     CFolderList folders;
     CRunLog log;
     RecoveryFigures figures;
+    Clock clock;                  ///< time of what the run makes itself
     bool ownsOutputFile = false;  ///< whatever lies at the output path was made by this run
 };
 

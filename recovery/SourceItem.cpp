@@ -74,8 +74,12 @@ std::u16string CSourceItem::StringValue(std::uint16_t type, std::uint32_t hnid)
     static const std::vector<store::SubnodeEntry> kNone;
     // Subnodes are read only for a value that may lie in one of them.
     const bool mayBeElsewhere = (hnid & kNidTypeMask) != 0 || !m_heap.Allocation(hnid);
-    return store::ReadStringValue(m_source.reader, m_heap, type, hnid, mayBeElsewhere ? Subnodes() : kNone,
-                                  m_source.codePage);
+    const bool readsSubnodes = mayBeElsewhere && m_textBytesLeft != 0;
+    std::u16string text = store::ReadStringValue(m_source.reader, m_heap, type, hnid,
+                                                 readsSubnodes ? Subnodes() : kNone, m_source.codePage);
+    if (readsSubnodes)
+        m_textBytesLeft -= std::min<std::uint64_t>(m_textBytesLeft, 2 * text.size());
+    return text;
 }
 
 }  // namespace pastille::recovery

@@ -31,11 +31,15 @@ public:
     const std::vector<store::PropertyRecord>& Records() const { return m_records; }
     /// The node's subnodes, read when they are first asked for.
     const std::vector<store::SubnodeEntry>& Subnodes();
+    store::CSourceStore& Source() { return m_source; }
     const store::CSourceStore& Source() const { return m_source; }
 
     /// The message class that a record points to; nothing when it lies outside the block. 8-bit text in ANSI
     /// files, UTF-16 in the others, whatever the record's type says.
     std::optional<std::u16string> MessageClass(const store::PropertyRecord& record) const;
+    /// Renews what the texts in subnodes may take from now on, in bytes; none without it. Any number of
+    /// properties may name one subnode.
+    void AllowTexts(std::uint64_t bytes) { m_textBytesLeft = bytes; }
     /// True when the value can be handed to a writer: it stays inside the block, or is a string that one of
     /// the node's subnodes holds.
     bool IsWithinReach(const writer::SourceProperty& property);
@@ -49,6 +53,7 @@ public:
     std::u16string StringValue(std::uint16_t type, std::uint32_t hnid) override;
     const format::CNamedPropertyMap& NamedProperties() const override { return m_source.namedProperties; }
     const platform::CCodePage& CodePage() const override { return m_source.codePage; }
+    bool IsOst() const override { return m_source.reader.Kind() == store::FileKind::Ost; }
     std::u16string TargetFolderName() override { return m_target->GetName(); }
 
 private:
@@ -60,6 +65,7 @@ private:
     store::CHeapBlock m_heap;
     std::vector<store::PropertyRecord> m_records;
     std::uint32_t m_bidSub = 0;
+    std::uint64_t m_textBytesLeft = 0;
     std::optional<std::vector<store::SubnodeEntry>> m_subnodes;
 };
 

@@ -7,6 +7,9 @@ namespace pastille::recovery {
 // Names that recovery gives to what it makes, and the messages that it shows.
 
 inline constexpr std::u16string_view kLostAndFound = u"Lost & Found";
+inline constexpr std::u16string_view kPlaceholderSubject = u"UnKnown";
+/// Of the placeholder mail; a domain that never exists.
+inline constexpr std::u16string_view kPlaceholderAddress = u"unknown@recovered.invalid";
 inline constexpr std::string_view kStoreNameSuffix = " Recovered";
 inline constexpr std::string_view kProfileBaseName = "Pastille";
 inline constexpr std::string_view kLogFileName = "LogInformation.log";

@@ -22,14 +22,35 @@ std::uint16_t SignatureWord(std::span<const std::byte> block)
 bool BeginsTreeBlock(std::span<const std::byte> bytes)
 {
     switch (format::CByteView(bytes).ReadOrZero<std::uint16_t>(0)) {
-        case 0x0101:
-        case 0x0201:
-        case 0x0002:
-        case 0x0102:
+        case treeword::kXBlock:
+        case treeword::kXXBlock:
+        case treeword::kSlBlock:
+        case treeword::kSiBlock:
             return true;
         default:
             return false;
     }
+}
+
+/// Replaces the bytes with what they inflate to. False, and the bytes stay, when that is nothing or, where a
+/// whole stream is asked for, when there is none.
+bool InflateStream(CBlockReader::Buffer& bytes, bool whole)
+{
+    static thread_local CBlockReader::Buffer output(kLargestInflated);
+    z_stream stream{};
+    stream.next_in = reinterpret_cast<Bytef*>(bytes.data());
+    stream.avail_in = static_cast<uInt>(std::min(bytes.size(), kLargestPacked));
+    stream.next_out = reinterpret_cast<Bytef*>(output.data());
+    stream.avail_out = static_cast<uInt>(output.size());
+    if (inflateInit(&stream) != Z_OK)
+        return false;
+    const int result = inflate(&stream, Z_NO_FLUSH);
+    const std::size_t produced = output.size() - stream.avail_out;
+    inflateEnd(&stream);
+    if (produced == 0 || (whole && result != Z_STREAM_END))
+        return false;
+    bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));
+    return true;
 }
 
 }  // namespace
@@ -67,9 +88,18 @@ bool CBlockReader::DetectCryptMethod(const BlockRecord& block)
     if (m_source.Read(block.ib, std::span(stored).first(wanted)) == 0 ||
         !m_source.UnreadableIn(block.ib, wanted).empty())
         return false;
+    if (TryMethods(block, stored))
+        return true;
+    Buffer whole;
+    return ReadRaw(block, whole) && Unpack(whole) && TryMethods(block, whole);
+}
+
+bool CBlockReader::TryMethods(const BlockRecord& block, std::span<const std::byte> stored)
+{
     using enum format::CryptMethod;
     for (const format::CryptMethod method : {None, Permute, Cyclic}) {
-        auto decoded = stored;
+        std::array<std::byte, 4> decoded{};
+        std::copy_n(stored.begin(), std::min(stored.size(), decoded.size()), decoded.begin());
         format::DecodeBlock(method, block.bid, decoded);
         if (AcceptsSignature(SignatureWord(decoded))) {
             m_method = method;
@@ -92,9 +122,18 @@ bool CBlockReader::ReadRaw(const BlockRecord& block, Buffer& into)
 
 bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into)
 {
+    bool unpacked = false;
+    return ReadDecoded(block, into, unpacked);
+}
+
+bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into, bool& unpacked)
+{
     if (!ReadRaw(block, into))
         return false;
+    unpacked = m_method != format::CryptMethod::None && Unpack(into);
     format::DecodeBlock(m_method, block.bid, into);
+    if (unpacked)
+        return true;  // a stream with a hole would not have been whole
     for (const CSourceFile::Range& hole : m_source.UnreadableIn(block.ib, into.size())) {
         const auto start = into.begin() + static_cast<std::ptrdiff_t>(hole.offset - block.ib);
         std::fill_n(start, hole.length, std::byte{0});
@@ -104,9 +143,20 @@ bool CBlockReader::ReadDecoded(const BlockRecord& block, Buffer& into)
 
 bool CBlockReader::ReadContents(const BlockRecord& block, Buffer& into)
 {
-    if (!ReadDecoded(block, into))
+    bool unpacked = false;
+    if (!ReadDecoded(block, into, unpacked))
         return false;
-    if (!IsHeapSignature(SignatureWord(into)))
+    if (!unpacked && !IsHeapSignature(SignatureWord(into)))
+        Inflate(into);
+    return true;
+}
+
+bool CBlockReader::ReadFilePiece(const BlockRecord& block, Buffer& into)
+{
+    bool unpacked = false;
+    if (!ReadDecoded(block, into, unpacked))
+        return false;
+    if (!unpacked && into.size() < m_layout->largestBlock)
         Inflate(into);
     return true;
 }
@@ -122,22 +172,15 @@ bool CBlockReader::ReadTreeBlock(const BlockRecord& block, Buffer& into)
 
 void CBlockReader::Inflate(Buffer& bytes) const
 {
-    if (m_layout->variant != format::Variant::Unicode4k)
-        return;
-    static thread_local Buffer output(kLargestInflated);
-    z_stream stream{};
-    stream.next_in = reinterpret_cast<Bytef*>(bytes.data());
-    stream.avail_in = static_cast<uInt>(std::min(bytes.size(), kLargestPacked));
-    stream.next_out = reinterpret_cast<Bytef*>(output.data());
-    stream.avail_out = static_cast<uInt>(output.size());
-    if (inflateInit(&stream) != Z_OK)
-        return;
-    // The result code is of no interest: a damaged stream gives what came before the damage.
-    inflate(&stream, Z_NO_FLUSH);
-    const std::size_t produced = output.size() - stream.avail_out;
-    inflateEnd(&stream);
-    if (produced != 0)
-        bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));
+    // Whether the stream is whole is of no interest: a damaged one gives what came before the damage.
+    if (m_layout->variant == format::Variant::Unicode4k)
+        InflateStream(bytes, false);
+}
+
+/// Replaces the bytes only when all of a zlib stream is there, its checksum included.
+bool CBlockReader::Unpack(Buffer& bytes) const
+{
+    return m_layout->variant == format::Variant::Unicode4k && InflateStream(bytes, true);
 }
 
 }  // namespace pastille::store

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "format/Crypt.h"
@@ -14,6 +15,20 @@ namespace pastille::store {
 
 /// What the client magic of the header says. [MS-PST] 2.2.2.6 wMagicClient
 enum class FileKind { Unknown, Pst, Ost };
+
+/// First words of tree blocks: btype in the low byte, cLevel in the high byte. [MS-PST] 2.2.2.8.3
+namespace treeword {
+inline constexpr std::uint16_t kXBlock = 0x0101;
+inline constexpr std::uint16_t kXXBlock = 0x0201;
+inline constexpr std::uint16_t kSlBlock = 0x0002;
+inline constexpr std::uint16_t kSiBlock = 0x0102;
+}  // namespace treeword
+
+/// True for the BID of a tree block; those of data blocks have this bit clear. [MS-PST] 2.2.2.2
+constexpr bool IsInternal(std::uint32_t bid)
+{
+    return (bid & 2) != 0;
+}
 
 /// True for the four values of the word at offset 2 of a decoded block that begin a heap-on-node: property
 /// context, table context and the two reserved ones. [MS-PST] 2.3.1.2
@@ -46,10 +61,14 @@ public:
     /// A block's bytes as they stand in the file; what cannot be read is zero. False when nothing can be
     /// read.
     bool ReadRaw(const BlockRecord& block, Buffer& into);
-    /// Bytes read and decoded, not inflated. What cannot be read stays zero.
+    /// Bytes read and decoded; inflated only when they were encoded before they were packed, which the stored
+    /// bytes tell: they are a whole zlib stream. What cannot be read stays zero.
     bool ReadDecoded(const BlockRecord& block, Buffer& into);
     /// A data block's contents: read, decoded, and inflated unless it begins a heap.
     bool ReadContents(const BlockRecord& block, Buffer& into);
+    /// The contents of a data block that is a piece of a file: never taken for a heap, and packed only when
+    /// it is smaller than the largest block.
+    bool ReadFilePiece(const BlockRecord& block, Buffer& into);
     /// A tree block's contents (XBLOCK, SLBLOCK): never encoded; inflated in a 4 KB file when it is packed.
     bool ReadTreeBlock(const BlockRecord& block, Buffer& into);
 
@@ -58,8 +77,13 @@ public:
     void Inflate(Buffer& bytes) const;
 
     std::optional<BlockRecord> Find(std::uint32_t bid) const { return m_table.FindWithRetry(bid); }
+    std::uint64_t SourceSize() const { return m_source.Size(); }
 
 private:
+    bool ReadDecoded(const BlockRecord& block, Buffer& into, bool& unpacked);
+    bool Unpack(Buffer& bytes) const;
+    bool TryMethods(const BlockRecord& block, std::span<const std::byte> stored);
+
     CSourceFile& m_source;
     const CBlockTable& m_table;
     const format::VariantLayout* m_layout = &format::kAnsiLayout;

@@ -1,6 +1,7 @@
 #include "store/DataTree.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "format/Bytes.h"
 #include "platform/Text.h"
@@ -8,11 +9,7 @@
 namespace pastille::store {
 namespace {
 
-// Block header words: btype in the low byte, cLevel in the high byte. [MS-PST] 2.2.2.8.3
-constexpr std::uint16_t kXBlock = 0x0101;
-constexpr std::uint16_t kXXBlock = 0x0201;
-constexpr std::uint16_t kSlBlock = 0x0002;
-constexpr std::uint16_t kSiBlock = 0x0102;
+using namespace treeword;
 
 constexpr std::size_t kMostSubnodes = 700'000;
 constexpr std::size_t kMostDataBlocks = 1'100'000;
@@ -28,10 +25,9 @@ std::uint16_t HeaderWord(const Buffer& block)
 /// internal block is data, whatever its encoded bytes look like.
 Buffer ReadTree(CBlockReader& reader, std::uint32_t bid)
 {
-    constexpr std::uint32_t kInternalBit = 2;
     Buffer bytes;
     const auto block = reader.Find(bid);
-    if (!block || (block->bid & kInternalBit) == 0 || !reader.ReadTreeBlock(*block, bytes))
+    if (!block || !IsInternal(block->bid) || !reader.ReadTreeBlock(*block, bytes))
         bytes.clear();
     return bytes;
 }
@@ -69,6 +65,70 @@ void AppendSubnodes(const Buffer& block, const format::VariantLayout& layout,
     }
 }
 
+/// The tree blocks below an index block. One may be listed any number of times: they end when they add up to
+/// the size of the whole file.
+class CChildBlocks {
+public:
+    explicit CChildBlocks(CBlockReader& reader) : m_reader(reader), m_left(reader.SourceSize()) {}
+
+    /// Empty when the child is not there, and for all further ones when there are too many.
+    Buffer Read(std::uint32_t bid)
+    {
+        Buffer block;
+        if (m_left == 0)
+            return block;
+        block = ReadTree(m_reader, bid);
+        m_left -= std::min<std::uint64_t>(m_left, block.size());
+        return block;
+    }
+
+private:
+    CBlockReader& m_reader;
+    std::uint64_t m_left;
+};
+
+std::vector<std::uint32_t> ListedBelow(CBlockReader& reader, const Buffer& root)
+{
+    std::vector<std::uint32_t> bids;
+    CChildBlocks children(reader);
+    for (const std::uint32_t child : ListedBids(root, reader.Layout())) {
+        if (bids.size() >= kMostDataBlocks)
+            break;
+        const Buffer leaf = children.Read(child);
+        if (HeaderWord(leaf) != kXBlock)
+            continue;
+        const auto listed = ListedBids(leaf, reader.Layout());
+        const std::size_t room = std::min(kMostDataBlocks - bids.size(), listed.size());
+        bids.insert(bids.end(), listed.begin(), listed.begin() + static_cast<std::ptrdiff_t>(room));
+    }
+    return bids;
+}
+
+std::vector<std::uint32_t> LoadTree(CBlockReader& reader, std::uint32_t bid, bool followSubnodes)
+{
+    const auto block = reader.Find(bid);
+    if (!block)
+        return {};
+    if (!IsInternal(block->bid))
+        return {bid};
+    const Buffer root = ReadTree(reader, bid);
+    switch (HeaderWord(root)) {
+        case kXBlock:
+            return ListedBids(root, reader.Layout());
+        case kXXBlock:
+            return ListedBelow(reader, root);
+        case kSlBlock: {
+            std::vector<SubnodeEntry> entries;
+            AppendSubnodes(root, reader.Layout(), entries);
+            if (!followSubnodes || entries.empty())
+                return {};
+            return LoadTree(reader, entries.front().bidData, false);
+        }
+        default:
+            return {};
+    }
+}
+
 }  // namespace
 
 std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub)
@@ -82,10 +142,11 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
         const format::CByteView view(root);
         const std::size_t width = layout.keyWidth;
         const std::size_t count = view.ReadOrZero<std::uint16_t>(2);
+        CChildBlocks children(reader);
         std::size_t at = SubnodeListStart(layout);
         for (std::size_t i = 0; i < count && view.Holds(at, 2 * width) && entries.size() < kMostSubnodes;
              ++i, at += 2 * width) {
-            const Buffer leaf = ReadTree(reader, view.ReadOrZero<std::uint32_t>(at + width));
+            const Buffer leaf = children.Read(view.ReadOrZero<std::uint32_t>(at + width));
             if (HeaderWord(leaf) == kSlBlock)
                 AppendSubnodes(leaf, layout, entries);
         }
@@ -95,41 +156,74 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
 
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData)
 {
-    std::vector<std::uint32_t> bids;
-    const Buffer root = ReadTree(reader, bidData);
-    if (HeaderWord(root) == kXBlock) {
-        bids = ListedBids(root, reader.Layout());
-    } else if (HeaderWord(root) == kXXBlock) {
-        for (const std::uint32_t child : ListedBids(root, reader.Layout())) {
-            if (bids.size() >= kMostDataBlocks)
-                break;
-            const Buffer leaf = ReadTree(reader, child);
-            if (HeaderWord(leaf) != kXBlock)
-                continue;
-            const auto listed = ListedBids(leaf, reader.Layout());
-            const std::size_t room = kMostDataBlocks - std::min(kMostDataBlocks, bids.size());
-            bids.insert(bids.end(), listed.begin(),
-                        listed.begin() + static_cast<std::ptrdiff_t>(std::min(room, listed.size())));
+    return LoadTree(reader, bidData, true);
+}
+
+CDataBlocks::CDataBlocks(CBlockReader& reader, std::vector<std::uint32_t> bids)
+    : m_reader(reader),
+      m_bids(std::move(bids)),
+      m_placesLeft(reader.SourceSize()),
+      m_bytesLeft(std::numeric_limits<std::int32_t>::max())
+{
+}
+
+std::optional<BlockRecord> CDataBlocks::Find(std::uint32_t bid) const
+{
+    const auto block = m_reader.Find(bid);
+    return block && !IsInternal(block->bid) ? block : std::nullopt;
+}
+
+CDataBlocks::Found CDataBlocks::LookUp() const
+{
+    Found found;
+    for (const std::uint32_t bid : m_bids) {
+        if (const auto block = Find(bid)) {
+            ++found.blocks;
+            found.bytes += block->cb;
         }
-    } else if (HeaderWord(root) == kSlBlock) {
-        // The first subnode's data stands for the whole; it is a block, not one more tree.
-        std::vector<SubnodeEntry> entries;
-        AppendSubnodes(root, reader.Layout(), entries);
-        if (!entries.empty() && entries.front().bidData != 0)
-            bids.push_back(entries.front().bidData);
-    } else if (root.empty() && reader.Find(bidData)) {
-        bids.push_back(bidData);
     }
-    return bids;
+    return found;
+}
+
+bool CDataBlocks::Next(bool (CBlockReader::*read)(const BlockRecord&, CBlockReader::Buffer&))
+{
+    while (m_next < m_bids.size() && m_placesLeft != 0 && m_bytesLeft != 0) {
+        const auto block = Find(m_bids[m_next++]);
+        if (!block)
+            continue;
+        m_placesLeft -= std::min(m_placesLeft, format::BlockExtent(m_reader.Layout(), block->cb));
+        if (!(m_reader.*read)(*block, m_contents))
+            continue;
+        m_contents.resize(std::min<std::uint64_t>(m_contents.size(), m_bytesLeft));
+        m_bytesLeft -= m_contents.size();
+        return true;
+    }
+    return false;
+}
+
+std::size_t CDataStream::Read(std::span<std::byte> into)
+{
+    std::size_t done = 0;
+    while (done < into.size()) {
+        if (m_left.empty()) {
+            if (!m_blocks.NextOfFile())
+                break;
+            m_left = m_blocks.Contents();
+        }
+        const std::size_t count = std::min(m_left.size(), into.size() - done);
+        std::copy_n(m_left.begin(), count, into.begin() + static_cast<std::ptrdiff_t>(done));
+        m_left = m_left.subspan(count);
+        done += count;
+    }
+    return done;
 }
 
 void ReadDataTree(CBlockReader& reader, std::uint32_t bidData,
                   const std::function<bool(std::span<const std::byte>)>& take)
 {
-    Buffer contents;
-    for (const std::uint32_t bid : LoadDataTree(reader, bidData)) {
-        const auto block = reader.Find(bid);
-        if (block && reader.ReadContents(*block, contents) && !take(contents))
+    CDataBlocks blocks(reader, LoadDataTree(reader, bidData));
+    while (blocks.Next()) {
+        if (!take(blocks.Contents()))
             return;
     }
 }

@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/FileSystem.h"
 #include "store/BlockReader.h"
 
 namespace pastille::platform {
@@ -27,8 +30,54 @@ struct SubnodeEntry {
 std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub);
 
 /// The BIDs of a node's data blocks behind `bidData`, in order: the block itself when it is no tree. Both
-/// tree levels are followed; BIDs of 0 are left out. At most 1,100,000 BIDs are taken.
+/// tree levels are followed; BIDs of 0 are left out. Behind a subnode block the data of its first entry
+/// stands for the whole. At most 1,100,000 BIDs are taken.
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData);
+
+/// Goes through data blocks in order, those that are there. Tree blocks are no data. A tree may list a block
+/// any number of times: the blocks end when their places add up to the size of the whole file, or when their
+/// contents add up to the 2^31 - 1 bytes that a value may have.
+class CDataBlocks {
+public:
+    /// The reader must outlive this object.
+    CDataBlocks(CBlockReader& reader, std::vector<std::uint32_t> bids);
+
+    /// What of the blocks is there.
+    struct Found {
+        std::size_t blocks = 0;
+        std::uint64_t bytes = 0;  ///< as stored
+    };
+    Found LookUp() const;
+
+    /// Reads the next block. False when there is none.
+    bool Next() { return Next(&CBlockReader::ReadContents); }
+    /// The same for the blocks of a file's bytes.
+    bool NextOfFile() { return Next(&CBlockReader::ReadFilePiece); }
+    /// Of the block read last.
+    std::span<const std::byte> Contents() const { return m_contents; }
+
+private:
+    bool Next(bool (CBlockReader::*read)(const BlockRecord&, CBlockReader::Buffer&));
+    std::optional<BlockRecord> Find(std::uint32_t bid) const;
+
+    CBlockReader& m_reader;
+    std::vector<std::uint32_t> m_bids;
+    std::size_t m_next = 0;
+    std::uint64_t m_placesLeft;
+    std::uint64_t m_bytesLeft;
+    CBlockReader::Buffer m_contents;
+};
+
+/// The bytes of a file that data blocks hold.
+class CDataStream final : public platform::IByteStream {
+public:
+    explicit CDataStream(CDataBlocks blocks) : m_blocks(std::move(blocks)) {}
+    std::size_t Read(std::span<std::byte> into) override;
+
+private:
+    CDataBlocks m_blocks;
+    std::span<const std::byte> m_left;
+};
 
 /// Hands each data block's contents behind `bidData` on, in order; blocks that are not found are skipped.
 /// Stops early when `take` returns false.

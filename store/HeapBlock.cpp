@@ -30,7 +30,7 @@ std::uint64_t CHeapBlock::MapPosition(std::uint32_t hid) const
 std::optional<CHeapBlock::Extent> CHeapBlock::FindExtent(std::uint32_t hid) const
 {
     const std::uint64_t position = MapPosition(hid);
-    if ((hid >> m_blockIndexShift) != 0 || !m_block.Holds(position, 4))
+    if (!IsOwn(hid) || !m_block.Holds(position, 4))
         return std::nullopt;
     const Extent extent{m_block.ReadOrZero<std::uint16_t>(position),
                         m_block.ReadOrZero<std::uint16_t>(position + 2)};

@@ -46,7 +46,7 @@ public:
     /// spare: the test that property values must pass before they are used.
     bool PassesBoundsTest(std::uint32_t hnid) const;
     /// The allocation of a heap identifier: start <= end <= size; empty for 0. Nothing when it lies outside
-    /// the block.
+    /// the block, and for everything that is no own identifier.
     std::optional<format::CByteView> Allocation(std::uint32_t hid) const;
     /// The allocation as a writer takes a value: only when its end exceeds 15, its start is not 0 and below
     /// its end, and its length plus 4 is not above the block's size.

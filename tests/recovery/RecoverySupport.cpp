@@ -44,6 +44,40 @@ recovery::Clock FixedClock()
     return [] { return std::chrono::system_clock::from_time_t(1'795'381'509); };
 }
 
+StoreFormat FormatOf(format::Variant variant, bool ost)
+{
+    StoreFormat format;
+    format.variant = variant;
+    format.ost = ost;
+    if (variant == format::Variant::Unicode4k)
+        format.crypt = format::CryptMethod::None;
+    return format;
+}
+
+StoreDescription InInbox(std::vector<StoreMessage> messages, StoreFormat format)
+{
+    StoreDescription description;
+    description.format = format;
+    description.folders = {{.name = u"Inbox", .messages = std::move(messages)}};
+    // So near the start of a file a subnode entry can pass for a block trailer of a low block id.
+    description.atStart = [](CStoreFile& file) { file.SkipTo(0x20000); };
+    return description;
+}
+
+StoreMessage BareMail(std::vector<StoreProperty> properties)
+{
+    StoreMessage mail;
+    mail.bare = true;
+    mail.properties = std::move(properties);
+    mail.properties.push_back(Text(format::pid::kMessageClass, u"IPM.Note"));
+    return mail;
+}
+
+StoreAttachment File(std::u16string name, std::string_view bytes)
+{
+    return {.fileName = std::move(name), .data = Binary(0, bytes).value};
+}
+
 CRecoveryScenario::CRecoveryScenario(const StoreDescription& description) : m_store(description)
 {
     settings.sourcePath = "/mail/outlook.pst";

@@ -84,6 +84,15 @@ private:
     std::span<const std::byte> m_store;
 };
 
+/// A variant with an encoding that all readers decode alike; packed blocks of 4 KB files are not encoded.
+StoreFormat FormatOf(format::Variant variant, bool ost = false);
+/// A store with one folder, "Inbox", that holds these.
+StoreDescription InInbox(std::vector<StoreMessage> messages, StoreFormat format = {});
+/// A mail with nothing but its class and these.
+StoreMessage BareMail(std::vector<StoreProperty> properties);
+/// An attachment by value.
+StoreAttachment File(std::u16string name, std::string_view bytes);
+
 /// One repair of a built store into the fake component.
 class CRecoveryScenario {
 public:

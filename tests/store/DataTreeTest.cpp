@@ -118,11 +118,79 @@ TEST(DataTree, TreesThatContainThemselvesEnd)
         store.WriteInternalBlock(Tree(1, {kOwn, leaf, kOwn}), {.bid = kOwn});
         store.WriteInternalBlock(Tree(2, {kOther, kOwn, kOther}), {.bid = kOther});
     });
-    // What comes of the tree's own bytes read as data is of no interest, but it ends and is no more than
-    // listed.
-    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(kOwn)).size(), 3u);
     EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(kOther)).size(), 9u);
-    EXPECT_LE(ReadAll(*loaded, kOther).size(), 1000u);
+    EXPECT_EQ(ReadAll(*loaded, kOwn), Pattern(10)) << "tree blocks are no data";
+    EXPECT_EQ(ReadAll(*loaded, kOther), Pattern(10));
+}
+
+TEST(DataTree, ABlockThatIsListedWithoutEndGivesNoMoreThanTheFileHas)
+{
+    std::uint64_t leaf = 0, tree = 0, deep = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        leaf = store.WriteBlock(Pattern(8000));
+        tree = store.WriteInternalBlock(Tree(1, std::vector<std::uint64_t>(1000, leaf)));
+        deep = store.WriteInternalBlock(Tree(2, std::vector<std::uint64_t>(1000, tree)));
+    });
+    const std::uint64_t fileSize = loaded->source.reader.SourceSize();
+    for (const std::uint64_t bid : {tree, deep}) {
+        const std::size_t read = ReadAll(*loaded, bid).size();
+        EXPECT_LE(read, fileSize + 8000);
+        EXPECT_GE(read, fileSize / 2);
+    }
+    EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(deep)).size(), fileSize / 8 + 1000)
+        << "nor are its lists read without end";
+}
+
+TEST(DataTree, BehindASubnodeBlockTheFirstEntryStandsForTheWhole)
+{
+    constexpr std::uint64_t kFirstList = 0x4002, kSecondList = 0x4006;
+    std::uint64_t whole = 0, single = 0;
+    const auto loaded = Load({}, [&](CStoreFile& store) {
+        const std::uint64_t other = store.WriteBlock(Pattern(30));
+        const std::uint64_t tree = store.WriteData(Pattern(2500), "tree", 1000);
+        whole = store.WriteSubnodes({{0x1F, tree, 0}, {0x3F, other, 0}}, "whole");
+        single = store.WriteSubnodes({{0x1F, other, 0}}, "single");
+        store.WriteSubnodes({{0x1F, kSecondList, 0}}, "first", kFirstList);
+        store.WriteSubnodes({{0x1F, kFirstList, 0}}, "second", kSecondList);
+    });
+    EXPECT_EQ(ReadAll(*loaded, whole), Pattern(2500));
+    EXPECT_EQ(ReadAll(*loaded, single), Pattern(30));
+    EXPECT_TRUE(ReadAll(*loaded, kFirstList).empty()) << "lists that name each other";
+}
+
+TEST(DataStream, HandsBlocksOnInPiecesOfAnySize)
+{
+    for (const Variant variant : kAllVariants) {
+        SCOPED_TRACE(VariantName(variant));
+        StoreFormat format;
+        format.variant = variant;
+        format.crypt = format::CryptMethod::None;
+        // The second looks like a heap, the third is as large as blocks get: in a 4 KB file the second may be
+        // packed, the third never is.
+        Bytes heapLike = Pattern(500);
+        format::StoreLE(std::span(heapLike), 2, std::uint16_t{0xBCEC});
+        Bytes largest = Pattern(format::LayoutOf(variant).largestBlock);
+        std::vector<std::uint32_t> bids;
+        const auto loaded = Load(format, [&](CStoreFile& store) {
+            for (const Bytes& block : {Pattern(700), heapLike})
+                bids.push_back(Low(store.WriteBlock(block)));
+            bids.push_back(0xFFFF0);
+            bids.push_back(Low(store.WriteBlock(largest, {.pack = false})));
+        });
+        Bytes expected = Pattern(700);
+        expected.insert(expected.end(), heapLike.begin(), heapLike.end());
+        expected.insert(expected.end(), largest.begin(), largest.end());
+
+        store::CDataBlocks blocks(loaded->source.reader, bids);
+        EXPECT_EQ(blocks.LookUp().blocks, 3u);
+        store::CDataStream stream(std::move(blocks));
+        Bytes all;
+        Bytes piece(333);
+        while (const std::size_t count = stream.Read(piece))
+            all.insert(all.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+        EXPECT_TRUE(all == expected);
+        EXPECT_EQ(stream.Read(piece), 0u);
+    }
 }
 
 TEST(DataTree, LevelsAndKindsThatDoNotExistGiveNoChildren)
@@ -234,6 +302,25 @@ TEST(StringValues, ComeFromTheHeapOrFromTheSubnode)
                   wide ? 2u : 4u)
             << "never more bytes than allowed";
     }
+}
+
+TEST(HeapValues, AreNeverFoundThroughNodeIds)
+{
+    std::map<std::uint16_t, StoredProperty> properties;
+    for (std::uint16_t id = 0x3001; id < 0x3040; ++id)
+        properties[id] = {format::PropertyType::Binary, Pattern(40), {}, false};
+    const Bytes context = BuildPropertyContext(properties, {}, 8176, 16).Finish().front();
+    const store::CHeapBlock heap(format::CByteView(context), format::kUnicodeLayout);
+    const auto records = heap.PropertyRecords(true);
+    ASSERT_TRUE(records);
+    const std::uint32_t hid = records->front().value;
+    EXPECT_TRUE(heap.Value(hid));
+    EXPECT_TRUE(heap.Allocation(hid));
+    for (const std::uint32_t nidType : {0x04u, 0x05u, 0x1Fu}) {
+        EXPECT_FALSE(heap.Value(hid | nidType)) << nidType;
+        EXPECT_FALSE(heap.Allocation(hid | nidType)) << nidType;
+    }
+    EXPECT_FALSE(heap.Value(hid | 0x10000)) << "of the second block";
 }
 
 TEST(StringValues, EmptyAndInvertedAllocationsAreEmptyTexts)

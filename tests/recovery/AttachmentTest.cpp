@@ -1,0 +1,308 @@
+#include <gtest/gtest.h>
+
+#include "tests/recovery/RecoverySupport.h"
+
+namespace pastille::tests {
+namespace {
+
+namespace pid = format::pid;
+using enum format::Variant;
+
+std::string Pattern(std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(i * 7 % 251 + i / 1000);
+    return bytes;
+}
+
+StoreMessage With(std::u16string messageClass, std::vector<StoreAttachment> attachments)
+{
+    StoreMessage item = Mail(u"subject", u"f", u"b", 0);
+    item.messageClass = std::move(messageClass);
+    item.attachments = std::move(attachments);
+    return item;
+}
+
+/// A file without the names that the builder writes, with these properties.
+StoreAttachment Unnamed(std::vector<StoreProperty> properties)
+{
+    StoreAttachment attachment = File(u"", "bytes");
+    attachment.properties = std::move(properties);
+    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename, pid::kAttachMethod};
+    for (const StoreProperty& property : attachment.properties)
+        std::erase(attachment.omitted, property.id);
+    return attachment;
+}
+
+TEST(Attachments, FilesOfEverySizeInEveryVariant)
+{
+    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
+        StoreFormat format = FormatOf(variant);
+        format.childrenPerBlock = 4;
+        StoreAttachment heap = File(u"heap", Pattern(700));
+        StoreAttachment block = File(u"block", Pattern(900));
+        block.inSubnode = true;
+        StoreAttachment tree = File(u"tree", Pattern(3500));
+        tree.leafBytes = 1000;
+        StoreAttachment deepTree = File(u"deep tree", Pattern(14'321));
+        deepTree.leafBytes = 1000;
+        CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {heap, block, tree, deepTree})}, format));
+        scenario.Run();
+        const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
+        ASSERT_EQ(attachments.size(), 4u);
+        const std::pair<const char16_t*, std::size_t> expected[] = {
+            {u"heap", 700}, {u"block", 900}, {u"tree", 3500}, {u"deep tree", 14'321}};
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_EQ(attachments[i].fileName, expected[i].first);
+            EXPECT_EQ(attachments[i].displayName, expected[i].first);
+            EXPECT_TRUE(attachments[i].bytes == Pattern(expected[i].second)) << i;
+        }
+        EXPECT_EQ(scenario.CountInLog(u"Mail Subject: subject\r\nAttachment File Name: heap"
+                                      u"\r\nAttachment File Name: block\r\nAttachment File Name: tree"
+                                      u"\r\nAttachment File Name: deep tree\r\nStatus: Recovered\r\n"),
+                  1u);
+        EXPECT_EQ(scenario.pipeline->Figures().attachments, 4u);
+        EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").saves, 1);
+    }
+}
+
+TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
+{
+    const auto display = [](std::u16string_view text) { return Text(pid::kDisplayName, text); };
+    const auto shortName = [](std::u16string_view text) { return Text(pid::kAttachFilename, text); };
+    const auto longName = [](std::u16string_view text) { return Text(pid::kAttachLongFilename, text); };
+    const StoreProperty byValue = Number(pid::kAttachMethod, 1);
+    const std::u16string overlong(300, u'n');
+    struct Case {
+        std::vector<StoreProperty> properties;
+        std::u16string fileName;  ///< none: no attachment
+        std::u16string displayName;
+    };
+    const Case cases[] = {
+        {{display(u"Plan: draft?"), shortName(u"PLAN~1.TXT"), longName(u"plan.txt")},
+         u"plan.txt",
+         u"Plan  draft "},
+        {{shortName(u"PLAN~1.TXT"), longName(u"plan.txt")}, u"PLAN~1.TXT", u"PLAN~1.TXT"},
+        {{display(u"Plan"), shortName(u"PLAN~1.TXT"), byValue}, u"Plan", u"Plan"},
+        {{display(u"../../etc/x"), longName(u"../../etc/passwd")}, u"../../etc/passwd", u".. .. etc x"},
+        {{display(u"CON"), longName(u"a:b?.txt")}, u"a:b?.txt", u"a:b?.txt"},
+        {{display(overlong), longName(u"long.txt")}, u"long.txt", u"long.txt"},
+        {{display(u"Untitled Attachment"), longName(u"u.txt")}, u"u.txt", u"u.txt"},
+        {{display(u"Untitled Attachment"), byValue}, u"Untitled Attachment", u"Untitled Attachment"},
+        {{display(u"NUL"), byValue}, u"NUL", u"NUL"},
+        {{byValue}, u"Untitled Attachment", u"Untitled Attachment"},
+        {{display(u"picture")}, u"picture", u"picture"},  // its bytes lie in the heap: no message
+        {{longName(u"never looked for")}, u"", u""},
+    };
+    for (const Case& one : cases) {
+        CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {Unnamed(one.properties)})}));
+        scenario.Run();
+        const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
+        ASSERT_EQ(attachments.size(), one.fileName.empty() ? 0u : 1u) << platform::ToUtf8(one.fileName);
+        if (attachments.empty())
+            continue;
+        EXPECT_EQ(attachments[0].fileName, one.fileName);
+        EXPECT_EQ(attachments[0].displayName, one.displayName);
+        EXPECT_EQ(attachments[0].bytes, "bytes");
+        EXPECT_EQ(scenario.CountInLog(u"\r\nAttachment File Name: " + one.fileName + u"\r\nStatus"), 1u);
+        EXPECT_EQ(scenario.CountInLog(u"Attached Embedded Message"), 0u);
+    }
+}
+
+TEST(Attachments, NoFileOfAMailsChoosingIsEverMade)
+{
+    CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {File(u"../escaped.txt", "x")})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").attachments.size(), 1u);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(scenario.folder.Path()))
+        EXPECT_NE(entry.path().filename(), "escaped.txt");
+}
+
+/// Attachments made by hand. Their blocks have these BIDs.
+constexpr std::uint64_t kContext = 0x8000, kFirst = 0x8004, kSecond = 0x8008, kTree = 0x800A, kTable = 0x800C,
+                        kOwnList = 0x800E;
+constexpr std::uint32_t kDataNid = 0x803F;
+
+struct HandMade {
+    std::map<std::uint16_t, StoredProperty> properties;
+    std::uint64_t bidSub = 0;
+    std::vector<SubnodeRef> ownSubnodes{};  ///< in the list kOwnList
+};
+
+std::vector<FakeAttachment> Recovered(const HandMade& attachment)
+{
+    StoreMessage mail = Mail(u"subject", u"f", u"b", 0);
+    mail.subnodes = {{0x671, kTable, 0}, {0x8025, kContext, attachment.bidSub}};
+    StoreDescription description = InInbox({mail});
+    description.atStart = [&](CStoreFile& file) {
+        file.SkipTo(0x20000);
+        file.WriteBlock(BuildPropertyContext(attachment.properties, {}, 8176, 16).Finish().front(),
+                        {.bid = kContext});
+        file.WriteBlock(Binary(0, "first ").value, {.bid = kFirst});
+        file.WriteBlock(Binary(0, "second").value, {.bid = kSecond});
+        const std::uint64_t children[] = {kFirst, kTree, 0xFFFF0, kSecond + 1};
+        file.WriteDataTreeBlock(1, 12, children, {.bid = kTree});
+        if (!attachment.ownSubnodes.empty())
+            file.WriteSubnodes(attachment.ownSubnodes, "own", kOwnList);
+    };
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    return scenario.OnlyItem(u"\\Inbox").attachments;
+}
+
+std::map<std::uint16_t, StoredProperty> Named(std::optional<StoredProperty> data)
+{
+    std::map<std::uint16_t, StoredProperty> properties;
+    properties[pid::kAttachFilename] = {format::PropertyType::String, Text(0, u"a.bin").value, {}, false};
+    if (data)
+        properties[pid::kAttachDataBinary] = *data;
+    return properties;
+}
+
+TEST(Attachments, BytesAreFoundThroughTheSecondBid)
+{
+    const StoredProperty inSubnode{format::PropertyType::Binary, {}, kDataNid, false};
+    Bytes object(8);
+    format::StoreLE(std::span(object), 0, kDataNid);
+    const StoredProperty asObject{format::PropertyType::Object, object, {}, false};
+    const StoredProperty beyondTheHeap{format::PropertyType::Binary, {}, 0x10020, false};
+    const std::vector<SubnodeRef> twoSubnodes = {{0x801F, kSecond, 0}, {kDataNid, kTree, 0}};
+    const std::vector<SubnodeRef> missing = {{kDataNid, 0xFFFF0, 0}};
+    struct Case {
+        HandMade attachment;
+        std::optional<std::string> bytes;
+    };
+    const Case cases[] = {
+        {{Named(inSubnode), kOwnList, twoSubnodes}, "first second"},
+        {{Named(asObject), kOwnList, twoSubnodes}, "first second"},
+        {{Named(std::nullopt), kOwnList, twoSubnodes}, "second"},  // the first entry stands in
+        {{Named(inSubnode), kTree}, "first second"},
+        {{Named(inSubnode), kFirst}, "first "},
+        {{Named(inSubnode), kOwnList, missing}, std::nullopt},
+        {{Named(inSubnode), 0xFFFF2}, std::nullopt},
+        {{Named(inSubnode), 0}, std::nullopt},
+        {{Named(std::nullopt), 0}, std::nullopt},
+        {{Named(asObject), 0}, std::nullopt},
+        {{Named(beyondTheHeap), kOwnList, twoSubnodes}, std::nullopt},
+        {{Named(StoredProperty{format::PropertyType::Binary, {}, 0, false}), 0}, ""},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto attachments = Recovered(cases[i].attachment);
+        ASSERT_EQ(attachments.size(), cases[i].bytes ? 1u : 0u) << "case " << i;
+        EXPECT_EQ(attachments.empty() ? "" : attachments[0].bytes, cases[i].bytes.value_or(""))
+            << "case " << i;
+    }
+}
+
+TEST(Attachments, OfAListThatDoesNotBeginWithTheTableAreNone)
+{
+    StoreMessage mail = With(u"IPM.Note", {File(u"a", "bytes")});
+    mail.subnodes = {{0x65F, kTable, 0}};
+    CRecoveryScenario scenario(InInbox({mail}));
+    scenario.Run();
+    EXPECT_TRUE(scenario.OnlyItem(u"\\Inbox").attachments.empty());
+}
+
+TEST(Attachments, TheSameBytesAreNotAttachedWithoutEnd)
+{
+    StoreMessage mail = Mail(u"subject", u"f", u"b", 0);
+    mail.subnodes = {{0x671, kTable, 0}};
+    for (std::uint32_t i = 0; i < 200; ++i)
+        mail.subnodes.push_back({0x8025 + 32 * i, kContext, kTree});
+    StoreDescription description = InInbox({mail});
+    description.atStart = [&](CStoreFile& file) {
+        file.SkipTo(0x20000);
+        file.WriteBlock(BuildPropertyContext(Named(std::nullopt), {}, 8176, 16).Finish().front(),
+                        {.bid = kContext});
+        file.WriteBlock(Bytes(8000, std::byte{'b'}), {.bid = kFirst});
+        const std::vector<std::uint64_t> children(100, kFirst);
+        file.WriteDataTreeBlock(1, 0, children, {.bid = kTree});
+    };
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
+    EXPECT_EQ(attachments.size(), 2u) << "each of them is as large as the file can hold";
+    for (const FakeAttachment& attachment : attachments)
+        EXPECT_LE(attachment.bytes.size(), 800'000u);
+    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 1u);
+}
+
+TEST(ContactPicture, IsAddedToTheContactWhichIsSavedAgain)
+{
+    StoreAttachment picture = File(u"ContactPicture.jpg", Pattern(3000));
+    picture.inSubnode = true;
+    CRecoveryScenario scenario(InInbox({With(u"IPM.Contact", {picture})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Contact"});
+    const FakeItem& contact = scenario.OnlyItem(u"\\Inbox");
+    ASSERT_EQ(contact.attachments.size(), 1u);
+    EXPECT_TRUE(contact.attachments[0].isPicture);
+    EXPECT_EQ(contact.attachments[0].fileName, u"ContactPicture.jpg");
+    EXPECT_TRUE(contact.attachments[0].bytes == Pattern(3000));
+    EXPECT_EQ(contact.saves, 2);
+    EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Contact), 1u);
+}
+
+TEST(PlaceholderMail, CarriesWhatNoMailCan)
+{
+    for (const char16_t* messageClass : {u"IPM.Appointment", u"IPM.Task", u"IPM.Note.Custom"}) {
+        CRecoveryScenario scenario(InInbox({With(messageClass, {File(u"a", "one"), File(u"b", "two")})}));
+        scenario.Run();
+        const FakeItem& placeholder = scenario.OnlyItem(u"\\Lost & Found");
+        EXPECT_EQ(placeholder.messageClass, u"IPM.Note") << platform::ToUtf8(messageClass);
+        EXPECT_EQ(placeholder.Text("Subject"), u"UnKnown");
+        EXPECT_FALSE(placeholder.Text("AddressLine").empty());
+        EXPECT_EQ(placeholder.Text("AddressLine"), placeholder.Text("SenderEmailAddress"));
+        EXPECT_NEAR(placeholder.dates.at("DeliveryTime"), 46'348 + 21.0 / 24 + 5.0 / 1440 + 9.0 / 86'400,
+                    1e-8);
+        EXPECT_EQ(placeholder.numbers.at("Sent"), 1);
+        ASSERT_EQ(placeholder.attachments.size(), 2u) << "one for both";
+        EXPECT_EQ(placeholder.attachments[1].bytes, "two");
+        EXPECT_EQ(placeholder.saves, 1);
+        EXPECT_EQ(scenario.CountInLog(u"\r\nAttachment File Name: a\r\nAttachment File Name: b"
+                                      u"\r\nStatus: Recovered\r\n"),
+                  1u);
+        std::size_t announced = 0;
+        for (const auto& message : scenario.frontEnd.All<platform::FolderMessage>())
+            announced += message.folderId == platform::FolderMessage::kLostAndFound ? 1 : 0;
+        EXPECT_EQ(announced, 1u);
+    }
+}
+
+TEST(PlaceholderMail, IsMadeForANodeThatIsNoItem)
+{
+    StoreMessage noItem = BareMail({});
+    noItem.properties = {Text(pid::kSubject, u"no class")};
+    noItem.attachments = {File(u"a", "one")};
+    CRecoveryScenario scenario(InInbox({noItem}));
+    scenario.Run();
+    EXPECT_EQ(scenario.OnlyItem(u"\\Lost & Found").attachments.size(), 1u);
+}
+
+TEST(PlaceholderMail, IsNotMadeForNothing)
+{
+    StoreAttachment empty = File(u"a", "");
+    CRecoveryScenario scenario(InInbox({With(u"IPM.Appointment", {empty})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Appointment"});
+    EXPECT_EQ(scenario.component.Folder(u"\\Lost & Found"), nullptr);
+}
+
+TEST(Attachments, AFailingComponentEndsTheNodeAndSavesTheMail)
+{
+    CRecoveryScenario scenario(InInbox(
+        {With(u"IPM.Note", {File(u"a", "one"), File(u"b", "two")}), With(u"IPM.Note", {File(u"a", "one")})}));
+    scenario.component.FailCalls("AddAttachment:a", writer::E_FAIL, 0, 1);
+    scenario.Run();
+    const auto saved = scenario.component.Folder(u"\\Inbox")->Saved();
+    ASSERT_EQ(saved.size(), 2u);
+    EXPECT_TRUE(saved[0]->attachments.empty());
+    EXPECT_EQ(saved[0]->Text("Body"), u"b");
+    EXPECT_EQ(saved[1]->attachments.size(), 1u);
+    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 2u);
+    EXPECT_FALSE(scenario.state.failed);
+}
+
+}  // namespace
+}  // namespace pastille::tests
