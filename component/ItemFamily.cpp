@@ -48,10 +48,8 @@ std::uint32_t FirstFlagsOf(ItemFamily family)
     switch (family) {
         case ItemFamily::Mail:
             return pst::messageflag::kUnsent;
-        case ItemFamily::Meeting:
-            return pst::messageflag::kRead;
         default:
-            return pst::messageflag::kRead | pst::messageflag::kUnsent;
+            return pst::messageflag::kRead;
     }
 }
 

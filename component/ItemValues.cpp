@@ -73,6 +73,30 @@ void WriteText(pst::CLongValueWriter& to, const writer::ItemProperty& property, 
         WritePieces(to, text, pst::EncodeString);
 }
 
+/// Before a subject: there is no prefix as "Re: " at its start. [MS-PST] 2.5.3.1.1.1
+constexpr std::u16string_view kNoPrefixMark = u"\u0001\u0001";
+constexpr char16_t kPrefixMark = 1;
+
+bool IsSubject(const writer::ItemProperty& property)
+{
+    return property.storage == writer::PropertyStorage::Tag && property.number == format::pid::kSubject;
+}
+
+/// Most subjects stand without a mark. Readers take one that begins beyond ASCII, or with the mark's own
+/// first character, for a marked one.
+bool NeedsPrefixMark(std::u16string_view subject)
+{
+    constexpr char16_t kLastAscii = 0x7F;
+    return subject.front() == kPrefixMark || subject.front() > kLastAscii;
+}
+
+std::u16string WithoutPrefixMark(std::u16string subject)
+{
+    if (!subject.empty() && subject.front() == kPrefixMark)
+        subject.erase(0, kNoPrefixMark.size());
+    return subject;
+}
+
 std::u16string LoadBytes(const writer::ItemProperty& property, std::span<const std::byte> bytes,
                          std::uint32_t codePage)
 {
@@ -91,6 +115,8 @@ std::optional<PropertyValue> StoreText(pst::CPstStore& store, const writer::Item
     if (text.empty())
         return std::nullopt;
     auto value = store.NewValue();
+    if (IsSubject(property) && NeedsPrefixMark(text))
+        value.Append(pst::EncodeString(kNoPrefixMark));
     WriteText(value, property, text, codePage);
     if (value.Size() == 0)
         return std::nullopt;
@@ -104,8 +130,10 @@ std::u16string LoadText(const writer::ItemProperty& property, const PropertyValu
                         std::uint32_t codePage)
 {
     switch (value.tag.type) {
-        case PropertyType::String:
-            return pst::DecodeString(value.bytes);
+        case PropertyType::String: {
+            std::u16string text = pst::DecodeString(value.bytes);
+            return IsSubject(property) ? WithoutPrefixMark(std::move(text)) : text;
+        }
         case PropertyType::MultipleString:
             return pst::DecodeStringList(value.bytes);
         case PropertyType::Binary:

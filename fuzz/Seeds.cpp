@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tests/support/StoreBuilder.h"
+#include "tests/support/StoreFamilies.h"
 
 namespace {
 
@@ -20,7 +21,29 @@ StoreDescription Small(format::Variant variant, format::CryptMethod method, bool
     StoreMessage mail = Mail(u"Subject", u"Ada Brook", u"Body", FileTime(2020, 1, 1));
     mail.named = {{{format::propset::kCommon, 0x8530}, Text(0, u"Follow up")}};
     mail.attachments = {{.fileName = u"a.bin", .data = Bytes(900, std::byte{'a'}), .leafBytes = 100}};
+    mail.attachments.push_back({.fileName = u"b.bin", .data = Bytes(60, std::byte{'b'})});
+    StoreMessage inner = Mail(u"Inner", u"Ada Brook", u"Body", FileTime(2020, 1, 1));
+    inner.attachments = {{.fileName = u"c.bin", .data = Bytes(400, std::byte{'c'}), .inSubnode = true}};
+    mail.attachments.push_back({.method = 5, .embedded = std::make_shared<StoreMessage>(inner)});
+    mail.attachments.back().properties = {Text(format::pid::kDisplayName, u"Inner")};
+    mail.attachments.back().omitted = {format::pid::kAttachFilename, format::pid::kAttachLongFilename};
+    mail.properties.back() = InSubnode(mail.properties.back());
+    mail.properties.push_back(InSubnode(Binary(format::pid::kHtml, "<p>Body</p>"), 4));
+    mail.properties.push_back(Number(format::pid::kInternetCodepage, 65001));
     store.folders = {{.name = u"Inbox", .containerClass = u"IPF.Note", .messages = {mail}}};
+    return store;
+}
+
+/// One item of every family, with everything in it.
+StoreDescription Families(format::Variant variant)
+{
+    StoreDescription store;
+    store.format.variant = variant;
+    store.format.crypt = format::CryptMethod::None;
+    store.folders = {{.name = u"Items"}};
+    for (const char16_t* messageClass :
+         {u"IPM.Contact", u"IPM.Appointment", u"IPM.Task", u"IPM.Activity", u"IPM.StickyNote"})
+        store.folders[0].messages.push_back(MakeFamilySample(messageClass).message);
     return store;
 }
 
@@ -33,7 +56,7 @@ int main(int count, char** values)
         return 2;
     }
     const std::filesystem::path root = values[1];
-    for (const char* target : {"reader", "strict", "context"})
+    for (const char* target : {"reader", "recovery", "strict", "context"})
         std::filesystem::create_directories(root / target);
     int number = 0;
     for (const auto variant : {format::Variant::Ansi, format::Variant::Unicode, format::Variant::Unicode4k}) {
@@ -45,7 +68,11 @@ int main(int count, char** values)
                 store.WriteTo(root / "strict" / name);
             store.Damage().Truncate(96 * 1024);  // what is behind is empty
             store.WriteTo(root / "reader" / name);
+            store.WriteTo(root / "recovery" / name);
         }
+        CBuiltStore families(Families(variant));
+        families.Damage().Truncate(96 * 1024);
+        families.WriteTo(root / "recovery" / ("families" + std::to_string(number)));
     }
     const Bytes context =
         BuildPropertyContext({{0x3001, {format::PropertyType::String, Text(0, u"Name").value, {}, false}}},

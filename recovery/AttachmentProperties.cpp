@@ -27,7 +27,12 @@ void TakeDisplayName(AttachmentProperties& properties, std::u16string_view text)
 
 bool AttachmentProperties::IsEmbedded() const
 {
-    return method == kEmbeddedMessage || (hasDisplayNameOnly && !IsByValue());
+    return SaysEmbedded() || (hasDisplayNameOnly && !IsByValue());
+}
+
+bool AttachmentProperties::SaysEmbedded() const
+{
+    return method == kEmbeddedMessage;
 }
 
 bool AttachmentProperties::IsByValue() const

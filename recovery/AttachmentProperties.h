@@ -20,6 +20,8 @@ struct AttachmentProperties {
     /// True for an attached message. The method decides where it is there and says so; else an attachment
     /// with a display name and without a long file name is one.
     bool IsEmbedded() const;
+    /// True when a property says so.
+    bool SaysEmbedded() const;
     /// True when a property says that there are bytes.
     bool IsByValue() const;
     /// The name of the new attachment's file; empty when the attachment has none and need not have one.

@@ -67,11 +67,18 @@ void CAttachmentReader::ReadOne(CWorkList& work, std::size_t index, const store:
     if (properties.IsEmbedded()) {
         if (QueueMessages(work, index, properties))
             return;
-        // No message behind it: what has a name of a file, or bytes, is a file after all.
-        if (properties.fileName.empty() && !HeapBytes(properties))
+        if (!MayBeFile(properties))
             return;
     }
     AddFile(work, index, entry, properties);
+}
+
+/// What was taken for an attached message, with none behind it, is a file when it has the name of one, or
+/// bytes, or says that it is something else.
+bool CAttachmentReader::MayBeFile(const AttachmentProperties& properties) const
+{
+    return !properties.fileName.empty() || HeapBytes(properties) ||
+           (properties.method && !properties.SaysEmbedded());
 }
 
 /// Returns false when there is no message behind the attachment.
@@ -134,7 +141,9 @@ std::optional<format::CByteView> CAttachmentReader::HeapBytes(const AttachmentPr
 std::vector<std::uint32_t> CAttachmentReader::DataBlocks(const store::SubnodeEntry& entry,
                                                          const AttachmentProperties& properties)
 {
-    if (entry.bidSub == 0)
+    // An attachment by reference has no bytes; what its subnodes hold is something else.
+    const bool isReference = !properties.data && properties.method && !properties.IsByValue();
+    if (entry.bidSub == 0 || isReference)
         return {};
     std::uint32_t nid = 0;
     if (properties.data && IsObject(*properties.data)) {
@@ -163,8 +172,7 @@ void CAttachmentReader::Attach(WorkItem& item, platform::IByteStream& bytes,
     m_recovery.log.Write(u"\r\nAttachment File Name: " + fileName);
     if (isContact) {
         QueryInterface<IContactItem>(carrier)->AddPicture(bytes, fileName);
-        if (!item.IsEmbedded())
-            carrier->Save();
+        item.hasNewPicture = !item.IsEmbedded();
     } else {
         carrier->GetAttachments()->AddAttachment(bytes, fileName,
                                                  properties.name.empty() ? fileName : properties.name);
@@ -177,18 +185,19 @@ const CRef<IMessageItem>& CAttachmentReader::Carrier(WorkItem& item)
     if (item.IsMail())
         return item.item;
     if (!item.placeholder)
-        item.placeholder = m_placement.CreatePlaceholder();
+        item.placeholder =
+            item.IsEmbedded() ? m_placement.CreateEmbeddedPlaceholder() : m_placement.CreatePlaceholder();
     return item.placeholder;
 }
 
-void CAttachmentReader::AttachMessage(CWorkList& work, std::size_t index)
+void CAttachmentReader::AttachMessage(CWorkList& work, std::size_t index, const CRef<IMessageItem>& message)
 {
-    WorkItem& child = work[index];
+    const WorkItem& child = work[index];
     const CRef<IMessageItem>& carrier = Carrier(work[child.parent]);
     const std::u16string name =
-        child.attachmentName.empty() ? child.item->GetText(property::Subject) : child.attachmentName;
-    carrier->GetAttachments()->AddAttachment(CRef<IStoreItem>(child.item), name);
-    child.item->Save();
+        child.attachmentName.empty() ? message->GetText(property::Subject) : child.attachmentName;
+    carrier->GetAttachments()->AddAttachment(CRef<IStoreItem>(message), name);
+    message->Save();
     ++m_recovery.figures.embeddedMessages;
 }
 

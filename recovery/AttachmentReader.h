@@ -26,18 +26,20 @@ public:
         : m_source(run.source),
           m_recovery(recovery),
           m_placement(placement),
-          m_attachment(run.source, recovery.output.target),
-          m_probe(run.source, recovery.output.target)
+          m_attachment(run.source, recovery.output.target, kMostSubnodes),
+          m_probe(run.source, recovery.output.target, kMostSubnodes)
     {
     }
 
     /// Tries every subnode of the item at `index` as an attachment, when they begin with an attachment table.
     void Read(CWorkList& work, std::size_t index, const std::vector<store::SubnodeEntry>& subnodes);
-    /// Attaches the message at `index` to the item that it is embedded in, and saves it.
-    void AttachMessage(CWorkList& work, std::size_t index);
+    /// Attaches what was made of the message at `index`, its item or its placeholder, to the item that it is
+    /// embedded in, and saves it.
+    void AttachMessage(CWorkList& work, std::size_t index, const writer::CRef<writer::IMessageItem>& message);
 
 private:
     void ReadOne(CWorkList& work, std::size_t index, const store::SubnodeEntry& entry);
+    bool MayBeFile(const AttachmentProperties& properties) const;
     bool QueueMessages(CWorkList& work, std::size_t index, const AttachmentProperties& properties);
     void AddFile(CWorkList& work, std::size_t index, const store::SubnodeEntry& entry,
                  const AttachmentProperties& properties);
@@ -46,6 +48,9 @@ private:
                                           const AttachmentProperties& properties);
     void Attach(WorkItem& item, platform::IByteStream& bytes, const AttachmentProperties& properties);
     const writer::CRef<writer::IMessageItem>& Carrier(WorkItem& item);
+
+    /// Of one attachment: its values that the heap cannot hold, or the message attached.
+    static constexpr std::size_t kMostSubnodes = 1000;
 
     store::CSourceStore& m_source;
     RecoveryRun& m_recovery;

@@ -1,7 +1,6 @@
 #include "recovery/FolderList.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "format/Ids.h"
@@ -159,9 +158,9 @@ std::optional<std::u16string> CFolderList::Path(std::uint32_t nodeId) const
     for (std::size_t at = found->second; at != kUnderRoot; at = m_parents[at])
         chain.push_back(at);
     std::u16string path;
-    for (const std::size_t at : std::views::reverse(chain)) {
+    for (auto at = chain.rbegin(); at != chain.rend(); ++at) {
         path += u'\\';
-        path += m_records[at].name;
+        path += m_records[*at].name;
     }
     if (path.size() <= kShortPath)
         kept = path;

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "platform/Text.h"
+#include "writer/ContactProperties.h"
 
 namespace pastille::recovery {
 namespace {
@@ -80,8 +81,6 @@ constexpr std::u16string_view kMailClasses[] = {
 /// Compared exactly.
 constexpr std::u16string_view kBareNoteClass = u"NOTE";
 
-constexpr ItemProperty kContactDisplayName = property::Text("DisplayName", format::pid::kDisplayName);
-
 template <class Interface>
 CRef<IMessageItem> Typed(const CRef<IObject>& object)
 {
@@ -91,7 +90,7 @@ CRef<IMessageItem> Typed(const CRef<IObject>& object)
 /// In the order of ItemFamily.
 constexpr FamilyTraits kTraits[] = {
     {u"Mail Subject: ", &Typed<IMessageItem>, nullptr, nullptr},
-    {u"Contact Subject: ", &Typed<IContactItem>, &kContactDisplayName, &kContactTable},
+    {u"Contact Subject: ", &Typed<IContactItem>, &property::DisplayName, &kContactTable},
     {u"Task Item: ", &Typed<ITaskItem>, nullptr, &kTaskTable},
     {u"Appointment: ", &Typed<IAppointmentItem>, nullptr, &kAppointmentTable},
     {u"Meeting: ", &Typed<IMeetingItem>, nullptr, &kMeetingTable},

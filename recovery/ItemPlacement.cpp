@@ -58,6 +58,13 @@ PlacedItem CItemPlacement::CreateEmbedded(const std::u16string& messageClass)
 CRef<IMessageItem> CItemPlacement::CreatePlaceholder()
 {
     m_recovery.output.target = FallbackFolder();
+    return CreateEmbeddedPlaceholder();
+}
+
+CRef<IMessageItem> CItemPlacement::CreateEmbeddedPlaceholder()
+{
+    if (!m_recovery.output.target)
+        m_recovery.output.target = FallbackFolder();
     PlacedItem placed;
     if (!CreateMail(std::u16string(kPlaceholderClass), placed))
         throw _com_error(E_POINTER, IMessageItem::kInterfaceId);

@@ -38,6 +38,8 @@ public:
     /// A mail of the current time that carries the attachments of an item that takes none: in the fallback
     /// folder, which becomes the current target.
     writer::CRef<writer::IMessageItem> CreatePlaceholder();
+    /// The same for an embedded item: it is to go where that one belongs.
+    writer::CRef<writer::IMessageItem> CreateEmbeddedPlaceholder();
 
 private:
     bool Route(std::u16string_view messageClass, std::uint32_t parentNid);

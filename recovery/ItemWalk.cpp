@@ -35,6 +35,9 @@ void CItemWalk::Run()
     const store::CSourceStore& source = m_run.source;
     const double count = static_cast<double>(source.nodeCount) + static_cast<double>(source.orphanCount);
     m_divisor = static_cast<std::uint64_t>(count / 100 + 0.5);
+    // Old versions of a node name the same blocks again, a few times on the average.
+    constexpr std::uint64_t kMostRepeats = 16, kAlwaysAllowed = 1'000'000;
+    m_work.AllowRun(kMostRepeats * source.file.Size(), kMostRepeats * source.blocks.Count() + kAlwaysAllowed);
     m_run.BeginPhase(8);
     if (!WalkNodes())
         return;
@@ -95,29 +98,39 @@ bool CItemWalk::ProcessWorkItem(std::size_t index, std::uint32_t parentNid)
 void CItemWalk::ReadItem(std::size_t index, std::uint32_t parentNid)
 {
     WorkItem& item = m_work[index];
-    if (item.IsEmbedded())
-        m_reader.ReadEmbedded(item.bidData, item.bidSub);
-    else
-        m_reader.Read(item.bidData, item.bidSub, parentNid);
-    item.item = m_reader.Placed().item;
-    item.family = m_reader.Placed().family;
+    const auto take = [&] {
+        item.item = m_reader.Placed().item;
+        item.family = m_reader.Placed().family;
+    };
+    try {
+        if (item.IsEmbedded())
+            m_reader.ReadEmbedded(item.bidData, item.bidSub);
+        else
+            m_reader.Read(item.bidData, item.bidSub, parentNid);
+    } catch (...) {
+        take();  // what was written by now is saved
+        throw;
+    }
+    take();
 }
 
 /// Embedded items go into their parents, the last one first, so that each one is whole when it is attached;
-/// mails that stand for themselves are saved after that.
+/// the node's own mail is saved after that.
 void CItemWalk::FinishItems()
 {
     for (std::size_t i = m_work.Size(); i-- > 1;) {
-        if (m_work[i].item)
-            Guarded([&] { m_attachments.AttachMessage(m_work, i); });
+        for (const CRef<IMessageItem>& message : {m_work[i].item, m_work[i].placeholder}) {
+            if (message)
+                Guarded([&] { m_attachments.AttachMessage(m_work, i, message); });
+        }
     }
-    for (std::size_t i = m_work.Size(); i-- > 0;) {
-        WorkItem& item = m_work[i];
-        if (item.placeholder)
-            Guarded([&] { SaveMail(item.placeholder); });
-        if (!item.IsEmbedded() && item.IsMail())
-            Guarded([&] { SaveMail(item.item); });
-    }
+    const WorkItem& own = m_work[0];
+    if (own.hasNewPicture)
+        Guarded([&] { own.item->Save(); });
+    if (own.placeholder)
+        Guarded([&] { SaveMail(own.placeholder); });
+    if (own.IsMail())
+        Guarded([&] { SaveMail(own.item); });
 }
 
 void CItemWalk::SaveMail(const CRef<IMessageItem>& mail)

@@ -19,14 +19,19 @@ bool NamesHeapAllocation(std::uint32_t hnid)
     return (hnid & kSubnodeBits) != kSubnodeBits;
 }
 
-std::u16string PlainText(const CSourceItem& source, format::CByteView bytes)
+bool IsWide(const CSourceItem& source, const BodyLocator& locator)
 {
-    return source.Source().reader.Layout().wide ? store::WideText(bytes.Bytes())
-                                                : source.CodePage().ToUtf16(bytes.Bytes());
+    return source.Source().reader.Layout().wide && !locator.isPlainNarrow;
+}
+
+std::u16string PlainText(const CSourceItem& source, const BodyLocator& locator, format::CByteView bytes)
+{
+    return IsWide(source, locator) ? store::WideText(bytes.Bytes())
+                                   : source.CodePage().ToUtf16(bytes.Bytes());
 }
 
 /// One character per byte, as the component takes RTF.
-std::u16string ByteText(const CSourceItem&, format::CByteView bytes)
+std::u16string ByteText(const CSourceItem&, const BodyLocator&, format::CByteView bytes)
 {
     std::u16string text;
     text.reserve(bytes.Size());
@@ -35,12 +40,14 @@ std::u16string ByteText(const CSourceItem&, format::CByteView bytes)
     return text;
 }
 
-bool WriteHeapBody(const CSourceItem& source, const BodyLocator& locator, const CRef<IMessageItem>& mail)
+enum class HeapBody { Found, None, Damaged };
+
+HeapBody WriteHeapBody(const CSourceItem& source, const BodyLocator& locator, const CRef<IMessageItem>& mail)
 {
     struct Choice {
         const std::optional<std::uint32_t>& hnid;
         const ItemProperty& target;
-        std::u16string (*read)(const CSourceItem&, format::CByteView);
+        std::u16string (*read)(const CSourceItem&, const BodyLocator&, format::CByteView);
     };
     // The property met last may be another than the one written: each is read from its own place.
     for (const Choice& choice : {Choice{locator.plain, property::Body, &PlainText},
@@ -48,13 +55,13 @@ bool WriteHeapBody(const CSourceItem& source, const BodyLocator& locator, const 
         if (!choice.hnid || *choice.hnid == 0 || !NamesHeapAllocation(*choice.hnid))
             continue;
         if (!source.PassesBoundsTest(*choice.hnid))
-            return false;
+            return HeapBody::Damaged;
         const auto bytes = source.Allocation(*choice.hnid);
         if (bytes && bytes->Size() != 0)
-            mail->SetText(choice.target, choice.read(source, *bytes));
-        return true;
+            mail->SetText(choice.target, choice.read(source, locator, *bytes));
+        return HeapBody::Found;
     }
-    return true;
+    return HeapBody::None;
 }
 
 /// Stored bytes of blocks that will be read at most. A tree may list more than there is.
@@ -146,11 +153,11 @@ void WritePlain(const SubnodeReading& reading, const CRef<IMessageItem>& mail)
     const auto& hnid = reading.locator.plain;
     std::u16string text;
     if (auto blocks = reading.Open(hnid)) {
-        text = reading.Blocks().Layout().wide ? WideTextOf(source, std::move(*blocks))
-                                              : NarrowTextOf(source, std::move(*blocks), source.CodePage());
+        text = IsWide(source, reading.locator) ? WideTextOf(source, std::move(*blocks))
+                                               : NarrowTextOf(source, std::move(*blocks), source.CodePage());
     } else if (hnid && NamesHeapAllocation(*hnid)) {
         // A small text beside a large body of another kind.
-        text = PlainText(source, source.Allocation(*hnid).value_or(format::CByteView()));
+        text = PlainText(source, reading.locator, source.Allocation(*hnid).value_or(format::CByteView()));
     }
     if (!text.empty())
         mail->SetText(property::Body, text);
@@ -179,6 +186,7 @@ void BodyLocator::Note(const store::PropertyRecord& record, store::FileKind kind
             return;
         case format::pid::kBody:
             plain = record.value;
+            isPlainNarrow = record.type == static_cast<std::uint16_t>(format::PropertyType::String8);
             break;
         case format::pid::kRtfCompressed:
             rtf = record.value;
@@ -199,10 +207,15 @@ bool WriteBody(CSourceItem& source, const BodyLocator& locator, const std::strin
 {
     if (locator.deciding == 0)
         return true;
-    if (NamesHeapAllocation(locator.deciding))
-        return WriteHeapBody(source, locator, mail);
-    WriteSubnodeBody({source, locator, runCodePage, allows}, mail);
-    return true;
+    const SubnodeReading reading{source, locator, runCodePage, allows};
+    if (!NamesHeapAllocation(locator.deciding)) {
+        WriteSubnodeBody(reading, mail);
+        return true;
+    }
+    const HeapBody found = WriteHeapBody(source, locator, mail);
+    if (found == HeapBody::None)
+        WritePlain(reading, mail);
+    return found != HeapBody::Damaged;
 }
 
 }  // namespace pastille::recovery

@@ -15,8 +15,7 @@ bool CSourceItem::Open(std::uint32_t bidData, std::uint32_t bidSub)
     m_bidSub = bidSub;
     if (!ReadHeap(bidData))
         return false;
-    const bool isKnownKind = m_source.reader.Kind() != store::FileKind::Unknown;
-    auto records = m_heap.PropertyRecords(isKnownKind);
+    auto records = m_heap.PropertyRecords(true);
     if (!records)
         return false;
     m_records = std::move(*records);
@@ -26,7 +25,11 @@ bool CSourceItem::Open(std::uint32_t bidData, std::uint32_t bidSub)
 bool CSourceItem::ReadHeap(std::uint32_t bidData)
 {
     store::CBlockReader& reader = m_source.reader;
-    const auto block = reader.Find(bidData);
+    auto block = reader.Find(bidData);
+    if (block && store::IsInternal(block->bid)) {
+        const auto bids = store::LoadDataTree(reader, bidData);
+        block = bids.empty() ? std::nullopt : reader.Find(bids.front());
+    }
     if (!block || !reader.ReadDecoded(*block, m_bytes))
         return false;
     m_heap = store::CHeapBlock(format::CByteView(m_bytes), reader.Layout());
@@ -43,7 +46,7 @@ const std::vector<store::SubnodeEntry>& CSourceItem::Subnodes()
 {
     if (!m_subnodes)
         m_subnodes = m_bidSub == 0 ? std::vector<store::SubnodeEntry>()
-                                   : store::LoadSubnodes(m_source.reader, m_bidSub);
+                                   : store::LoadSubnodes(m_source.reader, m_bidSub, m_mostSubnodes);
     return *m_subnodes;
 }
 
@@ -62,8 +65,17 @@ bool CSourceItem::IsWithinReach(const writer::SourceProperty& property)
         return true;
     const bool isText = property.type == static_cast<std::uint16_t>(format::PropertyType::String) ||
                         property.type == static_cast<std::uint16_t>(format::PropertyType::String8);
-    return isText &&
+    return isText && SpendSearch() &&
            std::ranges::find(Subnodes(), property.value, &store::SubnodeEntry::nid) != Subnodes().end();
+}
+
+/// Takes a search through the subnodes off what texts may take.
+bool CSourceItem::SpendSearch()
+{
+    if (m_textBytesLeft == 0)
+        return false;
+    m_textBytesLeft -= std::min<std::uint64_t>(m_textBytesLeft, Subnodes().size());
+    return true;
 }
 
 std::u16string CSourceItem::StringValue(std::uint16_t type, std::uint32_t hnid)
@@ -74,7 +86,7 @@ std::u16string CSourceItem::StringValue(std::uint16_t type, std::uint32_t hnid)
     static const std::vector<store::SubnodeEntry> kNone;
     // Subnodes are read only for a value that may lie in one of them.
     const bool mayBeElsewhere = (hnid & kNidTypeMask) != 0 || !m_heap.Allocation(hnid);
-    const bool readsSubnodes = mayBeElsewhere && m_textBytesLeft != 0;
+    const bool readsSubnodes = mayBeElsewhere && SpendSearch();
     std::u16string text = store::ReadStringValue(m_source.reader, m_heap, type, hnid,
                                                  readsSubnodes ? Subnodes() : kNone, m_source.codePage);
     if (readsSubnodes)

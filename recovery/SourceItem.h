@@ -18,13 +18,15 @@ namespace pastille::recovery {
 class CSourceItem final : public writer::IPropertySource {
 public:
     /// Both must outlive this object.
-    CSourceItem(store::CSourceStore& source, const writer::CRef<writer::IStoreFolder>& target)
-        : m_source(source), m_target(target)
+    /// `mostSubnodes`: how many subnodes are taken of each item.
+    CSourceItem(store::CSourceStore& source, const writer::CRef<writer::IStoreFolder>& target,
+                std::size_t mostSubnodes = store::kMostSubnodes)
+        : m_source(source), m_target(target), m_mostSubnodes(mostSubnodes)
     {
     }
 
-    /// Reads the item's data block. False when there is none or when it is no property context; Records() is
-    /// empty then.
+    /// Reads the item's data block, the first one of several. False when there is none or when it is no
+    /// property context; Records() is empty then.
     bool Open(std::uint32_t bidData, std::uint32_t bidSub);
 
     const store::CHeapBlock& Heap() const { return m_heap; }
@@ -37,8 +39,8 @@ public:
     /// The message class that a record points to; nothing when it lies outside the block. 8-bit text in ANSI
     /// files, UTF-16 in the others, whatever the record's type says.
     std::optional<std::u16string> MessageClass(const store::PropertyRecord& record) const;
-    /// Renews what the texts in subnodes may take from now on, in bytes; none without it. Any number of
-    /// properties may name one subnode.
+    /// Renews what the texts in subnodes, and looking for them, may take from now on, in bytes; none without
+    /// it. Any number of properties may name one subnode.
     void AllowTexts(std::uint64_t bytes) { m_textBytesLeft = bytes; }
     /// True when the value can be handed to a writer: it stays inside the block, or is a string that one of
     /// the node's subnodes holds.
@@ -58,6 +60,7 @@ public:
 
 private:
     bool ReadHeap(std::uint32_t bidData);
+    bool SpendSearch();
 
     store::CSourceStore& m_source;
     const writer::CRef<writer::IStoreFolder>& m_target;
@@ -65,6 +68,7 @@ private:
     store::CHeapBlock m_heap;
     std::vector<store::PropertyRecord> m_records;
     std::uint32_t m_bidSub = 0;
+    std::size_t m_mostSubnodes;
     std::uint64_t m_textBytesLeft = 0;
     std::optional<std::vector<store::SubnodeEntry>> m_subnodes;
 };

@@ -22,6 +22,12 @@ void CWorkList::Start(std::uint32_t bidData, std::uint32_t bidSub, std::uint64_t
     m_bytesLeft = mostBytes;
 }
 
+void CWorkList::AllowRun(std::uint64_t mostBytes, std::uint64_t mostSubnodes)
+{
+    m_runBytesLeft = mostBytes;
+    m_runSubnodesLeft = mostSubnodes;
+}
+
 bool CWorkList::Enter(std::size_t parent, std::uint32_t bidData)
 {
     if (m_items.size() >= kMostItems || m_items[parent].depth >= kDeepest)
@@ -47,17 +53,19 @@ void CWorkList::Add(std::size_t parent, std::uint32_t bidData, std::uint32_t bid
 
 bool CWorkList::SpendSubnode()
 {
-    if (m_subnodesLeft == 0)
+    if (m_subnodesLeft == 0 || m_runSubnodesLeft == 0)
         return false;
     --m_subnodesLeft;
+    --m_runSubnodesLeft;
     return true;
 }
 
 bool CWorkList::SpendBytes(std::uint64_t bytes)
 {
-    if (bytes > m_bytesLeft)
+    if (bytes > m_bytesLeft || bytes > m_runBytesLeft)
         return false;
     m_bytesLeft -= bytes;
+    m_runBytesLeft -= bytes;
     return true;
 }
 

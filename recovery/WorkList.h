@@ -21,6 +21,7 @@ struct WorkItem {
     std::u16string attachmentName{};
     std::optional<ItemFamily> family{};  ///< with the item
     writer::CRef<writer::IMessageItem> item{};
+    bool hasNewPicture = false;                        ///< a contact that was saved before it got one
     writer::CRef<writer::IMessageItem> placeholder{};  ///< mail that carries what the item cannot
 
     bool IsEmbedded() const { return depth != 0; }
@@ -39,6 +40,9 @@ public:
     /// Subnodes of all items together that are tried as attachments.
     static constexpr std::size_t kMostSubnodes = 1'000'000;
 
+    /// Begins a run: what all nodes together may cost, in the terms of SpendBytes and SpendSubnode. Any
+    /// number of nodes may name the same blocks.
+    void AllowRun(std::uint64_t mostBytes, std::uint64_t mostSubnodes);
     /// Begins the list with the node's own item. `mostBytes`: what all bodies and attachments together may
     /// take, as stored in the source; a tree of blocks may be named any number of times.
     void Start(std::uint32_t bidData, std::uint32_t bidSub, std::uint64_t mostBytes);
@@ -51,7 +55,7 @@ public:
     bool Enter(std::size_t parent, std::uint32_t bidData);
     void Add(std::size_t parent, std::uint32_t bidData, std::uint32_t bidSub, std::u16string attachmentName);
 
-    /// Both count down what is left for the node; false when it is used up.
+    /// Both count down what is left for the node and for the run; false when it is used up.
     bool SpendSubnode();
     bool SpendBytes(std::uint64_t bytes);
 
@@ -60,6 +64,8 @@ private:
     std::unordered_map<std::uint32_t, unsigned> m_entries;  ///< by BID
     std::size_t m_subnodesLeft = 0;
     std::uint64_t m_bytesLeft = 0;
+    std::uint64_t m_runSubnodesLeft = 0;
+    std::uint64_t m_runBytesLeft = 0;
 };
 
 }  // namespace pastille::recovery

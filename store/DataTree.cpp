@@ -11,7 +11,6 @@ namespace {
 
 using namespace treeword;
 
-constexpr std::size_t kMostSubnodes = 700'000;
 constexpr std::size_t kMostDataBlocks = 1'100'000;
 
 using Buffer = CBlockReader::Buffer;
@@ -52,13 +51,13 @@ std::size_t SubnodeListStart(const format::VariantLayout& layout)
 }
 
 void AppendSubnodes(const Buffer& block, const format::VariantLayout& layout,
-                    std::vector<SubnodeEntry>& entries)
+                    std::vector<SubnodeEntry>& entries, std::size_t most)
 {
     const format::CByteView view(block);
     const std::size_t width = layout.keyWidth;
     const std::size_t count = view.ReadOrZero<std::uint16_t>(2);
     std::size_t at = SubnodeListStart(layout);
-    for (std::size_t i = 0; i < count && view.Holds(at, 3 * width) && entries.size() < kMostSubnodes; ++i) {
+    for (std::size_t i = 0; i < count && view.Holds(at, 3 * width) && entries.size() < most; ++i) {
         entries.push_back({view.ReadOrZero<std::uint32_t>(at), view.ReadOrZero<std::uint32_t>(at + width),
                            view.ReadOrZero<std::uint32_t>(at + 2 * width)});
         at += 3 * width;
@@ -119,7 +118,7 @@ std::vector<std::uint32_t> LoadTree(CBlockReader& reader, std::uint32_t bid, boo
             return ListedBelow(reader, root);
         case kSlBlock: {
             std::vector<SubnodeEntry> entries;
-            AppendSubnodes(root, reader.Layout(), entries);
+            AppendSubnodes(root, reader.Layout(), entries, 1);
             if (!followSubnodes || entries.empty())
                 return {};
             return LoadTree(reader, entries.front().bidData, false);
@@ -131,24 +130,24 @@ std::vector<std::uint32_t> LoadTree(CBlockReader& reader, std::uint32_t bid, boo
 
 }  // namespace
 
-std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub)
+std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub, std::size_t most)
 {
     std::vector<SubnodeEntry> entries;
     const Buffer root = ReadTree(reader, bidSub);
     const format::VariantLayout& layout = reader.Layout();
     if (HeaderWord(root) == kSlBlock) {
-        AppendSubnodes(root, layout, entries);
+        AppendSubnodes(root, layout, entries, most);
     } else if (HeaderWord(root) == kSiBlock) {
         const format::CByteView view(root);
         const std::size_t width = layout.keyWidth;
         const std::size_t count = view.ReadOrZero<std::uint16_t>(2);
         CChildBlocks children(reader);
         std::size_t at = SubnodeListStart(layout);
-        for (std::size_t i = 0; i < count && view.Holds(at, 2 * width) && entries.size() < kMostSubnodes;
+        for (std::size_t i = 0; i < count && view.Holds(at, 2 * width) && entries.size() < most;
              ++i, at += 2 * width) {
             const Buffer leaf = children.Read(view.ReadOrZero<std::uint32_t>(at + width));
             if (HeaderWord(leaf) == kSlBlock)
-                AppendSubnodes(leaf, layout, entries);
+                AppendSubnodes(leaf, layout, entries, most);
         }
     }
     return entries;
@@ -165,6 +164,10 @@ CDataBlocks::CDataBlocks(CBlockReader& reader, std::vector<std::uint32_t> bids)
       m_placesLeft(reader.SourceSize()),
       m_bytesLeft(std::numeric_limits<std::int32_t>::max())
 {
+    // No text packs better than this by far; a block of nothing but zeros may.
+    constexpr std::uint64_t kAlwaysAllowed = 64u << 20, kBestPacking = 64;
+    if (reader.Layout().variant == format::Variant::Unicode4k)
+        m_bytesLeft = std::min(m_bytesLeft, kAlwaysAllowed + kBestPacking * LookUp().bytes);
 }
 
 std::optional<BlockRecord> CDataBlocks::Find(std::uint32_t bid) const

@@ -26,8 +26,10 @@ struct SubnodeEntry {
 };
 
 /// The subnodes behind a bidSub, in file order; empty when the block is not there or is no subnode block.
-/// An index block (SIBLOCK) is followed one level down. At most 700,000 entries are taken.
-std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub);
+/// An index block (SIBLOCK) is followed one level down. At most `most` entries are taken.
+inline constexpr std::size_t kMostSubnodes = 700'000;
+std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSub,
+                                       std::size_t most = kMostSubnodes);
 
 /// The BIDs of a node's data blocks behind `bidData`, in order: the block itself when it is no tree. Both
 /// tree levels are followed; BIDs of 0 are left out. Behind a subnode block the data of its first entry
@@ -35,8 +37,8 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData);
 
 /// Goes through data blocks in order, those that are there. Tree blocks are no data. A tree may list a block
-/// any number of times: the blocks end when their places add up to the size of the whole file, or when their
-/// contents add up to the 2^31 - 1 bytes that a value may have.
+/// any number of times: the blocks end when their places add up to the size of the whole file, when their
+/// contents add up to the 2^31 - 1 bytes that a value may have, or to more than packed blocks honestly hold.
 class CDataBlocks {
 public:
     /// The reader must outlive this object.

@@ -56,9 +56,10 @@ void CStrayBlocks::Settle(CSourceFile& source, CBlockTable& blocks, const std::f
     // A block that the tables name in one place needs no proof; of several places the trailer tells the true
     // one.
     std::erase_if(m_strays, [&](const Stray& stray) {
-        const auto places = std::ranges::equal_range(named, stray.record.bid, {}, &BlockRecord::bid);
-        return !places.empty() && ByBid(places.front()) == ByBid(stray.record) &&
-               ByBid(places.back()) == ByBid(stray.record);
+        const auto first = std::ranges::lower_bound(named, stray.record.bid, {}, &BlockRecord::bid);
+        const auto last = std::ranges::upper_bound(named, stray.record.bid, {}, &BlockRecord::bid);
+        return first != last && ByBid(*first) == ByBid(stray.record) &&
+               ByBid(*std::prev(last)) == ByBid(stray.record);
     });
 
     COccupiedSpace occupied;

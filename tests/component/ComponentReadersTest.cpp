@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Text.h"
 #include "tests/component/ComponentFixture.h"
 
 namespace pastille::tests {
@@ -41,6 +42,9 @@ std::size_t Count(const std::string& text, const std::string& part)
     return count;
 }
 
+/// A subject that begins beyond ASCII: "Hello".
+constexpr const char* kRussian = "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82";
+
 /// Programs of others, run on a store that holds one item of each kind.
 class ComponentOtherReaders : public CComponentFixture {
 protected:
@@ -48,7 +52,7 @@ protected:
     {
         CreateStore();
         const auto inbox = AddFolder(AddFolder(root, u"Posteingang \u00E4"), u"nested");
-        const auto mail = AddItem(inbox, u"IPM.Note", u"a mail");
+        const auto mail = AddItem(inbox, u"IPM.Note", platform::FromUtf8(kRussian));
         mail->SetFlag(p::Sent, 1);
         mail->SetText(p::Body, u"the plain body");
         mail->SetText(p::SentRepresentingName, u"Ann");
@@ -168,6 +172,7 @@ TEST_F(ComponentOtherReaders, PffexportExportsEverythingWithoutComplaint)
     EXPECT_EQ(Count(ReadAll(exported, "Message.html"), "\xCF\xF0\xE8\xE2\xE5\xF2 of the web"), 1u);
     EXPECT_EQ(ReadAll(exported, "ContactPicture.jpg"), "\xFF\xD8\xFF picture of Kim");
     EXPECT_EQ(Count(ReadAll(exported, "OutlookHeaders.txt"), "one of many"), 500u);
+    EXPECT_EQ(Count(ReadAll(exported, "OutlookHeaders.txt"), kRussian), 1u) << "whole, from its first letter";
     EXPECT_EQ(Count(ReadAll(exported, "Contact.txt"), "jane@example.com"), 1u);
     EXPECT_EQ(Count(ReadAll(exported, "Appointment.txt"), "Mar 16, 2023 12:00:00"), 1u);
     EXPECT_NE(Run("pffinfo '" + StorePath().string() + "'").find("Subtree"), std::string::npos);

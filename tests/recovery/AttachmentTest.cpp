@@ -110,6 +110,20 @@ TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
     }
 }
 
+TEST(Attachments, ObjectsWithoutAFileNameAreFiles)
+{
+    constexpr std::uint32_t kOle = 6;
+    StoreAttachment object = Unnamed({Text(pid::kDisplayName, u"Picture"), Number(pid::kAttachMethod, kOle)});
+    object.data = File(u"", Pattern(5000)).data;
+    object.inSubnode = true;
+    CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {object})}));
+    scenario.Run();
+    const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
+    ASSERT_EQ(attachments.size(), 1u);
+    EXPECT_EQ(attachments[0].fileName, u"Picture");
+    EXPECT_EQ(attachments[0].bytes, Pattern(5000));
+}
+
 TEST(Attachments, NoFileOfAMailsChoosingIsEverMade)
 {
     CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {File(u"../escaped.txt", "x")})}));

@@ -178,6 +178,26 @@ TEST(EmbeddedMessages, OfAnItemThatIsNoMailGoToThePlaceholder)
     EXPECT_EQ(nothing.component.Folder(u"\\Lost & Found"), nullptr) << "there is nothing to carry";
 }
 
+TEST(EmbeddedMessages, FilesOfOnesThatAreNoMailsStayWithTheirMail)
+{
+    StoreMessage skipped = Item(u"skipped", u"IPM.Custom");
+    skipped.attachments = {File(u"inside.txt", "inside")};
+    StoreMessage meeting = Item(u"meeting", u"IPM.Appointment");
+    meeting.attachments = {File(u"agenda.txt", "agenda")};
+    StoreMessage outer = Item(u"outer");
+    outer.attachments = {Embedding(skipped, u"skipped"), Embedding(meeting, u"meeting")};
+    CRecoveryScenario scenario(InInbox({outer}));
+    scenario.Run();
+    const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
+    ASSERT_EQ(mail.attachments.size(), 3u);
+    EXPECT_EQ(mail.attachments[0].embedded->messageClass, u"IPM.Appointment");
+    EXPECT_EQ(mail.attachments[1].embedded->attachments.at(0).bytes, "agenda");
+    EXPECT_EQ(mail.attachments[2].displayName, u"skipped");
+    EXPECT_EQ(mail.attachments[2].embedded->attachments.at(0).bytes, "inside");
+    EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Note"});
+    EXPECT_EQ(scenario.component.Folder(u"\\Lost & Found"), nullptr);
+}
+
 TEST(EmbeddedMessages, StopAtTheThirtySecondLevel)
 {
     constexpr std::size_t kDeepest = 32;

@@ -9,7 +9,7 @@ namespace {
 using format::CryptMethod;
 using format::Variant;
 
-/// Three folders with mails whose bodies lie in their own blocks, up to the largest that do.
+/// Three folders with mails; bodies and attachments lie in the mails' own blocks, in subnodes and in trees.
 StoreDescription Office(Variant variant, bool ost = false)
 {
     StoreDescription store;
@@ -22,8 +22,16 @@ StoreDescription Office(Variant variant, bool ost = false)
         const auto letter = static_cast<char16_t>(u'A' + i);
         const std::u16string body =
             u"Body " + std::u16string(1, letter) + u"\r\n" + std::u16string(i % 4 * 580, letter);
-        inbox.messages.push_back(Mail(u"Subject " + std::u16string(1, letter), u"Ada Brook", body,
-                                      FileTime(2020, 5, 1 + i, i % 24, 7)));
+        StoreMessage mail = Mail(u"Subject " + std::u16string(1, letter), u"Ada Brook", body,
+                                 FileTime(2020, 5, 1 + i, i % 24, 7));
+        if (i % 5 == 4)
+            mail.properties.back() =
+                InSubnode(Text(format::pid::kBody, body + body + body), i % 2 == 0 ? 300 : 0);
+        if (i % 5 == 2)
+            mail.attachments = {
+                {.fileName = u"small.bin", .data = Bytes(40 + i, std::byte{'s'})},
+                {.fileName = u"tree.bin", .data = Bytes(2000, std::byte{'t'}), .leafBytes = 300}};
+        inbox.messages.push_back(std::move(mail));
     }
     StoreFolder old{.name = u"Old", .containerClass = u"IPF.Note"};
     old.messages = {Mail(u"From the attic", u"Ben Carver", u"Dust.", FileTime(1999, 12, 31, 23, 59))};

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Text.h"
 #include "tests/scenario/Repair.h"
+#include "tests/support/StoreFamilies.h"
 
 namespace pastille::tests {
 namespace {
@@ -35,6 +37,28 @@ TEST(OutsideReaders, ReadBuiltStoresAsDescribed)
         EXPECT_EQ(mails->messages, 471u);
         EXPECT_EQ(mails->perFolder.at("Inbox"), 470u);
         EXPECT_EQ(items->messages, 471u);
+    }
+}
+
+TEST(OutsideReaders, SeeEveryValueOfABuiltStore)
+{
+    const CTemporaryFolder folder;
+    CBuiltStore(MakeFamilyStore(format::Variant::Unicode).description).WriteTo(folder / "built.pst");
+    const auto items = ReadItemsWithPffexport(folder / "built.pst");
+    if (!items)
+        GTEST_SKIP() << "pffexport is not installed";
+    for (const char16_t* messageClass : {u"IPM.Contact", u"IPM.Appointment", u"IPM.Task", u"IPM.Activity"}) {
+        const auto found = OfClass(*items, messageClass);
+        ASSERT_EQ(found.size(), 1u) << platform::ToUtf8(messageClass);
+        const StoreMessage message = MakeFamilySample(messageClass).message;
+        for (const StoreProperty& property : message.properties) {
+            const FoundValue* const value = FindValue(*found[0], property.id);
+            EXPECT_TRUE(value != nullptr && value->bytes == property.value) << std::hex << property.id;
+        }
+        for (const auto& [name, property] : message.named) {
+            const FoundValue* const value = FindValue(*found[0], name);
+            EXPECT_TRUE(value != nullptr && value->bytes == property.value) << std::hex << name.lid;
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <set>
 
 #include "format/Bytes.h"
 #include "writer/OleDate.h"
@@ -161,6 +162,42 @@ SeenStore CRepair::ReadBack() const
         ADD_FAILURE() << "the new store cannot be read: " << error.what();
     }
     return store;
+}
+
+std::vector<std::string> CRepair::Strangers() const
+{
+    const std::filesystem::path made =
+        settings.destinationFolder / (settings.sourcePath.stem().string() + " Recovered");
+    const std::set<std::filesystem::path> known = {settings.sourcePath,
+                                                   settings.destinationFolder,
+                                                   folder / "profiles",
+                                                   made,
+                                                   made / (made.filename().string() + ".pst"),
+                                                   made / "LogInformation.log",
+                                                   made / "FirstTableItem.dat"};
+    const auto isKnown = [&](const std::filesystem::path& path) {
+        return known.contains(path) || path.parent_path() == folder / "profiles";
+    };
+    std::vector<std::string> strangers;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path())) {
+        if (!isKnown(entry.path()))
+            strangers.push_back(entry.path());
+    }
+    for (const std::filesystem::path& path : files.made) {
+        if (!isKnown(path))
+            strangers.push_back(path);
+    }
+    return strangers;
+}
+
+std::unique_ptr<CRepair> RepairOf(const StoreDescription& description)
+{
+    auto repair = std::make_unique<CRepair>(CBuiltStore(description).Content(),
+                                            description.format.ost ? "source.ost" : "source.pst");
+    repair->Run();
+    EXPECT_FALSE(repair->state.failed) << repair->frontEnd.Boxes();
+    EXPECT_EQ(repair->frontEnd.completions, 1);
+    return repair;
 }
 
 void ExpectRecovered(const SeenStore& found, const SeenStore& expected)

@@ -46,6 +46,9 @@ public:
     /// Opens the result with a session of its own, as the preview does.
     SeenStore ReadBack() const;
     bool HasResult() const { return std::filesystem::exists(state.outputPath); }
+    /// Files and folders of the test's folder, and those asked of the file system anywhere, that a run has no
+    /// business to make.
+    std::vector<std::string> Strangers() const;
 
     CTemporaryFolder folder;
     platform::RunSettings settings;
@@ -56,6 +59,9 @@ public:
 private:
     void Prepare();
 };
+
+/// The whole run of a described store. It must end well.
+std::unique_ptr<CRepair> RepairOf(const StoreDescription& description);
 
 /// Every folder and item of `expected` must be in `found`, and no item more.
 void ExpectRecovered(const SeenStore& found, const SeenStore& expected);

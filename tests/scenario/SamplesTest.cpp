@@ -2,12 +2,22 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <set>
 
+#include "format/Bytes.h"
 #include "tests/scenario/Repair.h"
+#include "tests/scenario/SampleContents.h"
 #include "tests/support/OutsideReaders.h"
 
 namespace pastille::tests {
 namespace {
+
+using SampleItems = std::vector<SampleItem>;
+
+/// The fallback folder as pffexport names it.
+constexpr std::string_view kLostAndFound = "/Lost _ Found";
 
 std::vector<std::filesystem::path> Samples()
 {
@@ -21,6 +31,258 @@ std::vector<std::filesystem::path> Samples()
     }
     std::sort(samples.begin(), samples.end());
     return samples;
+}
+
+/// Code page of a sample's 8-bit texts.
+std::string CodePageOf(const std::filesystem::path& sample)
+{
+    return sample.filename() == "contacts-ansi.pst" ? "windows-932" : "windows-1252";
+}
+
+/// A time as far as OLE dates keep it: to the millisecond. Other texts as they are.
+std::string Millisecond(const std::string& text)
+{
+    return text.ends_with(" UTC") ? text.substr(0, text.find('.') + 4) : text;
+}
+
+/// Lines of the forms that no item but a mail brings back: what a new item has of its own, recurrences, and a
+/// second name of distribution lists.
+const std::set<std::string> kNotKept = {
+    "Client submit time", "Creation time",        "Modification time",  "Size",       "Flags",
+    "File under",         "Importance",           "Priority",           "Is private", "Name",
+    "Recurrence pattern", "First effective time", "Last effective time"};
+
+/// Ids of the texts, flags and numbers that contacts and appointments keep; long ids of the named ones.
+bool IsKeptValue(std::uint32_t id, const std::string& kind)
+{
+    static const std::set<std::uint32_t> kAnyItem = {0x0042, 0x0064, 0x0065, 0x0070, 0x0C1A,
+                                                     0x0C1E, 0x0C1F, 0x0E03, 0x0E04, 0x1000};
+    static const std::set<std::uint32_t> kContact = {0x3001, 0x801A, 0x801B, 0x801C, 0x8062, 0x8080, 0x8082,
+                                                     0x8083, 0x8090, 0x8092, 0x8093, 0x80A0, 0x80A2, 0x80A3};
+    static const std::set<std::uint32_t> kAppointment = {0x8205, 0x8208, 0x8213, 0x8215, 0x8503};
+    // The other three serve searching and sending.
+    const bool isDetail = id >= 0x3A00 && id <= 0x3A64 && id != 0x3A0B && id != 0x3A20 && id != 0x3A40;
+    return kAnyItem.contains(id) || (kind == "Contact" && (isDetail || kContact.contains(id))) ||
+           (kind == "Appointment" && kAppointment.contains(id));
+}
+
+/// What of the source's item is not in the new one, as text; "" when all is there.
+std::string Lost(const SampleItem& source, const SampleItem& found)
+{
+    std::string lost;
+    for (const auto& [label, text] : source.lines) {
+        const std::string now = found.Line(label);
+        const bool isNothing = text.empty() || (text == "no" && now.empty());
+        if (!isNothing && !kNotKept.contains(label) && Millisecond(now) != Millisecond(text))
+            lost.append(label).append(" '" + text + "' is '" + now + "'; ");
+    }
+    for (const auto& [id, bytes] : source.values) {
+        const auto now = found.values.find(id);
+        if (!bytes.empty() && IsKeptValue(id, source.kind) &&
+            (now == found.values.end() || now->second != bytes))
+            lost.append("value ").append(std::to_string(id)).append("; ");
+    }
+    return lost;
+}
+
+/// True when every body of the new mail is the source's of that kind, and there is one when there must be:
+/// HTML in the mail's own heap and RTF in a node of its own do not come back.
+bool HasBodyOf(const SampleItem& found, const SampleItem& source)
+{
+    for (const auto& [kind, bytes] : found.bodies) {
+        const auto body = source.bodies.find(kind);
+        if (body == source.bodies.end() || body->second != bytes)
+            return false;
+    }
+    const auto plain = source.bodies.find(".txt");
+    return !found.bodies.empty() || plain == source.bodies.end() || plain->second.empty();
+}
+
+bool HasAttachmentsOf(const SampleItem& found, const SampleItem& source);
+
+/// True when `found` can be what a repair made of the mail `source`.
+bool IsMailOf(const SampleItem& found, const SampleItem& source)
+{
+    return found.kind == source.kind && found.Line("Subject") == source.Line("Subject") &&
+           Millisecond(found.Line("Client submit time")) == Millisecond(source.Line("Client submit time")) &&
+           HasBodyOf(found, source) && HasAttachmentsOf(found, source);
+}
+
+/// True for the mail that stands for an attached message whose class belongs to no item.
+bool IsStandInFor(const SampleItem& found, const SampleItem& source)
+{
+    return found.Line("Subject") == "UnKnown" && HasAttachmentsOf(found, source);
+}
+
+bool IsEmbeddedOf(const SampleItem& found, const SampleItem& source)
+{
+    if (IsStandInFor(found, source))
+        return true;
+    return source.kind == "Message" ? IsMailOf(found, source)
+                                    : found.kind == source.kind && Lost(source, found).empty();
+}
+
+/// The first six characters that a short file name has, and its extension.
+std::string ShortForm(std::string name)
+{
+    std::erase(name, ' ');
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+    const std::size_t dot = std::min(name.rfind('.'), name.size());
+    return name.substr(0, std::min<std::size_t>(dot, 6)) + name.substr(dot);
+}
+
+/// What pffexport calls an attachment that has no file name.
+constexpr std::string_view kNameless = "Attachment.txt";
+
+/// Attachments without a display name come back under their short file name, those without a file name under
+/// their display name.
+bool IsAttachmentOf(const SampleFile& found, const SampleFile& source)
+{
+    return found.second == source.second &&
+           (source.first == kNameless || ShortForm(found.first) == ShortForm(source.first));
+}
+
+/// True when each of `source` has one of `found` to itself, and none is left over.
+template <class T, class Predicate>
+bool IsMatch(const std::vector<T>& found, const std::vector<T>& source, Predicate isOneOf)
+{
+    std::vector<const T*> left;
+    for (const T& one : found)
+        left.push_back(&one);
+    for (const T& one : source) {
+        const auto twin =
+            std::find_if(left.begin(), left.end(), [&](const T* other) { return isOneOf(*other, one); });
+        if (twin == left.end())
+            return false;
+        left.erase(twin);
+    }
+    return left.empty();
+}
+
+bool HasAttachmentsOf(const SampleItem& found, const SampleItem& source)
+{
+    return IsMatch(found.attachments, source.attachments, IsAttachmentOf) &&
+           IsMatch(found.embedded, source.embedded, IsEmbeddedOf);
+}
+
+/// Every mail must be there, in its folder, with a body of its own and all its attachments.
+void ExpectMails(const SampleItems& source, SampleItems found)
+{
+    for (const SampleItem& item : source) {
+        if (item.kind != "Message")
+            continue;
+        const auto twin = std::find_if(found.begin(), found.end(), [&](const SampleItem& candidate) {
+            return candidate.folder == item.folder && IsMailOf(candidate, item);
+        });
+        EXPECT_TRUE(twin != found.end()) << "lost: " << testing::PrintToString(item);
+        if (twin != found.end())
+            found.erase(twin);
+    }
+}
+
+/// Every contact, appointment and the like must be there with its details. Files attached to it come back on
+/// a mail of their own; exceptions of a recurrence do not.
+void ExpectOtherItems(const SampleItems& source, const SampleItems& found)
+{
+    for (const SampleItem& item : source) {
+        if (item.kind == "Message")
+            continue;
+        std::string lost = "the item";
+        for (const SampleItem& candidate : found) {
+            if (candidate.kind == item.kind && candidate.folder == item.folder && !lost.empty())
+                lost = Lost(item, candidate);
+        }
+        EXPECT_EQ(lost, "") << testing::PrintToString(item);
+        const bool isKept = std::any_of(found.begin(), found.end(), [&](const SampleItem& holder) {
+            return holder.folder == kLostAndFound && holder.Line("Subject") == "UnKnown" &&
+                   IsMatch(holder.attachments, item.attachments, IsAttachmentOf);
+        });
+        EXPECT_TRUE(item.attachments.empty() || isKept)
+            << "lost what is attached to: " << testing::PrintToString(item);
+    }
+}
+
+void AddAttachments(const SampleItems& items, std::set<std::string>& bytes)
+{
+    for (const SampleItem& item : items) {
+        for (const auto& [name, content] : item.attachments)
+            bytes.insert(content);
+        AddAttachments(item.embedded, bytes);
+    }
+}
+
+/// Repairs `repair`'s source; the result must hold everything of the sample and no attachment of any other.
+/// False when there is no outside reader.
+bool ExpectContentsOf(const std::filesystem::path& sample, CRepair& repair, bool values)
+{
+    repair.settings.codePage = CodePageOf(sample);
+    const auto source = ReadWithPffexport(sample, values, repair.settings.codePage);
+    if (!source)
+        return false;
+    repair.Run();
+    EXPECT_FALSE(repair.state.failed) << repair.frontEnd.Boxes();
+    const auto found = ReadWithPffexport(repair.state.outputPath, values);
+    if (!found) {
+        ADD_FAILURE() << "the new store cannot be read by others";
+        return true;
+    }
+    ExpectMails(*source, *found);
+    ExpectOtherItems(*source, *found);
+    std::set<std::string> before, after;
+    AddAttachments(*source, before);
+    AddAttachments(*found, after);
+    EXPECT_TRUE(std::includes(before.begin(), before.end(), after.begin(), after.end()))
+        << "an attachment came from nowhere";
+    return true;
+}
+
+TEST(Samples, ContentsComeBack)
+{
+    const auto samples = Samples();
+    if (samples.empty())
+        GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
+    for (const auto& sample : samples) {
+        SCOPED_TRACE(sample);
+        const std::string name = sample.filename();
+        CRepair repair(sample);
+        if (!ExpectContentsOf(sample, repair, name == "outlook.pst" || name == "dist-list.pst"))
+            GTEST_SKIP() << "pffexport is not installed";
+    }
+}
+
+/// Zeroes the header but for the client's magic, and all pages of the node tree above its leaves.
+void LoseTheTree(Bytes& store)
+{
+    const std::size_t pageSize = format::LoadLE<std::uint16_t>(store, 10) == 36 ? 4096 : 512;
+    const std::size_t trailer = pageSize == 512 ? 496 : 4072;
+    const std::size_t level = pageSize == 512 ? 491 : 4061;
+    for (std::size_t page = pageSize; page + pageSize <= store.size(); page += pageSize) {
+        const bool isNodePage = format::LoadLE<std::uint16_t>(store, page + trailer) == 0x8181;
+        if (isNodePage && store[page + level] != std::byte{0})
+            std::fill_n(store.begin() + page, pageSize, std::byte{0});
+    }
+    const std::vector<std::byte> magic(store.begin() + 8, store.begin() + 10);
+    std::fill_n(store.begin(), 564, std::byte{0});
+    std::copy(magic.begin(), magic.end(), store.begin() + 8);
+}
+
+TEST(Samples, ContentsComeBackWithoutHeaderAndTree)
+{
+    for (const auto& sample : Samples()) {
+        const std::string name = sample.filename();
+        if (name != "outlook.pst" && name != "mailbox-4k.ost")
+            continue;
+        SCOPED_TRACE(sample);
+        std::ifstream file(sample, std::ios::binary);
+        const std::string content{std::istreambuf_iterator<char>(file), {}};
+        Bytes store(content.size());
+        std::transform(content.begin(), content.end(), store.begin(),
+                       [](char byte) { return static_cast<std::byte>(byte); });
+        LoseTheTree(store);
+        CRepair repair(store, name);
+        if (!ExpectContentsOf(sample, repair, false))
+            GTEST_SKIP() << "pffexport is not installed";
+    }
 }
 
 /// Every mail that another reader finds in a real file must be in the repaired one, read by that same reader.

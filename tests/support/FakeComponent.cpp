@@ -208,7 +208,7 @@ private:
 /// A folder and, since AddFolder's result has it, its settings.
 class CFolder final : public IStoreFolder, public IFolderSettings {
 public:
-    static constexpr format::Guid kInterfaceId = IStoreFolder::kInterfaceId;
+    [[maybe_unused]] static constexpr format::Guid kInterfaceId = IStoreFolder::kInterfaceId;
     CFolder(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
     CRef<IItemList> GetItems() override
     {

@@ -102,6 +102,7 @@ std::unique_ptr<platform::IByteSource> CFaultyFileSystem::OpenSource(const std::
 
 std::unique_ptr<platform::IFile> CFaultyFileSystem::Create(const std::filesystem::path& path)
 {
+    made.push_back(path);
     if (++creates == faults.failingCreate)
         Fail(std::errc::permission_denied);
     return std::make_unique<CFaultyFile>(m_below.Create(path), *this);

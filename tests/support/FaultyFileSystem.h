@@ -42,11 +42,13 @@ public:
     std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override;
     std::error_code CreateFolder(const std::filesystem::path& path) override
     {
+        made.push_back(path);
         return m_below.CreateFolder(path);
     }
     std::error_code Remove(const std::filesystem::path& path) override { return m_below.Remove(path); }
     std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
     {
+        made.push_back(to);
         return m_below.Rename(from, to);
     }
 
@@ -59,6 +61,8 @@ public:
     std::uint64_t written = 0;
     std::uint64_t creates = 0;
     std::uint64_t syncs = 0;
+    std::vector<std::filesystem::path>
+        made{};  ///< every file and folder that was to be created, or renamed to
 
 private:
     platform::IFileSystem& m_below;

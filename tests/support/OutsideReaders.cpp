@@ -5,9 +5,12 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <fstream>
+#include <map>
 #include <vector>
 
+#include "platform/Text.h"
 #include "tests/support/FaultyFileSystem.h"
 
 extern char** environ;
@@ -56,6 +59,135 @@ void CountItemFolders(const std::filesystem::path& folder, const std::string& pa
     }
 }
 
+// ---- what pffexport writes of an item
+
+/// One entry of an "ItemValues.txt".
+struct DumpedEntry {
+    std::uint32_t set = 0;
+    std::uint16_t id = 0;
+    std::optional<StoreName> name{};
+    FoundValue value{};
+};
+
+std::uint32_t HexNumber(const std::string& text)
+{
+    return static_cast<std::uint32_t>(std::stoul(text, nullptr, 16));
+}
+
+/// Appends the bytes of a line as "0x00000010: 20 00 6f 00  6f 00 66 00   .o.o.f. ...".
+void AppendDumpLine(const std::string& line, Bytes& bytes)
+{
+    constexpr std::size_t kFirst = 12;
+    for (std::size_t i = 0; i < 16; ++i) {
+        const std::size_t at = kFirst + 3 * i + i / 8;
+        if (at + 2 > line.size() || line[at] == ' ')
+            return;
+        bytes.push_back(static_cast<std::byte>(HexNumber(line.substr(at, 2))));
+    }
+}
+
+std::vector<DumpedEntry> ReadDump(const std::filesystem::path& path)
+{
+    std::vector<DumpedEntry> entries;
+    std::ifstream file(path);
+    std::uint32_t set = 0;
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t tabs = line.find(":\t");
+        if (line.starts_with("0x") && !entries.empty()) {
+            AppendDumpLine(line, entries.back().value.bytes);
+            continue;
+        }
+        if (tabs == std::string::npos)
+            continue;
+        const std::string key = line.substr(0, tabs);
+        const std::string value = line.substr(line.find_last_of('\t') + 1);
+        if (key == "Set")
+            set = static_cast<std::uint32_t>(std::stoul(value));
+        else if (key == "Entry")
+            entries.push_back({.set = set});
+        else if (key == "Entry type")
+            entries.back().id = static_cast<std::uint16_t>(HexNumber(value));
+        else if (key == "Value type")
+            entries.back().value.type = static_cast<format::PropertyType>(HexNumber(value));
+        else if (key == "Maps to entry type")
+            entries.back().name = StoreName{{}, HexNumber(value), {}};
+        else if (key == "Maps to entry")
+            entries.back().name = StoreName{{}, 0, platform::FromUtf8(value)};
+    }
+    return entries;
+}
+
+Bytes ReadFile(const std::filesystem::path& path)
+{
+    Bytes bytes(static_cast<std::size_t>(std::filesystem::file_size(path)));
+    std::ifstream(path, std::ios::binary)
+        .read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
+}
+
+FoundItem ReadExportedItem(const std::filesystem::path& folder);
+
+/// Attachments are files "1_name" or folders "Attachment00001", numbered from 1; the dump has a set for each.
+void ReadExportedAttachments(const std::filesystem::path& folder, FoundItem& item)
+{
+    for (const DumpedEntry& entry : ReadDump(folder / "ItemValues.txt")) {
+        if (entry.set >= item.attachments.size())
+            item.attachments.resize(entry.set + 1);
+        item.attachments[entry.set].values[entry.id] = entry.value;
+    }
+    constexpr std::string_view kFolder = "Attachment";
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        const std::size_t digits = entry.is_directory() && name.starts_with(kFolder) ? kFolder.size() : 0;
+        const auto number = static_cast<std::size_t>(std::strtoul(name.c_str() + digits, nullptr, 10));
+        if (number == 0)
+            continue;
+        if (number > item.attachments.size())
+            item.attachments.resize(number);
+        FoundAttachment& attachment = item.attachments[number - 1];
+        if (!entry.is_directory()) {
+            attachment.data = ReadFile(entry.path());
+            continue;
+        }
+        for (const auto& inner : std::filesystem::directory_iterator(entry.path()))
+            attachment.embedded.push_back(ReadExportedItem(inner.path()));
+    }
+}
+
+FoundItem ReadExportedItem(const std::filesystem::path& folder)
+{
+    FoundItem item;
+    for (const DumpedEntry& entry : ReadDump(folder / "ItemValues.txt")) {
+        if (entry.name)
+            item.named[*entry.name] = entry.value;
+        else
+            item.values[entry.id] = entry.value;
+    }
+    if (std::filesystem::exists(folder / "Attachments"))
+        ReadExportedAttachments(folder / "Attachments", item);
+    return item;
+}
+
+void ReadExportedFolder(const std::filesystem::path& folder, const std::string& path,
+                        std::vector<FoundItem>& items)
+{
+    std::vector<std::filesystem::path> entries;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.is_directory())
+            entries.push_back(entry.path());
+    }
+    std::ranges::sort(entries);
+    for (const std::filesystem::path& entry : entries) {
+        const std::string name = entry.filename();
+        if (!IsItemFolder(name)) {
+            ReadExportedFolder(entry, path + "/" + name, items);
+            continue;
+        }
+        items.push_back(ReadExportedItem(entry));
+        items.back().folder = path;
+    }
+}
+
 }  // namespace
 
 std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
@@ -90,6 +222,19 @@ std::optional<OutsideCount> CountWithPffexport(const std::filesystem::path& stor
     for (std::string line; std::getline(output, line);)
         count.messages += line.starts_with("Skipped item") ? 1 : 0;
     return count;
+}
+
+std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store)
+{
+    const CTemporaryFolder out;
+    if (!RunProgram({"pffexport", "-q", "-d", "-m", "items", "-f", "text", "-t", out / "found", store}))
+        return std::nullopt;
+    std::vector<FoundItem> items;
+    for (const auto& entry : std::filesystem::directory_iterator(out / "found.export")) {
+        if (entry.is_directory() && entry.path().filename().string().starts_with("Top of"))
+            ReadExportedFolder(entry.path(), "", items);
+    }
+    return items;
 }
 
 }  // namespace pastille::tests

@@ -4,6 +4,9 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "tests/support/FoundItems.h"
 
 namespace pastille::tests {
 
@@ -18,5 +21,9 @@ std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
 
 /// The items that pffexport finds, by folder path.
 std::optional<OutsideCount> CountWithPffexport(const std::filesystem::path& store);
+
+/// Everything that pffexport finds in the items below the top folder, without the names of property sets.
+/// Items of the same class and folder come in the order of the folder.
+std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store);
 
 }  // namespace pastille::tests

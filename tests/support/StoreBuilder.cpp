@@ -114,6 +114,23 @@ Bytes CStoreBuilder::CodePageText(const Bytes& wide) const
     return {bytes.begin(), bytes.end()};
 }
 
+Bytes CStoreBuilder::CodePageTexts(const Bytes& wide) const
+{
+    const auto count = format::LoadLE<std::uint32_t>(wide, 0);
+    if (count > wide.size() / 4 - 1)
+        return wide;  // broken on purpose
+    Bytes narrow(4 + 4 * count);
+    StoreLE(std::span(narrow), 0, count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto start = format::LoadLE<std::uint32_t>(wide, 4 + 4 * i);
+        const auto end = i + 1 < count ? format::LoadLE<std::uint32_t>(wide, 8 + 4 * i)
+                                       : static_cast<std::uint32_t>(wide.size());
+        StoreLE(std::span(narrow), 4 + 4 * i, static_cast<std::uint32_t>(narrow.size()));
+        Append(narrow, CodePageText(Bytes(wide.begin() + start, wide.begin() + end)));
+    }
+    return narrow;
+}
+
 // ---- property contexts and tables
 
 void CStoreBuilder::MoveToSubnode(StoredProperty& property, std::size_t leafBytes, Parts& parts)
@@ -130,6 +147,10 @@ void CStoreBuilder::Insert(Properties& into, const StoreProperty& property, std:
     if (!m_store.IsWide() && property.type == PropertyType::String) {
         stored.type = PropertyType::String8;
         stored.value = CodePageText(property.value);
+    }
+    if (!m_store.IsWide() && property.type == PropertyType::MultipleString) {
+        stored.type = PropertyType::MultipleString8;
+        stored.value = CodePageTexts(property.value);
     }
     const bool variable = FixedSize(stored.type) == 0 && stored.type != PropertyType::Object;
     if (variable && !stored.hnid && !stored.value.empty() &&
@@ -162,11 +183,14 @@ std::vector<Bytes> CStoreBuilder::Context(const Properties& properties) const
     return BuildPropertyContext(properties, NoSubnode, m_store.BlockBytes(), HidShift()).Finish();
 }
 
-std::uint64_t CStoreBuilder::WriteContext(const Properties& properties, Parts& parts)
+std::uint64_t CStoreBuilder::WriteContext(const Properties& properties, Parts& parts,
+                                          std::optional<std::uint64_t> bid)
 {
     const std::vector<Bytes> blocks = Context(properties);
     for (const Bytes& block : blocks)
         parts.dataBytes += block.size();
+    if (bid && blocks.size() == 1)
+        return m_store.WriteBlock(blocks.front(), {.name = parts.name + "/data", .bid = bid});
     return m_store.WriteDataTree(blocks, parts.name);
 }
 
@@ -260,16 +284,19 @@ SubnodeRef CStoreBuilder::WriteMessage(const StoreMessage& message, std::uint32_
     if (!message.bare || !message.recipients.empty())
         WriteRecipients(message, parts);
     WriteAttachments(message, parts);
+    parts.subnodes.insert(parts.subnodes.end(), message.subnodes.begin(), message.subnodes.end());
     KeepFirstBlock(properties, parts);
-    if (!message.bare) {
+    const bool stated = std::ranges::any_of(
+        message.properties, [](const StoreProperty& property) { return property.id == pid::kMessageSize; });
+    if (!message.bare && !stated) {
         std::size_t size = parts.dataBytes;
         for (const Bytes& block : Context(properties))
             size += block.size();
         properties[pid::kMessageSize].value = Stored(static_cast<std::uint32_t>(size));
     }
-    const std::uint64_t data = WriteContext(properties, parts);
+    const std::uint64_t data = WriteContext(properties, parts, message.dataBid);
     bytes += parts.dataBytes;
-    return {nid, data, m_store.WriteSubnodes(parts.subnodes, name)};
+    return {nid, data, m_store.WriteSubnodes(parts.subnodes, name, message.subnodesBid)};
 }
 
 void CStoreBuilder::WriteRecipients(const StoreMessage& message, Parts& parts)
@@ -310,6 +337,26 @@ void CStoreBuilder::WriteAttachments(const StoreMessage& message, Parts& parts)
         WriteTable(0x671, kAttachmentColumns, rows, parts.name + "/attachments", &parts.dataBytes));
 }
 
+StoredProperty CStoreBuilder::WriteEmbedded(const StoreAttachment& attachment, Parts& parts)
+{
+    std::pair<SubnodeRef, std::size_t> message{};
+    const auto known = m_shared.find(attachment.embedded.get());
+    if (attachment.shareEmbedded && known != m_shared.end()) {
+        message = known->second;
+    } else {
+        Properties inner;
+        message.first =
+            WriteMessage(*attachment.embedded, NewNid(4), parts.name + "/message", inner, message.second);
+        m_shared[attachment.embedded.get()] = message;
+    }
+    const auto size = static_cast<std::uint32_t>(std::min<std::size_t>(message.second, 0x7FFFFFFF));
+    parts.subnodes.push_back(message.first);
+    parts.dataBytes += message.second;
+    Bytes object = Stored(message.first.nid);
+    Append(object, Stored(size));
+    return {PropertyType::Object, std::move(object), {}, false};
+}
+
 SubnodeRef CStoreBuilder::WriteAttachment(const StoreAttachment& attachment, const std::string& name,
                                           TableRow& row, std::size_t& bytes)
 {
@@ -322,27 +369,22 @@ SubnodeRef CStoreBuilder::WriteAttachment(const StoreAttachment& attachment, con
           Number(pid::kRenderingPosition, 0xFFFFFFFF)})
         Insert(properties, property, property.id, parts);
     if (attachment.embedded) {
-        Properties inner;
-        std::size_t innerBytes = 0;
-        const std::uint32_t innerNid = NewNid(4);
-        parts.subnodes.push_back(
-            WriteMessage(*attachment.embedded, innerNid, name + "/message", inner, innerBytes));
-        Bytes object = Stored(innerNid);
-        Append(object, Stored(static_cast<std::uint32_t>(innerBytes)));
-        parts.dataBytes += innerBytes;
-        properties[pid::kAttachDataBinary] = {PropertyType::Object, std::move(object), {}, false};
+        properties[pid::kAttachDataBinary] = WriteEmbedded(attachment, parts);
     } else if (!attachment.data.empty()) {
         StoreProperty data = Binary(pid::kAttachDataBinary, attachment.data);
         data.inSubnode = attachment.inSubnode || attachment.leafBytes != 0;
         data.leafBytes = attachment.leafBytes;
         Insert(properties, data, data.id, parts);
     }
-    for (const StoreProperty& property : attachment.properties)
-        Insert(properties, property, property.id, parts);
     std::size_t size = 0;
     for (const auto& [id, property] : properties)
         size += CountedSize(property);
     properties[pid::kAttachSize].value = Stored(static_cast<std::uint32_t>(size));
+    for (const StoreProperty& property : attachment.properties)
+        Insert(properties, property, property.id, parts);
+    for (const std::uint16_t id : attachment.omitted)
+        properties.erase(id);
+    parts.subnodes.insert(parts.subnodes.end(), attachment.subnodes.begin(), attachment.subnodes.end());
     const NbtEntry entry = WriteContextNode(properties, parts);
     bytes += parts.dataBytes;
     row.id = nid;
@@ -557,12 +599,15 @@ void CStoreBuilder::WriteNameMap()
             strings.resize((strings.size() + 3) / 4 * 4);
         }
     }
+    NameStreams streams{std::move(guids), std::move(entries), std::move(strings)};
+    if (m_editNames)
+        m_editNames(streams);
     Parts parts{"name map", {}, 0};
     Properties properties;
     Insert(properties, Number(1, kHashBuckets), 1, parts);
-    Insert(properties, Binary(2, guids), 2, parts);
-    Insert(properties, Binary(3, entries), 3, parts);
-    Insert(properties, Binary(4, strings), 4, parts);
+    Insert(properties, Binary(2, streams.guids), 2, parts);
+    Insert(properties, Binary(3, streams.entries), 3, parts);
+    Insert(properties, Binary(4, streams.strings), 4, parts);
     for (const auto& [id, bucket] : buckets)
         Insert(properties, Binary(id, bucket), id, parts);
     NbtEntry entry = WriteContextNode(properties, parts);
@@ -591,6 +636,7 @@ StoreDirectory BuildStore(const StoreDescription& description, platform::IFile& 
 {
     CStoreBuilder builder(file, description.format, description.displayName, description.topName,
                           description.codePage);
+    builder.EditNames(description.editNames);
     if (description.atStart)
         description.atStart(builder.File());
     for (const StoreMessage& message : description.messages)

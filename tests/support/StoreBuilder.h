@@ -25,6 +25,8 @@ public:
                   const std::string& codePage = "windows-1252");
 
     CStoreFile& File() { return m_store; }
+    /// Called with the streams of the name map before they are written.
+    void EditNames(std::function<void(NameStreams&)> edit) { m_editNames = std::move(edit); }
 
     /// Each returns the new node's id.
     std::uint32_t AddFolder(const StoreFolder& folder, std::uint32_t parent = kTopFolder);
@@ -55,12 +57,14 @@ private:
     std::uint32_t NewNid(std::uint32_t type);
     unsigned HidShift() const;
     Bytes CodePageText(const Bytes& wide) const;
+    Bytes CodePageTexts(const Bytes& wide) const;
     format::PropertyType StringType() const;
     void Insert(Properties& into, const StoreProperty& property, std::uint16_t id, Parts& parts);
     void MoveToSubnode(StoredProperty& property, std::size_t leafBytes, Parts& parts);
     void KeepFirstBlock(Properties& properties, Parts& parts);
     std::vector<Bytes> Context(const Properties& properties) const;
-    std::uint64_t WriteContext(const Properties& properties, Parts& parts);
+    std::uint64_t WriteContext(const Properties& properties, Parts& parts,
+                               std::optional<std::uint64_t> bid = {});
     NbtEntry WriteContextNode(Properties properties, Parts& parts);
     SubnodeRef WriteTable(std::uint32_t nid, std::vector<std::uint32_t> tags,
                           const std::vector<TableRow>& rows, const std::string& name,
@@ -73,6 +77,7 @@ private:
                             Properties& properties, std::size_t& bytes);
     SubnodeRef WriteAttachment(const StoreAttachment& attachment, const std::string& name, TableRow& row,
                                std::size_t& bytes);
+    StoredProperty WriteEmbedded(const StoreAttachment& attachment, Parts& parts);
     void WriteRecipients(const StoreMessage& message, Parts& parts);
     void WriteAttachments(const StoreMessage& message, Parts& parts);
     Properties MessageProperties(const StoreMessage& message, std::uint32_t nid, Parts& parts);
@@ -91,6 +96,8 @@ private:
     std::map<std::uint32_t, Folder> m_folders;
     std::vector<StoreName> m_names;
     std::map<StoreName, std::uint16_t> m_ids;
+    std::map<const StoreMessage*, std::pair<SubnodeRef, std::size_t>> m_shared;  ///< and their bytes
+    std::function<void(NameStreams&)> m_editNames;
     std::uint32_t m_unlabelled = 0;
 };
 

@@ -67,6 +67,23 @@ StoreProperty Binary(std::uint16_t id, std::string_view text)
     return Binary(id, Bytes(bytes.begin(), bytes.end()));
 }
 
+StoreProperty Texts(std::uint16_t id, const std::vector<std::u16string>& texts)
+{
+    Bytes value = LittleEndian(static_cast<std::uint32_t>(texts.size()));
+    value.resize(4 + 4 * texts.size());
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        format::StoreLE(std::span(value), 4 + 4 * i, static_cast<std::uint32_t>(value.size()));
+        const Bytes text = Text(0, texts[i]).value;
+        value.insert(value.end(), text.begin(), text.end());
+    }
+    return {.id = id, .type = PropertyType::MultipleString, .value = std::move(value)};
+}
+
+StoreProperty Behind(std::uint16_t id, PropertyType type, std::uint32_t hnid)
+{
+    return {.id = id, .type = type, .hnid = hnid};
+}
+
 StoreProperty InSubnode(StoreProperty property, std::size_t leafBytes)
 {
     property.inSubnode = true;

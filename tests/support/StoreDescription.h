@@ -37,6 +37,10 @@ StoreProperty Flag(std::uint16_t id, bool value);
 StoreProperty Time(std::uint16_t id, std::uint64_t fileTime);
 StoreProperty Binary(std::uint16_t id, Bytes value);
 StoreProperty Binary(std::uint16_t id, std::string_view text);
+/// Several strings as one value. [MS-PST] 2.3.3.4.2
+StoreProperty Texts(std::uint16_t id, const std::vector<std::u16string>& texts);
+/// A property whose value is what `hnid` leads to, whatever that is.
+StoreProperty Behind(std::uint16_t id, format::PropertyType type, std::uint32_t hnid);
 /// The same property in a subnode, its data in blocks of `leafBytes` (0: as large as possible).
 StoreProperty InSubnode(StoreProperty property, std::size_t leafBytes = 0);
 
@@ -65,7 +69,11 @@ struct StoreAttachment {
     bool inSubnode = false;
     std::size_t leafBytes = 0;
     std::shared_ptr<StoreMessage> embedded{};
+    bool shareEmbedded =
+        false;  ///< all attachments that embed this same object refer to one copy of its blocks
     std::vector<StoreProperty> properties{};  ///< added to, or put in place of, what the builder writes
+    std::vector<std::uint16_t> omitted{};     ///< of what the builder writes
+    std::vector<SubnodeRef> subnodes{};       ///< besides those the builder makes
 };
 
 struct StoreRecipient {
@@ -85,7 +93,15 @@ struct StoreMessage {
     bool associated = false;  ///< folder-associated information
     bool bare = false;        ///< only the properties given: no class, times, size, recipient table
     std::optional<std::uint32_t> nid{};
-    std::optional<std::uint32_t> parent{};  ///< nidParent when it is not to be the folder
+    std::optional<std::uint32_t> parent{};       ///< nidParent when it is not to be the folder
+    std::vector<SubnodeRef> subnodes{};          ///< besides those the builder makes
+    std::optional<std::uint64_t> dataBid{};      ///< BID of the data block; only when it is one block
+    std::optional<std::uint64_t> subnodesBid{};  ///< BID of the SLBLOCK; only when it is one
+};
+
+/// The three streams of a name map as they are to be written. [MS-PST] 2.4.7
+struct NameStreams {
+    Bytes guids{}, entries{}, strings{};
 };
 
 struct StoreFolder {
@@ -107,6 +123,7 @@ struct StoreDescription {
     std::vector<StoreMessage> messages{};            ///< in the top folder
     std::function<void(CStoreFile&)> atStart{};      ///< before anything else is written
     std::function<void(CStoreFile&)> beforeTrees{};  ///< when every node and block is there
+    std::function<void(NameStreams&)> editNames{};   ///< before the name map is written
 };
 
 /// An ordinary mail.

@@ -304,14 +304,17 @@ std::uint64_t CStoreFile::WriteData(std::span<const std::byte> data, const std::
     return WriteDataTree(leaves, name);
 }
 
-std::uint64_t CStoreFile::WriteSubnodes(std::vector<SubnodeRef> entries, const std::string& name)
+std::uint64_t CStoreFile::WriteSubnodes(std::vector<SubnodeRef> entries, const std::string& name,
+                                        std::optional<std::uint64_t> bid)
 {
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.nid < b.nid; });
     const std::size_t key = m_layout.keyWidth;
     const std::size_t head = m_layout.wide ? 8 : 4;
     const std::size_t fitting = (std::min<std::size_t>(m_layout.largestBlock, 8180) - head) / (3 * key);
     const std::size_t fanout = m_format.childrenPerBlock != 0 ? m_format.childrenPerBlock : fitting;
-    const BlockOptions options{.name = name + "/subnodes", .kind = PlaceKind::Subnodes};
+    BlockOptions options{.name = name + "/subnodes", .kind = PlaceKind::Subnodes};
+    if (entries.size() <= fanout)
+        options.bid = bid;
     std::vector<std::pair<std::uint32_t, std::uint64_t>> leaves;
     for (std::size_t first = 0; first < entries.size(); first += fanout) {
         const std::size_t count = std::min(fanout, entries.size() - first);

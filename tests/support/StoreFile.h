@@ -128,8 +128,15 @@ public:
     /// The same, cut into blocks of `leafBytes` (0: the largest).
     std::uint64_t WriteData(std::span<const std::byte> data, const std::string& name,
                             std::size_t leafBytes = 0);
-    /// An SLBLOCK, or an SIBLOCK over several. 0 for no entry.
-    std::uint64_t WriteSubnodes(std::vector<SubnodeRef> entries, const std::string& name);
+    /// An SLBLOCK, or an SIBLOCK over several. 0 for no entry. `bid`: of the SLBLOCK when it is the only one.
+    std::uint64_t WriteSubnodes(std::vector<SubnodeRef> entries, const std::string& name,
+                                std::optional<std::uint64_t> bid = {});
+    /// An XBLOCK of its own making: any children, any total.
+    std::uint64_t WriteDataTreeBlock(std::uint8_t level, std::uint32_t total,
+                                     std::span<const std::uint64_t> children, const BlockOptions& options)
+    {
+        return WriteInternalBlock(TreeBlock(level, total, children), options);
+    }
 
     void AddNode(const NbtEntry& entry, const std::string& name = {});
     const std::vector<NbtEntry>& Nodes() const { return m_nodes; }

@@ -6,13 +6,20 @@
 
 namespace pastille::tests {
 
-/// A store of ordinary mails of about 7 KB each, as large as wanted. The same options give the same bytes.
+enum class ItemKind { Mails, Contacts, Appointments, Tasks };
+
+/// A store of ordinary items, mails of about 7 KB each, as large as wanted. The same options give the same
+/// bytes.
 struct MailStoreOptions {
     StoreFormat format{};
-    std::uint64_t mails = 0;      ///< 0: as many as fit `fileBytes`
+    ItemKind kind = ItemKind::Mails;
+    std::uint64_t mails = 0;      ///< number of items; 0: as many as fit `fileBytes`
     std::uint64_t fileBytes = 0;  ///< about this large
     std::uint32_t folders = 12;
     std::uint32_t seed = 1;
+    std::size_t attachments = 0;  ///< on each item
+    std::size_t attachmentBytes = 50'000;
+    std::size_t bodyBytes = 0;  ///< of a body in a subnode, in place of the ordinary one; 0: that one
 };
 
 struct MailStoreFigures {
@@ -23,7 +30,7 @@ struct MailStoreFigures {
 /// Writes the store to `file`, which must be empty, holding no more than one folder's table rows in memory.
 MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile& file);
 
-/// The mail of that number in such a store.
+/// The mail of that number in such a store, without its attachments.
 StoreMessage OrdinaryMail(std::uint32_t seed, std::uint64_t number);
 
 }  // namespace pastille::tests

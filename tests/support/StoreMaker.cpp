@@ -4,11 +4,13 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
 
 #include "tests/support/StoreExample.h"
+#include "tests/support/StoreFamilies.h"
 #include "tests/support/StoreMails.h"
 
 namespace {
@@ -19,8 +21,14 @@ using namespace pastille::tests;
 constexpr const char* kUsage =
     "usage: store_maker [options] FILE\n"
     "       store_maker --example FILE\n"
+    "       store_maker --families [--variant NAME] [--ost] FILE\n"
+    "                    an item of every class with everything that it can keep\n"
     "  --size BYTES      about so large; K, M and G may follow\n"
-    "  --mails COUNT     so many mails\n"
+    "  --mails COUNT     so many mails, or other items\n"
+    "  --kind NAME       mails (default), contacts, appointments or tasks\n"
+    "  --attachments COUNT       on each item (0)\n"
+    "  --attachment-bytes BYTES  of each (50000)\n"
+    "  --body-bytes BYTES        of each item's body (about 3 KB)\n"
     "  --folders COUNT   so many folders (12)\n"
     "  --seed NUMBER     another store (1)\n"
     "  --variant NAME    ansi, unicode (default) or unicode4k\n"
@@ -69,7 +77,57 @@ struct Arguments {
     std::vector<DamageFunction> damages;
     std::string path;
     bool example = false;
+    bool families = false;
 };
+
+/// Takes an option that says what the store is to hold. False for another one.
+bool TakeContents(const std::string& name, const std::function<std::string()>& next,
+                  MailStoreOptions& options)
+{
+    if (name == "--size")
+        options.fileBytes = ParseSize(next());
+    else if (name == "--mails")
+        options.mails = ParseSize(next());
+    else if (name == "--kind")
+        options.kind = Choose<ItemKind>({{"mails", ItemKind::Mails},
+                                         {"contacts", ItemKind::Contacts},
+                                         {"appointments", ItemKind::Appointments},
+                                         {"tasks", ItemKind::Tasks}},
+                                        next());
+    else if (name == "--attachments")
+        options.attachments = ParseSize(next());
+    else if (name == "--attachment-bytes")
+        options.attachmentBytes = ParseSize(next());
+    else if (name == "--body-bytes")
+        options.bodyBytes = ParseSize(next());
+    else if (name == "--folders")
+        options.folders = static_cast<std::uint32_t>(ParseSize(next()));
+    else if (name == "--seed")
+        options.seed = static_cast<std::uint32_t>(ParseSize(next()));
+    else
+        return false;
+    return true;
+}
+
+/// The same for how the file is laid out.
+bool TakeFormat(const std::string& name, const std::function<std::string()>& next, StoreFormat& format)
+{
+    if (name == "--variant")
+        format.variant = Choose<format::Variant>({{"ansi", format::Variant::Ansi},
+                                                  {"unicode", format::Variant::Unicode},
+                                                  {"unicode4k", format::Variant::Unicode4k}},
+                                                 next());
+    else if (name == "--crypt")
+        format.crypt = Choose<format::CryptMethod>({{"none", format::CryptMethod::None},
+                                                    {"permute", format::CryptMethod::Permute},
+                                                    {"cyclic", format::CryptMethod::Cyclic}},
+                                                   next());
+    else if (name == "--ost")
+        format.ost = true;
+    else
+        return false;
+    return true;
+}
 
 Arguments Parse(int count, char** values)
 {
@@ -82,32 +140,14 @@ Arguments Parse(int count, char** values)
                 throw std::invalid_argument("value missing after " + name);
             return std::string(values[i]);
         };
-        if (name == "--size")
-            arguments.options.fileBytes = ParseSize(next());
-        else if (name == "--mails")
-            arguments.options.mails = ParseSize(next());
-        else if (name == "--folders")
-            arguments.options.folders = static_cast<std::uint32_t>(ParseSize(next()));
-        else if (name == "--seed")
-            arguments.options.seed = static_cast<std::uint32_t>(ParseSize(next()));
-        else if (name == "--variant")
-            arguments.options.format.variant =
-                Choose<format::Variant>({{"ansi", format::Variant::Ansi},
-                                         {"unicode", format::Variant::Unicode},
-                                         {"unicode4k", format::Variant::Unicode4k}},
-                                        next());
-        else if (name == "--crypt")
-            arguments.options.format.crypt =
-                Choose<format::CryptMethod>({{"none", format::CryptMethod::None},
-                                             {"permute", format::CryptMethod::Permute},
-                                             {"cyclic", format::CryptMethod::Cyclic}},
-                                            next());
-        else if (name == "--ost")
-            arguments.options.format.ost = true;
-        else if (name == "--damage")
+        if (TakeContents(name, next, arguments.options) || TakeFormat(name, next, arguments.options.format))
+            continue;
+        if (name == "--damage")
             arguments.damages.push_back(Choose(kDamages, next()));
         else if (name == "--example")
             arguments.example = true;
+        else if (name == "--families")
+            arguments.families = true;
         else if (name.starts_with("-") || !arguments.path.empty())
             throw std::invalid_argument("unknown: " + name);
         else
@@ -115,7 +155,8 @@ Arguments Parse(int count, char** values)
     }
     if (arguments.path.empty())
         throw std::invalid_argument("no file named");
-    if (!arguments.example && arguments.options.mails == 0 && arguments.options.fileBytes == 0)
+    if (!arguments.example && !arguments.families && arguments.options.mails == 0 &&
+        arguments.options.fileBytes == 0)
         throw std::invalid_argument("give --size or --mails");
     return arguments;
 }
@@ -126,12 +167,18 @@ void Make(const Arguments& arguments)
         BuildDamagedExample().WriteTo(arguments.path);
         return;
     }
+    if (arguments.families) {
+        const StoreFormat& format = arguments.options.format;
+        CBuiltStore(MakeFamilyStore(format.variant, {.isOst = format.ost}).description)
+            .WriteTo(arguments.path);
+        return;
+    }
     const auto file = platform::HostFileSystem().Create(arguments.path);
     const MailStoreFigures figures = WriteMailStore(arguments.options, *file);
     CStoreDamage damage(*file, figures.directory, arguments.options.format);
     for (const DamageFunction& apply : arguments.damages)
         apply(damage, file->Size());
-    std::printf("%s: %llu mails, %llu bytes\n", arguments.path.c_str(),
+    std::printf("%s: %llu items, %llu bytes\n", arguments.path.c_str(),
                 static_cast<unsigned long long>(figures.mails),
                 static_cast<unsigned long long>(file->Size()));
 }

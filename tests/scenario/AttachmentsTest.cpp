@@ -1,0 +1,348 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/Text.h"
+#include "tests/scenario/NewStore.h"
+#include "tests/scenario/Repair.h"
+#include "tests/support/OutsideReaders.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::Variant;
+namespace pid = format::pid;
+namespace propset = format::propset;
+
+/// Bytes that nothing else in a store looks like, and that pack badly.
+Bytes Content(std::uint32_t seed, std::size_t count)
+{
+    Bytes bytes(count);
+    for (std::byte& byte : bytes) {
+        seed = seed * 1664525u + 1013904223u;
+        byte = static_cast<std::byte>(seed >> 24);
+    }
+    return bytes;
+}
+
+StoreMessage PlainMail(const std::u16string& subject)
+{
+    return Mail(subject, u"Ada Brook", u"Text", FileTime(2020, 1, 1));
+}
+
+/// A message in another as mail clients attach it: under its subject, without a file name.
+StoreAttachment Embed(StoreMessage message, const std::u16string& name)
+{
+    StoreAttachment attachment{.method = 5, .embedded = std::make_shared<StoreMessage>(std::move(message))};
+    attachment.properties = {Text(pid::kDisplayName, name)};
+    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
+    return attachment;
+}
+
+/// The message of that subject among the attached ones; nullptr when there is none.
+const FoundItem* Embedded(const FoundItem& item, const std::string& subject)
+{
+    for (const FoundAttachment& attachment : item.attachments) {
+        for (const FoundItem& inner : attachment.embedded) {
+            if (platform::ToUtf8(TextValue(inner.values, pid::kSubject)) == subject)
+                return &inner;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<Bytes> DataOf(const FoundItem& item)
+{
+    std::vector<Bytes> all;
+    for (const FoundAttachment& attachment : item.attachments)
+        all.push_back(attachment.data);
+    return all;
+}
+
+std::vector<Bytes> DataOf(const StoreMessage& message)
+{
+    std::vector<Bytes> all;
+    for (const StoreAttachment& attachment : message.attachments)
+        all.push_back(attachment.data);
+    return all;
+}
+
+enum class Names { Told, NotTold };
+
+/// A message and everything in it must be as it was, down to the last message. Attached messages come behind
+/// the files, each under its subject.
+void ExpectSame(const FoundItem& found, const StoreMessage& message, Names names = Names::Told)
+{
+    SCOPED_TRACE(message.label);
+    EXPECT_EQ(TextValue(found.values, pid::kMessageClass), message.messageClass);
+    EXPECT_EQ(platform::ToUtf8(TextValue(found.values, pid::kSubject)), message.label);
+    ASSERT_EQ(found.attachments.size(), message.attachments.size());
+    std::size_t files = 0;
+    for (const StoreAttachment& original : message.attachments) {
+        if (original.embedded) {
+            const FoundItem* const inner = Embedded(found, original.embedded->label);
+            ASSERT_NE(inner, nullptr) << original.embedded->label;
+            ExpectSame(*inner, *original.embedded, names);
+            continue;
+        }
+        const FoundAttachment& file = found.attachments[files++];
+        EXPECT_TRUE(file.data == original.data) << "bytes of " << platform::ToUtf8(original.fileName);
+        if (names == Names::Told) {
+            EXPECT_EQ(TextValue(file.values, pid::kAttachLongFilename), original.fileName);
+        }
+    }
+    for (const FoundAttachment& attachment : found.attachments) {
+        for (const FoundItem& inner : attachment.embedded) {
+            EXPECT_TRUE(names == Names::NotTold || TextValue(attachment.values, pid::kDisplayName) ==
+                                                       TextValue(inner.values, pid::kSubject));
+        }
+    }
+}
+
+class AttachmentsIn : public testing::TestWithParam<Variant> {};
+
+TEST_P(AttachmentsIn, HaveTheirBytesFromWhereverTheyLay)
+{
+    StoreDescription description;
+    description.format.variant = GetParam();
+    description.format.childrenPerBlock = 7;
+    if (GetParam() == Variant::Unicode4k)
+        description.format.crypt = format::CryptMethod::None;
+    StoreMessage mail = PlainMail(u"With files");
+    mail.attachments = {
+        {.fileName = u"heap.bin", .data = Content(1, 100)},
+        {.fileName = u"largest in the heap.bin", .data = Content(2, 3580)},
+        {.fileName = u"one block.bin", .data = Content(3, 5000), .inSubnode = true},
+        {.fileName = u"tree.bin", .data = Content(4, 3001), .leafBytes = 500},
+        {.fileName = u"tree of trees.bin", .data = Content(5, 20'003), .leafBytes = 500},
+        {.fileName = u"alike.txt", .data = Bytes(9000, std::byte{'a'}), .inSubnode = true},
+        {.fileName = u"heap in a block.bin", .data = Content(6, 90), .inSubnode = true},
+        {.fileName = u"empty.bin", .properties = {Binary(pid::kAttachDataBinary, Bytes())}},
+    };
+    // Looks like a list of blocks, and like a heap, but is neither.
+    mail.attachments[6].data[0] = std::byte{1};
+    mail.attachments[6].data[1] = std::byte{1};
+    mail.attachments.push_back(mail.attachments[2]);
+    mail.attachments.back().data[2] = std::byte{0xEC};
+    mail.attachments.back().data[3] = std::byte{0xBC};
+    StoreMessage large = PlainMail(u"With a large file");
+    large.attachments = {{.fileName = u"large.bin", .data = Content(7, 90'000)}};
+    description.folders = {{.name = u"Inbox", .messages = {mail, large}}};
+    const auto repair = RepairOf(description);
+    const std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    const auto outside = ReadItemsWithPffexport(repair->state.outputPath);
+    for (const StoreMessage& message : {mail, large}) {
+        const std::u16string subject = platform::FromUtf8(message.label);
+        const FoundItem* const found = OfSubject(items, subject);
+        ASSERT_NE(found, nullptr);
+        ExpectSame(*found, message);
+        if (outside && OfSubject(*outside, subject) != nullptr) {
+            EXPECT_EQ(DataOf(*OfSubject(*outside, subject)), DataOf(message));
+        }
+    }
+    if (outside) {
+        EXPECT_EQ(outside->size(), 2u);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, AttachmentsIn,
+                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k),
+                         [](const testing::TestParamInfo<Variant>& tested) {
+                             return tested.param == Variant::Ansi      ? "Ansi"
+                                    : tested.param == Variant::Unicode ? "Unicode"
+                                                                       : "Unicode4k";
+                         });
+
+TEST(Attachments, MessagesOfEveryFamilyLiveInTheirMailsAndNowhereElse)
+{
+    StoreMessage innermost = PlainMail(u"Third");
+    innermost.attachments = {{.fileName = u"deep.bin", .data = Content(1, 200)},
+                             {.fileName = u"deeper.bin", .data = Content(2, 30'000), .leafBytes = 4000}};
+    StoreMessage middle = PlainMail(u"Second");
+    middle.attachments = {{.fileName = u"before.txt", .data = Content(3, 50)}, Embed(innermost, u"Third")};
+    StoreMessage contact{.label = "Ada", .messageClass = u"IPM.Contact"};
+    contact.properties = {Text(pid::kSubject, u"Ada"), Text(0x3A06, u"Ada"), Text(0x3A11, u"Brook")};
+    contact.named = {{{propset::kAddress, 0x8083, {}}, Text(0, u"ada@example.org")}};
+    StoreMessage appointment{.label = "Fair", .messageClass = u"IPM.Appointment"};
+    appointment.properties = {Text(pid::kSubject, u"Fair")};
+    appointment.named = {{{propset::kAppointment, 0x820D, {}}, Time(0, FileTime(2021, 6, 26, 9))},
+                         {{propset::kAppointment, 0x8208, {}}, Text(0, u"Green")}};
+    StoreMessage outer = PlainMail(u"First");
+    outer.attachments = {Embed(middle, u"Second"),
+                         Embed(contact, u"Ada"),
+                         Embed(appointment, u"Fair"),
+                         {.fileName = u"after.bin", .data = Content(4, 5000), .inSubnode = true}};
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox", .messages = {outer}}};
+    const auto repair = RepairOf(description);
+
+    const std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    ASSERT_EQ(items.size(), 1u) << "what lives in a mail lies in a folder";
+    ExpectSame(items.front(), outer);
+    const FoundItem* const foundContact = Embedded(items.front(), "Ada");
+    const FoundItem* const foundAppointment = Embedded(items.front(), "Fair");
+    ASSERT_TRUE(foundContact != nullptr && foundAppointment != nullptr);
+    EXPECT_EQ(TextValue(foundContact->values, 0x3A11), u"Brook");
+    const FoundValue* const address = FindValue(*foundContact, {propset::kAddress, 0x8083, {}});
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(address->bytes, Text(0, u"ada@example.org").value);
+    const FoundValue* const start = FindValue(*foundAppointment, {propset::kAppointment, 0x820D, {}});
+    ASSERT_NE(start, nullptr);
+    EXPECT_EQ(start->bytes, appointment.named[0].property.value);
+
+    if (const auto outside = ReadItemsWithPffexport(repair->state.outputPath)) {
+        ASSERT_EQ(outside->size(), 1u);
+        ExpectSame(outside->front(), outer, Names::NotTold);
+    }
+}
+
+TEST(Attachments, OfOtherFamiliesAreKept)
+{
+    // The beginning of a JPEG file. [MS-OXOCNTC] 2.2.1.8.3
+    Bytes picture = Content(1, 4000);
+    for (std::size_t i = 0; i < 4; ++i)
+        picture[i] = std::byte{std::array<std::uint8_t, 4>{0xFF, 0xD8, 0xFF, 0xE0}[i]};
+    StoreMessage contact{.label = "Ada", .messageClass = u"IPM.Contact"};
+    contact.properties = {Text(pid::kSubject, u"Ada")};
+    contact.attachments = {{.fileName = u"ContactPicture.jpg",
+                            .data = picture,
+                            .inSubnode = true,
+                            .properties = {Flag(0x7FFF, true)}}};
+    StoreMessage appointment{.label = "Fair", .messageClass = u"IPM.Appointment"};
+    appointment.properties = {Text(pid::kSubject, u"Fair")};
+    appointment.attachments = {{.fileName = u"map.bin", .data = Content(2, 6000), .inSubnode = true}};
+    StoreDescription description;
+    description.folders = {
+        {.name = u"Contacts", .containerClass = u"IPF.Contact", .messages = {contact}},
+        {.name = u"Calendar", .containerClass = u"IPF.Appointment", .messages = {appointment}}};
+    const auto repair = RepairOf(description);
+    const std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    ASSERT_EQ(items.size(), 3u);
+
+    const FoundItem* const ada = OfSubject(items, u"Ada");
+    ASSERT_NE(ada, nullptr);
+    ASSERT_EQ(ada->attachments.size(), 1u);
+    EXPECT_EQ(ada->attachments[0].data, picture);
+    EXPECT_EQ(NumberValue(ada->attachments[0].values, 0x7FFF), 1u) << "PidTagAttachmentContactPhoto";
+    const FoundValue* const hasPicture = FindValue(*ada, {propset::kAddress, 0x8015, {}});
+    ASSERT_NE(hasPicture, nullptr) << "PidLidHasPicture";
+    EXPECT_EQ(hasPicture->bytes, Flag(0, true).value);
+
+    const FoundItem* const placeholder = OfSubject(items, u"UnKnown");
+    ASSERT_NE(placeholder, nullptr) << "an appointment's attachment gets a mail of its own";
+    EXPECT_EQ(placeholder->folder, "/Lost & Found");
+    EXPECT_EQ(TextValue(placeholder->values, pid::kMessageClass), u"IPM.Note");
+    EXPECT_EQ(DataOf(*placeholder), DataOf(appointment));
+    EXPECT_EQ(NumberValue(placeholder->values, pid::kMessageFlags) & 0x08, 0u) << "it counts as sent";
+    ASSERT_NE(OfSubject(items, u"Fair"), nullptr);
+    EXPECT_EQ(OfSubject(items, u"Fair")->folder, "/Calendar");
+}
+
+/// Goes back to the former current directory with this object.
+class CInsideDirectory {
+public:
+    explicit CInsideDirectory(const std::filesystem::path& path)
+    {
+        std::filesystem::create_directories(path);
+        std::filesystem::current_path(path);
+    }
+    ~CInsideDirectory() { std::filesystem::current_path(m_before); }
+    CInsideDirectory(const CInsideDirectory&) = delete;
+    CInsideDirectory& operator=(const CInsideDirectory&) = delete;
+
+private:
+    std::filesystem::path m_before = std::filesystem::current_path();
+};
+
+TEST(Attachments, NamesAreDataAndNeverPlacesOnTheHost)
+{
+    const CTemporaryFolder elsewhere;
+    const std::filesystem::path absolute = elsewhere / "escaped";
+    const std::vector<std::u16string> names = {u"../../x",
+                                               u"../../../../x",
+                                               u"C:\\x",
+                                               platform::FromUtf8(absolute.string()),
+                                               u"CON",
+                                               u"..",
+                                               std::u16string(300, u'n') + u".txt",
+                                               u"\u202Egnp.exe",
+                                               u"same.txt",
+                                               u"same.txt",
+                                               u"tab\tand\nline"};
+    StoreMessage mail = PlainMail(u"Odd names");
+    for (const std::u16string& name : names) {
+        const auto seed = static_cast<std::uint32_t>(mail.attachments.size());
+        mail.attachments.push_back({.fileName = name, .data = Content(seed, 50)});
+        mail.attachments.push_back({.fileName = name, .data = Content(seed + 100, 9000)});
+    }
+    StoreMessage unnameable = PlainMail(u"Names that no store can hold");
+    for (const std::u16string& name : {std::u16string(u"a\0b", 3), std::u16string(u"half \xD83D"),
+                                       std::u16string(u"\xDE00 half"), std::u16string()})
+        unnameable.attachments.push_back({.fileName = name, .data = Content(7, 60)});
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox", .messages = {mail, unnameable}}};
+
+    CRepair repair(CBuiltStore(description).Content());
+    const std::filesystem::path here = repair.folder / "profiles/here";
+    {
+        const CInsideDirectory inside(here);
+        repair.Run();
+    }
+    EXPECT_EQ(repair.frontEnd.completions, 1);
+    EXPECT_TRUE(std::filesystem::is_empty(here)) << "a file was made in the current directory";
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere.Path()));
+    EXPECT_EQ(repair.Strangers(), std::vector<std::string>());
+
+    const std::vector<FoundItem> items = ReadNewStore(repair.state.outputPath);
+    const FoundItem* const found = OfSubject(items, u"Odd names");
+    ASSERT_NE(found, nullptr);
+    ExpectSame(*found, mail);
+    const FoundItem* const other = OfSubject(items, u"Names that no store can hold");
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(DataOf(*other), DataOf(unnameable));
+    ASSERT_TRUE(CountWithPffexport(repair.state.outputPath) ||
+                !CountWithPffexport(repair.settings.sourcePath));
+}
+
+/// Of display name, file name and long file name, those that there are and what is kept then.
+TEST(Attachments, HaveTheNamesThatTheirPropertiesGive)
+{
+    struct Case {
+        std::u16string display, file, longFile, keptFile, keptDisplay;
+    };
+    const Case cases[] = {
+        {u"", u"SHORT~1.TXT", u"", u"SHORT~1.TXT", u"SHORT~1.TXT"},
+        {u"Shown: what?", u"SHORT~1.TXT", u"long name.txt", u"long name.txt", u"Shown  what "},
+        {u"Shown", u"SHORT~1.TXT", u"", u"Shown", u"Shown"},
+        {u"a\\b/c:d*e?f<g>h|i\"j", u"", u"k.txt", u"k.txt", u"a b c d e f g h i j"},
+    };
+    StoreMessage mail = PlainMail(u"Named");
+    for (const Case& tested : cases) {
+        StoreAttachment attachment{.fileName = u"not used", .data = Content(1, 4000), .inSubnode = true};
+        const std::pair<std::uint16_t, std::u16string> given[] = {
+            {pid::kDisplayName, tested.display},
+            {pid::kAttachFilename, tested.file},
+            {pid::kAttachLongFilename, tested.longFile}};
+        for (const auto& [id, name] : given) {
+            if (name.empty())
+                attachment.omitted.push_back(id);
+            else
+                attachment.properties.push_back(Text(id, name));
+        }
+        mail.attachments.push_back(std::move(attachment));
+    }
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox", .messages = {mail}}};
+    const auto repair = RepairOf(description);
+    const std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    ASSERT_EQ(items.size(), 1u);
+    ASSERT_EQ(items[0].attachments.size(), std::size(cases));
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const FoundValues& values = items[0].attachments[i].values;
+        EXPECT_EQ(TextValue(values, pid::kAttachLongFilename), cases[i].keptFile) << i;
+        EXPECT_EQ(TextValue(values, pid::kDisplayName), cases[i].keptDisplay) << i;
+    }
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,235 @@
+#include <gtest/gtest.h>
+
+#include "platform/Text.h"
+#include "tests/scenario/NewStore.h"
+#include "tests/scenario/Repair.h"
+#include "tests/support/OutsideReaders.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::PropertyType;
+using namespace std::string_view_literals;
+using format::Variant;
+namespace pid = format::pid;
+
+/// A mail and the one body that it must have afterwards.
+struct BodyCase {
+    std::u16string subject;
+    std::vector<StoreProperty> bodies;
+    std::uint16_t kept = 0;  ///< 0: none
+    Bytes bytes{};
+};
+
+Bytes ToBytes(std::string_view text)
+{
+    return Binary(0, text).value;
+}
+
+/// Text that no two places of are alike, with characters beyond 7 bits, of at least so many units.
+std::u16string LongText(std::size_t units)
+{
+    std::u16string text;
+    for (std::size_t line = 0; text.size() < units; ++line)
+        text += u"L\u00EDnea " + platform::FromUtf8(std::to_string(line)) + u"\r\n";
+    return text;
+}
+
+BodyCase Plain(std::u16string subject, const std::u16string& text, std::size_t leafBytes)
+{
+    StoreProperty body = Text(pid::kBody, text);
+    return {std::move(subject), {InSubnode(body, leafBytes)}, pid::kBody, body.value};
+}
+
+/// HTML in a subnode, beside a plain text in another one.
+BodyCase Html(std::u16string subject, std::string_view bytes, std::optional<std::uint32_t> codePage,
+              std::size_t leafBytes = 0)
+{
+    BodyCase tested{std::move(subject), {InSubnode(Text(pid::kBody, u"Plain"))}, pid::kHtml, ToBytes(bytes)};
+    tested.bodies.push_back(InSubnode(Binary(pid::kHtml, bytes), leafBytes));
+    if (codePage)
+        tested.bodies.push_back(Number(pid::kInternetCodepage, *codePage));
+    return tested;
+}
+
+StoreMessage MailWith(const BodyCase& tested)
+{
+    StoreMessage mail = Mail(tested.subject, u"Ada Brook", u"", FileTime(2020, 1, 1));
+    std::erase_if(mail.properties, [](const StoreProperty& property) { return property.id == pid::kBody; });
+    mail.properties.insert(mail.properties.end(), tested.bodies.begin(), tested.bodies.end());
+    return mail;
+}
+
+void ExpectBodies(const std::vector<FoundItem>& items, const std::vector<BodyCase>& cases)
+{
+    EXPECT_EQ(items.size(), cases.size());
+    for (const BodyCase& tested : cases) {
+        SCOPED_TRACE(platform::ToUtf8(tested.subject));
+        const FoundItem* const item = OfSubject(items, tested.subject);
+        ASSERT_NE(item, nullptr);
+        for (const std::uint16_t id : {pid::kBody, pid::kHtml, pid::kRtfCompressed}) {
+            const FoundValue* const found = FindValue(*item, id);
+            ASSERT_EQ(found != nullptr, id == tested.kept) << std::hex << id;
+            if (found == nullptr)
+                continue;
+            EXPECT_EQ(found->type, id == pid::kBody ? PropertyType::String : PropertyType::Binary);
+            // Not printed: bodies are large.
+            EXPECT_TRUE(found->bytes == tested.bytes)
+                << found->bytes.size() << " bytes instead of " << tested.bytes.size();
+        }
+    }
+}
+
+std::vector<FoundItem> Recover(const StoreFormat& storeFormat, const std::vector<BodyCase>& cases)
+{
+    StoreDescription description;
+    description.format = storeFormat;
+    if (storeFormat.variant == Variant::Unicode4k)
+        description.format.crypt = format::CryptMethod::None;
+    description.folders = {{.name = u"Inbox", .containerClass = u"IPF.Note"}};
+    for (const BodyCase& tested : cases)
+        description.folders[0].messages.push_back(MailWith(tested));
+    const auto repair = RepairOf(description);
+    if (const auto outside = ReadItemsWithPffexport(repair->state.outputPath))
+        ExpectBodies(*outside, cases);
+    return ReadNewStore(repair->state.outputPath);
+}
+
+/// Compressed RTF and what is no more than wrapped. [MS-OXRTFCP] 4.1
+constexpr std::string_view kCompressedRtf =
+    "\x2d\0\0\0\x2b\0\0\0\x4c\x5a\x46\x75\xf1\xc5\xc7\xa7\x03\0\x0a\0\x72\x63\x70\x67\x31\x32\x35\x42\x32\x0a"
+    "\xf3\x20"
+    "\x68\x65\x6c\x09\0\x20\x62\x77\x05\xb0\x6c\x64\x7d\x0a\x80\x0f\xa0"sv;
+constexpr std::string_view kWrappedRtf = "\x14\0\0\0\x08\0\0\0MELA\0\0\0\0{\\rtf1 }"sv;
+
+std::vector<BodyCase> CommonCases()
+{
+    // Odd sizes of blocks: a character begins in one and ends in the next.
+    std::vector<BodyCase> cases = {Plain(u"Plain in a subnode", LongText(900), 0),
+                                   Plain(u"Plain in a tree", LongText(1000), 333),
+                                   Plain(u"Plain in a tree of trees", LongText(6000), 333)};
+    const StoreProperty small = Text(pid::kBody, u"Caf\u00E9");
+    cases.push_back({u"Plain in the heap", {small}, pid::kBody, small.value});
+    const StoreProperty rtf = Binary(pid::kRtfCompressed, kCompressedRtf);
+    cases.push_back({u"RTF in the heap", {rtf}, pid::kRtfCompressed, rtf.value});
+    const StoreProperty wrapped = Binary(pid::kRtfCompressed, kWrappedRtf);
+    cases.push_back({u"Wrapped RTF", {wrapped}, pid::kRtfCompressed, wrapped.value});
+    cases.push_back({u"Plain before RTF", {small, rtf}, pid::kBody, small.value});
+    cases.push_back({u"None", {}, 0, {}});
+
+    cases.push_back(Html(u"HTML without a code page", "<p>caf\xE9 \x81</p>", std::nullopt));
+    cases.push_back(Html(u"UTF-8", "<p>caf\xC3\xA9</p>", 65001));
+    cases.push_back(Html(u"Broken UTF-8", "<p>\xC3( \xFF \xED\xA0\x80 \xF0\x9F</p>\xE2\x82", 65001));
+    cases.push_back(Html(u"Shift-JIS", "<p>\x93\xFA\x96\x7B \x5C ~ \xFD \x93</p>", 932));
+    cases.push_back(Html(u"Latin 2", "<p>\xB9\xE6\xEA\xB3\xF1\xF3\xB6 \x80</p>", 28592));
+    cases.push_back(Html(u"Unknown code page", "<p>caf\xE9</p>", 99999));
+    std::string page;
+    while (page.size() < 9000)
+        page += "<p>\xC5\x82\xC3\xB3" + std::to_string(page.size()) + "</p>";
+    cases.push_back(Html(u"HTML in a tree", page.substr(0, 2001), 65001, 333));
+    cases.push_back(Html(u"HTML in a tree of trees", page, 65001, 333));
+    return cases;
+}
+
+class Bodies : public testing::TestWithParam<Variant> {};
+
+TEST_P(Bodies, ComeFromWhereverTheyLay)
+{
+    const std::vector<BodyCase> cases = CommonCases();
+    ExpectBodies(Recover({.variant = GetParam(), .childrenPerBlock = 7}, cases), cases);
+}
+
+TEST_P(Bodies, KeepTheCodePageOfTheirBytes)
+{
+    const std::vector<BodyCase> cases = {Html(u"UTF-8", "<p>caf\xC3\xA9</p>", 65001),
+                                         Html(u"Shift-JIS", "<p>\x93\xFA</p>", 932),
+                                         Html(u"None", "<p>caf\xE9</p>", std::nullopt)};
+    const std::vector<FoundItem> items = Recover({.variant = GetParam()}, cases);
+    const std::pair<std::u16string_view, std::uint64_t> expected[] = {
+        {u"UTF-8", 65001}, {u"Shift-JIS", 932}, {u"None", 1252}};
+    for (const auto& [subject, codePage] : expected) {
+        ASSERT_NE(OfSubject(items, subject), nullptr);
+        EXPECT_EQ(NumberValue(OfSubject(items, subject)->values, pid::kInternetCodepage), codePage);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, Bodies,
+                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k),
+                         [](const testing::TestParamInfo<Variant>& tested) {
+                             return tested.param == Variant::Ansi      ? "Ansi"
+                                    : tested.param == Variant::Unicode ? "Unicode"
+                                                                       : "Unicode4k";
+                         });
+
+TEST(BodyChoice, LargeMailsOfSmallPagesGetTheirPlainText)
+{
+    constexpr std::uint32_t kMegabyte = 1 << 20;
+    for (const Variant variant : {Variant::Unicode, Variant::Unicode4k}) {
+        const bool isLarge = variant == Variant::Unicode4k;
+        BodyCase below = Html(u"Four megabytes", "<p>html</p>", 65001);
+        BodyCase above = Html(u"Five megabytes", "<p>html</p>", 65001);
+        below.bodies.push_back(Number(pid::kMessageSize, 4 * kMegabyte));
+        above.bodies.push_back(Number(pid::kMessageSize, 5 * kMegabyte));
+        if (!isLarge) {
+            above.kept = pid::kBody;
+            above.bytes = Text(0, u"Plain").value;
+        }
+        const std::vector<BodyCase> cases = {below, above};
+        ExpectBodies(Recover({.variant = variant}, cases), cases);
+    }
+}
+
+TEST(BodyChoice, HtmlStandsAloneInAnOstAndNeedsAPlainTextBesideItInAPst)
+{
+    for (const bool ost : {false, true}) {
+        BodyCase alone = Html(u"Alone", "<p>html</p>", 65001);
+        alone.bodies.erase(alone.bodies.begin());
+        BodyCase besideSmall = Html(u"Beside a small one", "<p>html</p>", 65001);
+        besideSmall.bodies[0] = Text(pid::kBody, u"Small");
+        if (!ost) {
+            alone.kept = 0;
+            besideSmall.kept = pid::kBody;
+            besideSmall.bytes = Text(0, u"Small").value;
+        }
+        const std::vector<BodyCase> cases = {alone, besideSmall};
+        ExpectBodies(Recover({.ost = ost}, cases), cases);
+    }
+}
+
+TEST(BodyChoice, HtmlWithoutAnyTextGivesWayToThePlainText)
+{
+    // A tree of blocks none of which is there.
+    constexpr std::uint64_t kTree = 0x70002;
+    constexpr std::uint32_t kNid = 0x7F05F;
+    StoreMessage mail = MailWith({u"Empty HTML", {InSubnode(Text(pid::kBody, u"Plain"))}, 0, {}});
+    mail.properties.push_back(Behind(pid::kHtml, PropertyType::Binary, kNid));
+    mail.subnodes = {{kNid, kTree, 0}};
+    StoreDescription description;
+    description.atStart = [](CStoreFile& store) {
+        const std::vector<std::uint64_t> lost = {0x80000, 0x80010};
+        store.WriteDataTreeBlock(1, 2000, lost, {.bid = kTree});
+    };
+    description.folders = {{.name = u"Inbox", .messages = {mail}}};
+    const auto repair = RepairOf(description);
+    ExpectBodies(ReadNewStore(repair->state.outputPath),
+                 {{u"Empty HTML", {}, pid::kBody, Text(0, u"Plain").value}});
+}
+
+TEST(BodyChoice, TwentyMegabytesComeBackWhole)
+{
+    constexpr std::size_t kSize = 20 << 20;
+    std::string page = "<p>";
+    page.reserve(kSize + 20);
+    while (page.size() < kSize)
+        page += "line " + std::to_string(page.size()) + " \xC3\xA9\r\n";
+    const std::vector<BodyCase> cases = {Html(u"Large", page, 65001)};
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox", .messages = {MailWith(cases[0])}}};
+    // Its true size would choose the plain text.
+    description.folders[0].messages[0].properties.push_back(Number(pid::kMessageSize, 1000));
+    const auto repair = RepairOf(description);
+    ExpectBodies(ReadNewStore(repair->state.outputPath), cases);
+}
+
+}  // namespace
+}  // namespace pastille::tests

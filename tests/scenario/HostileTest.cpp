@@ -1,0 +1,383 @@
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "format/Bytes.h"
+#include "platform/Text.h"
+#include "tests/scenario/NewStore.h"
+#include "tests/scenario/Repair.h"
+#include "tests/support/OutsideReaders.h"
+#include "tests/support/StoreFamilies.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::PropertyType;
+namespace pid = format::pid;
+
+constexpr std::uint32_t kInbox = 0x9002;
+// Identifiers that a builder never hands out by itself.
+constexpr std::uint32_t kNid = 0x7F05F;
+constexpr std::uint32_t kMessageNid = 0x7F064;
+constexpr std::uint64_t kData = 0x70000;
+constexpr std::uint64_t kTree = 0x70006, kOtherTree = 0x7000A;
+constexpr std::uint64_t kSubnodes = 0x7000E;
+
+StoreMessage Victim()
+{
+    return Mail(u"Victim", u"Ada Brook", u"Text", FileTime(2020, 1, 1));
+}
+
+/// An attachment whose bytes are what a data tree of that BID gives.
+StoreAttachment FromTree(std::uint64_t bid, const std::u16string& name = u"tree.bin")
+{
+    StoreAttachment attachment{.fileName = name};
+    attachment.properties = {Behind(pid::kAttachDataBinary, PropertyType::Binary, kNid)};
+    attachment.subnodes = {{kNid, bid, 0}};
+    return attachment;
+}
+
+StoreAttachment Embed(std::shared_ptr<StoreMessage> message)
+{
+    StoreAttachment attachment{.method = 5, .embedded = std::move(message), .shareEmbedded = true};
+    attachment.properties = {Text(pid::kDisplayName, u"mail")};
+    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
+    return attachment;
+}
+
+/// An attached message that is what two BIDs say.
+StoreAttachment EmbedBlocks(std::uint64_t bidData, std::uint64_t bidSub)
+{
+    StoreAttachment attachment = Embed(nullptr);
+    StoreProperty object{.id = pid::kAttachDataBinary, .type = PropertyType::Object, .value = Bytes(8)};
+    format::StoreLE(std::span(object.value), 0, kMessageNid);
+    attachment.properties.push_back(std::move(object));
+    attachment.subnodes = {{kMessageNid, bidData, bidSub}};
+    return attachment;
+}
+
+void FileWithoutBounds(StoreDescription& store, StoreMessage& victim)
+{
+    store.atStart = [](CStoreFile& file) {
+        const std::uint64_t leaf = file.WriteBlock(Bytes(3000, std::byte{'x'}));
+        const std::vector<std::uint64_t> once = {leaf, leaf};
+        file.WriteDataTreeBlock(1, 0xFFFFFFFF, once, {.bid = kTree});
+        // A million times one block.
+        const std::vector<std::uint64_t> often(1000, leaf);
+        const std::uint64_t list = file.WriteDataTreeBlock(1, 0xFFFFFFFF, often, {});
+        file.WriteDataTreeBlock(2, 0xFFFFFFFF, std::vector<std::uint64_t>(1000, list), {.bid = kOtherTree});
+    };
+    victim.attachments = {
+        FromTree(kTree), FromTree(kOtherTree), {.fileName = u"size.bin", .data = Bytes(60, std::byte{'s'})}};
+    victim.attachments[2].properties = {Number(pid::kAttachSize, 0xFFFFFFFF)};
+    victim.properties.push_back(Number(pid::kMessageSize, 0xFFFFFFFF));
+    StoreProperty texts = Texts(0, {u"a"});
+    format::StoreLE(std::span(texts.value), 0, 0xFFFFFFFFu);
+    victim.named.push_back({{format::propset::kCommon, 0x8539, {}}, texts});
+}
+
+void TreesThatListThemselves(StoreDescription& store, StoreMessage& victim)
+{
+    store.atStart = [](CStoreFile& file) {
+        const std::vector<std::uint64_t> self(20, kTree);
+        file.WriteDataTreeBlock(1, 1000, self, {.bid = kTree});
+        const std::vector<std::uint64_t> there = {kTree, kOtherTree, kOtherTree};
+        file.WriteDataTreeBlock(2, 1000, there, {.bid = kOtherTree});
+    };
+    victim.attachments = {FromTree(kTree), FromTree(kOtherTree)};
+    victim.properties.push_back(Behind(pid::kHtml, PropertyType::Binary, kNid));
+    victim.properties.push_back(Behind(pid::kBody, PropertyType::String, kNid + 0x20));
+    victim.subnodes = {{kNid, kTree, 0}, {kNid + 0x20, kOtherTree, 0}};
+}
+
+void SubnodesThatNameTheirParent(StoreDescription&, StoreMessage& victim)
+{
+    victim.subnodesBid = kSubnodes;
+    victim.attachments = {{.fileName = u"a.bin", .data = Bytes(70, std::byte{'a'})}};
+    victim.attachments[0].subnodes = {{kNid, kSubnodes, kSubnodes}};
+    victim.subnodes = {{kNid, kSubnodes, kSubnodes}};
+}
+
+void SubnodeIndexThatListsItself(StoreDescription& store, StoreMessage& victim)
+{
+    store.atStart = [](CStoreFile& file) {
+        const bool wide = file.IsWide();
+        Bytes index(wide ? 8 + 16 * 40 : 4 + 8 * 40);
+        index[0] = std::byte{2};
+        index[1] = std::byte{1};
+        index[2] = std::byte{40};
+        for (std::size_t i = 0; i < 40; ++i)
+            format::StoreLE(std::span(index), (wide ? 16 : 8) * (i + 1),
+                            static_cast<std::uint32_t>(kSubnodes));
+        file.WriteInternalBlock(index, {.bid = kSubnodes});
+    };
+    victim.dataBid = kData;
+    store.beforeTrees = [](CStoreFile& file) { file.AddNode({0x7F0A4, kData, kSubnodes, kInbox}); };
+}
+
+void MessageThatContainsItself(StoreDescription&, StoreMessage& victim)
+{
+    victim.dataBid = kData;
+    victim.subnodesBid = kSubnodes;
+    victim.attachments = {EmbedBlocks(kData, kSubnodes), EmbedBlocks(kData, kSubnodes),
+                          EmbedBlocks(kData + 1, kSubnodes)};
+}
+
+void FortyLevels(StoreDescription&, StoreMessage& victim)
+{
+    auto inner = std::make_shared<StoreMessage>(Mail(u"Level 40", u"Ada", u"Text", FileTime(2020, 1, 1)));
+    for (int level = 39; level > 0; --level) {
+        auto outer = std::make_shared<StoreMessage>(Mail(
+            u"Level " + platform::FromUtf8(std::to_string(level)), u"Ada", u"Text", FileTime(2020, 1, 1)));
+        outer->attachments = {Embed(inner), {.fileName = u"beside.bin", .data = Bytes(20, std::byte{'b'})}};
+        inner = outer;
+    }
+    victim.attachments = {Embed(inner)};
+}
+
+/// Two attachments on each of thirty levels, both the same message: 2^30 of them to one who follows all.
+void FanOut(StoreDescription&, StoreMessage& victim)
+{
+    auto inner = std::make_shared<StoreMessage>(Mail(u"Innermost", u"Ada", u"Text", FileTime(2020, 1, 1)));
+    for (int level = 0; level < 30; ++level) {
+        auto outer = std::make_shared<StoreMessage>(Mail(u"Level", u"Ada", u"Text", FileTime(2020, 1, 1)));
+        outer->attachments = {Embed(inner), Embed(inner)};
+        inner = outer;
+    }
+    victim.attachments = {Embed(inner), Embed(inner)};
+}
+
+void OddAttachments(StoreDescription&, StoreMessage& victim)
+{
+    StoreAttachment bare;
+    bare.omitted = {pid::kAttachSize, pid::kAttachFilename, pid::kAttachMethod, pid::kAttachLongFilename,
+                    pid::kRenderingPosition};
+    StoreAttachment noMessage = EmbedBlocks(0xFFFF0, 0xFFFF2);
+    StoreAttachment noMethod{
+        .fileName = u"m.bin", .data = Bytes(80, std::byte{'m'}), .omitted = {pid::kAttachMethod}};
+    StoreAttachment oddMethod{.fileName = u"o.bin", .data = Bytes(80, std::byte{'o'}), .method = 0xFFFFFFFF};
+    StoreAttachment shortObject = Embed(nullptr);
+    shortObject.properties.push_back(
+        {.id = pid::kAttachDataBinary, .type = PropertyType::Object, .value = Bytes(1)});
+    StoreAttachment numberName{.fileName = u"n", .data = Bytes(80, std::byte{'n'})};
+    numberName.properties = {Number(pid::kAttachLongFilename, 7), Number(pid::kAttachFilename, 7),
+                             Number(pid::kDisplayName, 7)};
+    victim.attachments = {bare, noMessage, noMethod, oddMethod, shortObject, numberName};
+}
+
+void HalfCharactersAndFarDates(StoreDescription&, StoreMessage& victim)
+{
+    victim.properties.push_back(Text(pid::kDisplayCc, u"\xD83D half"));
+    victim.properties.push_back(Text(pid::kDisplayBcc, u"half \xDE00"));
+    victim.properties.push_back(Time(pid::kClientSubmitTime, 0));
+    victim.properties.push_back(Time(pid::kMessageDeliveryTime, ~std::uint64_t{0}));
+    StoreProperty shortTime = Time(0, 1);
+    shortTime.value.resize(3);
+    victim.named.push_back({{format::propset::kTask, 0x8105, {}}, shortTime});
+}
+
+struct Hostile {
+    const char* name;
+    void (*make)(StoreDescription& store, StoreMessage& victim);
+    friend void PrintTo(const Hostile& hostile, std::ostream* out) { *out << hostile.name; }
+};
+
+/// Most memory that the process ever held, in MB.
+long PeakMemory()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+}
+
+std::size_t CountEmbedded(const FoundItem& item)
+{
+    std::size_t count = 0;
+    for (const FoundAttachment& attachment : item.attachments) {
+        for (const FoundItem& inner : attachment.embedded)
+            count += 1 + CountEmbedded(inner);
+    }
+    return count;
+}
+
+/// Repairs a store with a victim and with bystanders, who must come back whole.
+std::vector<FoundItem> RepairAround(const Hostile& hostile, StoreDescription description)
+{
+    StoreMessage victim = Victim();
+    hostile.make(description, victim);
+    StoreMessage before = Mail(u"Before", u"Ben", u"Kept", FileTime(2020, 1, 1));
+    StoreMessage after = Mail(u"After", u"Ben", u"Kept", FileTime(2020, 1, 1));
+    before.attachments = after.attachments = {{.fileName = u"kept.bin", .data = Bytes(5000, std::byte{'k'})}};
+    const FamilySample contact = MakeFamilySample(u"IPM.Contact");
+    description.folders = {
+        {.name = u"Inbox", .messages = {before, victim, after}, .nid = kInbox},
+        {.name = u"Contacts", .containerClass = u"IPF.Contact", .messages = {contact.message}}};
+
+    const long memory = PeakMemory();
+    const auto start = std::chrono::steady_clock::now();
+    const auto repair = RepairOf(description);
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(time.count(), 20.0);
+    EXPECT_LT(PeakMemory() - memory, 400) << "MB";
+    EXPECT_LT(std::filesystem::file_size(repair->state.outputPath), 40'000'000u);
+    EXPECT_EQ(repair->Strangers(), std::vector<std::string>());
+
+    std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    for (const char16_t* subject : {u"Before", u"After"}) {
+        const FoundItem* const item = OfSubject(items, subject);
+        EXPECT_NE(item, nullptr) << platform::ToUtf8(subject);
+        if (item != nullptr && !item->attachments.empty()) {
+            EXPECT_EQ(TextValue(item->values, pid::kBody), u"Kept");
+            EXPECT_EQ(item->attachments[0].data, Bytes(5000, std::byte{'k'}));
+        }
+    }
+    const auto contacts = OfClass(items, u"IPM.Contact");
+    EXPECT_EQ(contacts.size(), 1u);
+    for (const ExpectedValue& expected : contact.expected) {
+        const FoundValue* const found =
+            contacts.empty() || expected.id == 0 ? nullptr : FindValue(*contacts[0], expected.id);
+        EXPECT_TRUE(expected.id == 0 || (found != nullptr && found->bytes == expected.value))
+            << testing::PrintToString(expected);
+    }
+    EXPECT_TRUE(std::ranges::any_of(
+        items, [](const FoundItem& item) { return TextValue(item.values, pid::kSubject) == u"Victim"; }));
+    return items;
+}
+
+class HostileMail : public testing::TestWithParam<Hostile> {};
+
+TEST_P(HostileMail, CostsNothingOfOthers)
+{
+    for (const format::Variant variant : {format::Variant::Ansi, format::Variant::Unicode}) {
+        StoreDescription description;
+        description.format.variant = variant;
+        RepairAround(GetParam(), std::move(description));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, HostileMail,
+                         testing::Values(Hostile{"FileWithoutBounds", FileWithoutBounds},
+                                         Hostile{"TreesThatListThemselves", TreesThatListThemselves},
+                                         Hostile{"SubnodesThatNameTheirParent", SubnodesThatNameTheirParent},
+                                         Hostile{"SubnodeIndexThatListsItself", SubnodeIndexThatListsItself},
+                                         Hostile{"HalfCharactersAndFarDates", HalfCharactersAndFarDates}),
+                         [](const testing::TestParamInfo<Hostile>& tested) {
+                             return std::string(tested.param.name);
+                         });
+
+TEST(HostileAttachment, GivesWhatThereIsOfItsBytes)
+{
+    const auto items = RepairAround({"", FileWithoutBounds}, {});
+    const FoundItem* const victim = OfSubject(items, u"Victim");
+    ASSERT_NE(victim, nullptr);
+    ASSERT_GE(victim->attachments.size(), 2u);
+    EXPECT_TRUE(victim->attachments.front().data == Bytes(6000, std::byte{'x'}));
+    EXPECT_EQ(victim->attachments.back().data, Bytes(60, std::byte{'s'}));
+}
+
+TEST(HostileAttachment, WithoutItsPropertiesKeepsTheOthers)
+{
+    const auto items = RepairAround({"", OddAttachments}, {});
+    const FoundItem* const victim = OfSubject(items, u"Victim");
+    ASSERT_NE(victim, nullptr);
+    for (const char content : {'m', 'n', 'o'}) {
+        EXPECT_EQ(std::ranges::count(victim->attachments, Bytes(80, static_cast<std::byte>(content)),
+                                     &FoundAttachment::data),
+                  1)
+            << content;
+    }
+}
+
+TEST(HostileNesting, EndsAtAMessageThatContainsItself)
+{
+    const auto items = RepairAround({"", MessageThatContainsItself}, {});
+    ASSERT_NE(OfSubject(items, u"Victim"), nullptr);
+    EXPECT_EQ(CountEmbedded(*OfSubject(items, u"Victim")), 0u);
+}
+
+TEST(HostileNesting, KeepsWhatLiesBeforeItsLimit)
+{
+    const auto items = RepairAround({"", FortyLevels}, {});
+    const FoundItem* item = OfSubject(items, u"Victim");
+    ASSERT_NE(item, nullptr);
+    for (int level = 1; level <= 30; ++level) {
+        ASSERT_EQ(item->attachments.size(), level == 1 ? 1u : 2u) << level;
+        if (level != 1) {
+            EXPECT_EQ(item->attachments[0].data, Bytes(20, std::byte{'b'}));
+        }
+        ASSERT_EQ(item->attachments.back().embedded.size(), 1u) << level;
+        item = &item->attachments.back().embedded[0];
+        EXPECT_EQ(platform::ToUtf8(TextValue(item->values, pid::kSubject)), "Level " + std::to_string(level));
+    }
+}
+
+TEST(HostileNesting, OfSharedMessagesDoesNotMultiply)
+{
+    const auto items = RepairAround({"", FanOut}, {});
+    const FoundItem* const victim = OfSubject(items, u"Victim");
+    ASSERT_NE(victim, nullptr);
+    ASSERT_EQ(victim->attachments.size(), 2u);
+    for (const FoundAttachment& attachment : victim->attachments) {
+        ASSERT_EQ(attachment.embedded.size(), 1u);
+        EXPECT_EQ(attachment.embedded[0].attachments.size(), 2u);
+    }
+    EXPECT_LT(CountEmbedded(*victim), 10'000u);
+}
+
+/// Whatever is wrong with the name map, values of fixed ids come back.
+TEST(HostileNameMap, CostsNamedValuesOnly)
+{
+    const std::pair<const char*, std::function<void(NameStreams&)>> edits[] = {
+        {"empty", [](NameStreams& streams) { streams = {}; }},
+        {"cut", [](NameStreams& streams) { streams.entries.resize(streams.entries.size() / 2 + 3); }},
+        {"doubled",
+         [](NameStreams& streams) {
+             const Bytes once = streams.entries;
+             streams.entries.insert(streams.entries.end(), once.begin(), once.end());
+         }},
+        {"all of one id",
+         [](NameStreams& streams) {
+             for (std::size_t at = 6; at < streams.entries.size(); at += 8)
+                 format::StoreLE(std::span(streams.entries), at, std::uint16_t{5});
+         }},
+        {"sets and strings elsewhere",
+         [](NameStreams& streams) {
+             for (std::size_t at = 0; at < streams.entries.size(); at += 8) {
+                 format::StoreLE(std::span(streams.entries), at, 0xFFFFFFF0u);
+                 format::StoreLE(std::span(streams.entries), at + 4, std::uint16_t{0xFFFF});
+             }
+         }},
+        {"missing", {}},
+    };
+    for (const auto& [name, edit] : edits) {
+        SCOPED_TRACE(name);
+        FamilyStore store = MakeFamilyStore(format::Variant::Unicode);
+        store.description.editNames = edit;
+        CBuiltStore built(store.description);
+        if (!edit)
+            built.Damage().Drop("name map/data");
+        CRepair repair(built.Content());
+        repair.Run();
+        EXPECT_EQ(repair.frontEnd.completions, 1);
+        const std::vector<FoundItem> items = ReadNewStore(repair.state.outputPath);
+        EXPECT_EQ(items.size(), store.samples.size());
+        for (const FamilySample& sample : store.samples) {
+            const auto found = OfClass(items, sample.message.messageClass);
+            ASSERT_FALSE(found.empty()) << sample.message.label;
+            for (const ExpectedValue& expected : sample.expected) {
+                // A mail's flag status comes from a named property, and one of the two mails stands for both.
+                if (expected.id == 0 || sample.message.messageClass == u"IPM.Note")
+                    continue;
+                const FoundValue* const value = FindValue(*found[0], expected.id);
+                EXPECT_TRUE(value != nullptr && value->bytes == expected.value)
+                    << sample.message.label << " " << testing::PrintToString(expected);
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pastille::tests

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/StoreDescription.h"
+
+namespace pastille::tests {
+
+// What a reader finds in a store, value by value.
+
+struct FoundValue {
+    format::PropertyType type = format::PropertyType::Integer32;
+    Bytes bytes{};  ///< as stored; of a value that lies in a tree of its own too
+    friend bool operator==(const FoundValue&, const FoundValue&) = default;
+};
+
+using FoundValues = std::map<std::uint16_t, FoundValue>;
+
+struct FoundItem;
+
+struct FoundAttachment {
+    FoundValues values{};  ///< of its property context and, where that lacks them, of its table row
+    Bytes data{};          ///< of one by value
+    std::vector<FoundItem> embedded;  ///< none or one
+};
+
+struct FoundItem {
+    std::string folder{};  ///< names from below the root, each after a "/"
+    FoundValues values{};  ///< those of fixed ids
+    /// The named ones. A reader that does not tell the property sets leaves them zero.
+    std::map<StoreName, FoundValue> named{};
+    std::vector<FoundAttachment> attachments{};
+    std::size_t recipients = 0;
+};
+
+/// nullptr when the item has no such value.
+const FoundValue* FindValue(const FoundItem& item, std::uint16_t id);
+const FoundValue* FindValue(const FoundItem& item, const StoreName& name);
+/// "" when there is none.
+std::u16string TextValue(const FoundValues& values, std::uint16_t id);
+/// 0 when there is none. Of values up to 64 bits.
+std::uint64_t NumberValue(const FoundValues& values, std::uint16_t id);
+
+/// The items of that class, and of all of them when it is empty, in the order of their subjects.
+std::vector<const FoundItem*> OfClass(const std::vector<FoundItem>& items, std::u16string_view messageClass);
+/// The only item of that subject; nullptr when there is none or more than one.
+const FoundItem* OfSubject(const std::vector<FoundItem>& items, std::u16string_view subject);
+
+}  // namespace pastille::tests
