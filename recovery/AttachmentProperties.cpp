@@ -46,6 +46,8 @@ std::u16string AttachmentProperties::FileName() const
         return fileName;
     if (!name.empty() || !IsByValue())
         return name;
+    if (!spareName.empty())
+        return spareName;
     return displayName.empty() ? std::u16string(kUntitled) : displayName;
 }
 
@@ -62,6 +64,8 @@ AttachmentProperties ReadAttachmentProperties(CSourceItem& attachment)
         } else if (record.id == fileNameId) {
             properties.hasDisplayNameOnly = false;
             properties.fileName = attachment.StringValue(record.type, record.value);
+        } else if (record.id == pid::kAttachFilename || record.id == pid::kAttachLongFilename) {
+            properties.spareName = attachment.StringValue(record.type, record.value);
         } else if (record.id == pid::kAttachDataBinary) {
             properties.data = record;
         } else if (record.id == pid::kAttachMethod &&

@@ -13,6 +13,7 @@ struct AttachmentProperties {
     std::u16string displayName;       ///< without separators
     std::u16string name;              ///< the display name where it can name a file
     std::u16string fileName;          ///< as it stands: data, never used as the name of a file
+    std::u16string spareName;         ///< the file name that the rules pass over
     bool hasDisplayNameOnly = false;  ///< a display name, and no file name after it
     std::optional<std::uint32_t> method;
     std::optional<store::PropertyRecord> data;  ///< PidTagAttachDataBinary

@@ -105,7 +105,7 @@ bool CAttachmentReader::QueueMessages(CWorkList& work, std::size_t index,
     if (work[index].IsMail())
         work[index].item->SetFlag(property::Sent, kSent);
     if (!name.empty())
-        m_recovery.log.Write(u"\r\nAttached Embedded Message: " + name);
+        m_recovery.log.Write(u"\r\nAttached Embedded Message: " + LogName(name));
     return true;
 }
 
@@ -169,7 +169,7 @@ void CAttachmentReader::Attach(WorkItem& item, platform::IByteStream& bytes,
     const bool isContact = item.item && item.family == ItemFamily::Contact;
     // Before the log line: what nothing carries is not told of.
     const CRef<IMessageItem> carrier = isContact ? item.item : Carrier(item);
-    m_recovery.log.Write(u"\r\nAttachment File Name: " + fileName);
+    m_recovery.log.Write(u"\r\nAttachment File Name: " + LogName(fileName));
     if (isContact) {
         QueryInterface<IContactItem>(carrier)->AddPicture(bytes, fileName);
         item.hasNewPicture = !item.IsEmbedded();

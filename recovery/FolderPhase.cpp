@@ -176,7 +176,7 @@ void CFolderPhase::MakeUnder(const CRef<IStoreFolder>& parent, std::u16string_vi
         return;
     ++m_recovery.figures.folders;
     ++m_recovery.figures.foldersCreated;
-    m_recovery.log.Write(std::u16string(u"\r\n").append(name));
+    m_recovery.log.Write(u"\r\n" + LogName(name));
 }
 
 }  // namespace pastille::recovery

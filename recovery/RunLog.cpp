@@ -1,5 +1,6 @@
 #include "recovery/RunLog.h"
 
+#include <algorithm>
 #include <span>
 #include <system_error>
 
@@ -47,6 +48,14 @@ void CRunLog::Write(std::u16string_view entry)
     } catch (const std::system_error&) {
         // The next entry takes the place of the one that could not be written.
     }
+}
+
+std::u16string LogName(std::u16string_view name)
+{
+    std::u16string text = platform::FromUtf8(platform::ToUtf8(name));  // half characters become U+FFFD
+    const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
+    std::ranges::replace_if(text, isControl, u' ');
+    return text;
 }
 
 std::u16string LogTime(const Clock& clock)

@@ -35,6 +35,8 @@ private:
     std::string m_bytes;  ///< kept for its memory
 };
 
+/// A name from the source as the log shows it, on one line: without control characters and half characters.
+std::u16string LogName(std::u16string_view name);
 /// A moment in the log's form, local time.
 std::u16string LogTime(const Clock& clock);
 

@@ -91,6 +91,8 @@ TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
         {{display(u"Untitled Attachment"), longName(u"u.txt")}, u"u.txt", u"u.txt"},
         {{display(u"Untitled Attachment"), byValue}, u"Untitled Attachment", u"Untitled Attachment"},
         {{display(u"NUL"), byValue}, u"NUL", u"NUL"},
+        {{display(u"NUL"), shortName(u"N.TXT"), byValue}, u"N.TXT", u"N.TXT"},
+        {{longName(u"only the long one.txt"), byValue}, u"only the long one.txt", u"only the long one.txt"},
         {{byValue}, u"Untitled Attachment", u"Untitled Attachment"},
         {{display(u"picture")}, u"picture", u"picture"},  // its bytes lie in the heap: no message
         {{longName(u"never looked for")}, u"", u""},
@@ -108,6 +110,16 @@ TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
         EXPECT_EQ(scenario.CountInLog(u"\r\nAttachment File Name: " + one.fileName + u"\r\nStatus"), 1u);
         EXPECT_EQ(scenario.CountInLog(u"Attached Embedded Message"), 0u);
     }
+}
+
+TEST(Attachments, NamesKeepToTheirLineOfTheLog)
+{
+    const std::u16string name = u"a\r\nStatus: Recovered\xD800.txt";
+    CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {File(name, "bytes")})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").attachments.at(0).fileName, name) << "data";
+    EXPECT_EQ(scenario.CountInLog(u"\r\nAttachment File Name: a  Status: Recovered\xFFFD.txt\r\n"), 1u);
+    EXPECT_EQ(scenario.CountInLog(u"\nStatus: Recovered"), 1u);
 }
 
 TEST(Attachments, ObjectsWithoutAFileNameAreFiles)
@@ -256,6 +268,15 @@ TEST(ContactPicture, IsAddedToTheContactWhichIsSavedAgain)
     EXPECT_TRUE(contact.attachments[0].bytes == Pattern(3000));
     EXPECT_EQ(contact.saves, 2);
     EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Contact), 1u);
+}
+
+TEST(ContactPicture, ManyFilesDoNotSaveTheContactAgainAndAgain)
+{
+    CRecoveryScenario scenario(
+        InInbox({With(u"IPM.Contact", {File(u"a", "1"), File(u"b", "2"), File(u"c", "3")})}));
+    scenario.Run();
+    EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").attachments.size(), 3u);
+    EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").saves, 2);
 }
 
 TEST(PlaceholderMail, CarriesWhatNoMailCan)

@@ -92,6 +92,41 @@ TEST(MailReading, AValueOutsideTheHeapIsNotWritten)
     EXPECT_TRUE(mail.Wrote("DisplayTo"));
 }
 
+TEST(MailReading, AHeapOfSeveralBlocksGivesWhatItsFirstBlockHolds)
+{
+    constexpr std::uint32_t kInbox = 0x8062;
+    constexpr std::size_t kBlockBytes = 8176;
+    const auto text = [](std::u16string_view value) {
+        return StoredProperty{format::PropertyType::String, Text(0, value).value, {}, false};
+    };
+    const std::u16string large(1500, u'x');
+    StoreDescription description = InInbox({});
+    description.folders[0].nid = kInbox;
+    description.beforeTrees = [&](CStoreFile& file) {
+        const std::map<std::uint16_t, StoredProperty> properties = {{pid::kMessageClass, text(u"IPM.Note")},
+                                                                    {pid::kSubject, text(u"several")},
+                                                                    {pid::kDisplayCc, text(large)},
+                                                                    {pid::kDisplayTo, text(u"to")},
+                                                                    {pid::kBody, text(large)},
+                                                                    {0x3FF8, text(large)}};
+        const auto blocks = BuildPropertyContext(properties, {}, kBlockBytes, 16).Finish();
+        ASSERT_GT(blocks.size(), 1u);
+        std::vector<std::uint64_t> children;
+        std::size_t bytes = 0;
+        for (const Bytes& block : blocks) {
+            children.push_back(file.WriteBlock(block));
+            bytes += block.size();
+        }
+        const auto tree = file.WriteDataTreeBlock(1, static_cast<std::uint32_t>(bytes), children, {});
+        file.AddNode({.nid = 0x200104, .bidData = tree, .parent = kInbox});
+    };
+    CRecoveryScenario scenario(description);
+    scenario.Run();
+    const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
+    EXPECT_EQ(mail.Text("Subject"), u"several");
+    EXPECT_EQ(mail.Text("DisplayTo"), u"to");
+}
+
 TEST(MailReading, AClassOutsideTheHeapGivesNoItem)
 {
     StoreMessage damaged = BareMail({Text(pid::kSubject, u"s")});
