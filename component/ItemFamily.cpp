@@ -45,12 +45,7 @@ ItemFamily FamilyOf(std::u16string_view messageClass)
 
 std::uint32_t FirstFlagsOf(ItemFamily family)
 {
-    switch (family) {
-        case ItemFamily::Mail:
-            return pst::messageflag::kUnsent;
-        default:
-            return pst::messageflag::kRead;
-    }
+    return family == ItemFamily::Mail ? pst::messageflag::kUnsent : pst::messageflag::kRead;
 }
 
 }  // namespace pastille::component

@@ -11,8 +11,8 @@ enum class ItemFamily { Mail, Contact, Task, Appointment, Meeting, Journal, Note
 /// The family of a message class. Classes are compared exactly; those of no other family are mails.
 ItemFamily FamilyOf(std::u16string_view messageClass);
 
-/// PidTagMessageFlags of a new item. Mails start unread and unsent; items that are not sent to anyone are
-/// read from the start; meeting messages are read and sent.
+/// PidTagMessageFlags of a new item. Mails start unread and unsent; the others are read from the start and
+/// no drafts.
 std::uint32_t FirstFlagsOf(ItemFamily family);
 
 }  // namespace pastille::component

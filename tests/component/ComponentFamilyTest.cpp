@@ -1,6 +1,7 @@
 #include <vector>
 
 #include "format/PropertyIds.h"
+#include "platform/Text.h"
 #include "tests/component/ComponentFixture.h"
 #include "tests/component/StoreOnDisk.h"
 #include "writer/OleDate.h"
@@ -35,6 +36,16 @@ class ComponentFamilies : public CComponentFixture {
 protected:
     void SetUp() override { CreateStore(); }
 };
+
+TEST_F(ComponentFamilies, NewItemsAreNoDrafts)
+{
+    for (const auto* messageClass : {u"IPM.Contact", u"IPM.DistList", u"IPM.StickyNote", u"IPM.Appointment",
+                                     u"IPM.Schedule.Meeting.Request", u"IPM.Task", u"IPM.Activity"}) {
+        const auto item = AddItem(root, messageClass);
+        EXPECT_EQ(item->GetFlag(p::UnRead), 0) << platform::ToUtf8(messageClass);
+        EXPECT_EQ(item->GetFlag(p::Sent), 1) << platform::ToUtf8(messageClass);
+    }
+}
 
 TEST_F(ComponentFamilies, IconFollowsFromTheClass)
 {
