@@ -13,7 +13,6 @@ using namespace writer;
 
 constexpr std::uint32_t kAttachmentTable = 0x671;
 constexpr std::uint32_t kNidTypeMask = 0x1F;
-constexpr std::int16_t kSent = 1;
 /// Most bytes of one attachment. [MS-OXCMSG] 2.2.2.5
 constexpr std::uint64_t kLargestAttachment = std::numeric_limits<std::int32_t>::max();
 
@@ -103,7 +102,7 @@ bool CAttachmentReader::QueueMessages(CWorkList& work, std::size_t index,
     if (!queued)
         return found;
     if (work[index].IsMail())
-        work[index].item->SetFlag(property::Sent, kSent);
+        work[index].item->SetFlag(property::Sent, 1);
     if (!name.empty())
         m_recovery.log.Write(u"\r\nAttached Embedded Message: " + LogName(name));
     return true;

@@ -11,7 +11,6 @@ namespace {
 
 using namespace writer;
 
-constexpr std::int16_t kSent = 1;
 constexpr std::u16string_view kPlaceholderClass = u"IPM.Note";
 
 double OleDateOf(std::chrono::system_clock::time_point time)
@@ -158,7 +157,7 @@ bool CItemPlacement::CreateMail(const std::u16string& messageClass, PlacedItem& 
     const auto item = QueryInterface<IMessageItem>(object);
     if (!item)
         return false;
-    item->SetFlag(property::Sent, kSent);
+    item->SetFlag(property::Sent, 1);
     placed.item = item;
     placed.family = ItemFamily::Mail;
     return true;

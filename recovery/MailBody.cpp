@@ -5,6 +5,7 @@
 
 #include "format/PropertyIds.h"
 #include "format/PropertyTag.h"
+#include "format/WideText.h"
 
 namespace pastille::recovery {
 namespace {
@@ -26,7 +27,7 @@ bool IsWide(const CSourceItem& source, const BodyLocator& locator)
 
 std::u16string PlainText(const CSourceItem& source, const BodyLocator& locator, format::CByteView bytes)
 {
-    return IsWide(source, locator) ? store::WideText(bytes.Bytes())
+    return IsWide(source, locator) ? format::WideText(bytes.Bytes())
                                    : source.CodePage().ToUtf16(bytes.Bytes());
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "format/PropertyTag.h"
+#include "format/WideText.h"
 
 namespace pastille::recovery {
 
@@ -55,7 +56,7 @@ std::optional<std::u16string> CSourceItem::MessageClass(const store::PropertyRec
     const auto bytes = m_heap.Allocation(record.value);
     if (!bytes)
         return std::nullopt;
-    return m_source.reader.Layout().wide ? store::WideText(bytes->Bytes())
+    return m_source.reader.Layout().wide ? format::WideText(bytes->Bytes())
                                          : m_source.codePage.ToUtf16(bytes->Bytes());
 }
 

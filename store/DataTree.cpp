@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "format/Bytes.h"
+#include "format/WideText.h"
 #include "platform/Text.h"
 
 namespace pastille::store {
@@ -231,14 +232,6 @@ void ReadDataTree(CBlockReader& reader, std::uint32_t bidData,
     }
 }
 
-std::u16string WideText(std::span<const std::byte> bytes)
-{
-    std::u16string text(bytes.size() / 2, u'\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, 2 * i));
-    return text;
-}
-
 std::u16string ReadSubnodeText(CBlockReader& reader, const std::vector<SubnodeEntry>& subnodes,
                                std::uint32_t nid, std::uint16_t type, const platform::CCodePage& codePage,
                                std::size_t maximumBytes)
@@ -257,7 +250,7 @@ std::u16string ReadSubnodeText(CBlockReader& reader, const std::vector<SubnodeEn
         bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(taken));
         return bytes.size() < maximumBytes;
     });
-    return type == kString ? WideText(bytes) : codePage.ToUtf16(bytes);
+    return type == kString ? format::WideText(bytes) : codePage.ToUtf16(bytes);
 }
 
 }  // namespace pastille::store

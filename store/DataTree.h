@@ -92,7 +92,4 @@ std::u16string ReadSubnodeText(CBlockReader& reader, const std::vector<SubnodeEn
                                std::uint32_t nid, std::uint16_t type, const platform::CCodePage& codePage,
                                std::size_t maximumBytes = std::size_t{64} << 20);
 
-/// Bytes as UTF-16 text; an odd last byte is left out.
-std::u16string WideText(std::span<const std::byte> bytes);
-
 }  // namespace pastille::store

@@ -1,6 +1,7 @@
 #include "store/FolderProperties.h"
 
 #include "format/PropertyIds.h"
+#include "format/WideText.h"
 #include "platform/Text.h"
 #include "store/DataTree.h"
 #include "store/HeapBlock.h"
@@ -11,7 +12,7 @@ namespace {
 /// Text of an allocation in the file's own width.
 std::u16string TextOf(format::CByteView allocation, bool wide, const platform::CCodePage& codePage)
 {
-    return wide ? WideText(allocation.Bytes()) : codePage.ToUtf16(allocation.Bytes());
+    return wide ? format::WideText(allocation.Bytes()) : codePage.ToUtf16(allocation.Bytes());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "store/HeapBlock.h"
 
+#include "format/WideText.h"
 #include "platform/Text.h"
 #include "store/DataTree.h"
 
@@ -102,7 +103,7 @@ std::u16string ReadStringValue(CBlockReader& reader, const CHeapBlock& heap, std
     if (!bytes)
         return {};
     if (type == kString)
-        return WideText(bytes->Bytes());
+        return format::WideText(bytes->Bytes());
     return type == kString8 ? codePage.ToUtf16(bytes->Bytes()) : std::u16string();
 }
 

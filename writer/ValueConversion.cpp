@@ -1,6 +1,7 @@
 #include "writer/ValueConversion.h"
 
 #include "format/PropertyTag.h"
+#include "format/WideText.h"
 #include "writer/OleDate.h"
 
 namespace pastille::writer {
@@ -10,14 +11,6 @@ using format::CByteView;
 
 constexpr std::uint16_t kFirstNamedId = 0x8000;
 constexpr std::uint16_t kLastNamedId = 0x8FFF;
-
-std::u16string WideText(CByteView bytes)
-{
-    std::u16string text(bytes.Size() / 2, u'\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char16_t>(bytes.ReadOrZero<std::uint16_t>(2 * i));
-    return text;
-}
 
 /// The values of a count, as many offsets into the allocation, and the values' bytes. [MS-PST] 2.3.3.4.2
 template <class Convert>
@@ -52,11 +45,11 @@ std::u16string TextOf(const IPropertySource& source, const SourceProperty& prope
     const auto narrowText = [&source](CByteView bytes) { return source.CodePage().ToUtf16(bytes.Bytes()); };
     switch (static_cast<format::PropertyType>(property.type)) {
         case format::PropertyType::String:
-            return WideText(*value);
+            return format::WideText(value->Bytes());
         case format::PropertyType::String8:
             return narrowText(*value);
         case format::PropertyType::MultipleString:
-            return JoinedTexts(*value, WideText);
+            return JoinedTexts(*value, [](CByteView bytes) { return format::WideText(bytes.Bytes()); });
         case format::PropertyType::MultipleString8:
             return JoinedTexts(*value, narrowText);
         default:

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "format/Bytes.h"
+#include "format/WideText.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -40,10 +41,7 @@ std::vector<std::byte> EncodeString(std::u16string_view text)
 
 std::u16string DecodeString(std::span<const std::byte> bytes)
 {
-    std::u16string text(bytes.size() / 2, u'\0');
-    for (std::size_t i = 0; i < text.size(); ++i)
-        text[i] = static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, 2 * i));
-    return text;
+    return format::WideText(bytes);
 }
 
 }  // namespace pastille::component::pst
