@@ -33,7 +33,7 @@ void CItemWalk::Run()
     if (m_run.state.MustStop() || m_run.state.failed)
         return;
     const store::CSourceStore& source = m_run.source;
-    const double count = static_cast<double>(source.nodeCount) + static_cast<double>(source.orphanCount);
+    const double count = static_cast<double>(source.nodeCount) + static_cast<double>(source.orphans.size());
     m_divisor = static_cast<std::uint64_t>(count / 100 + 0.5);
     // Old versions of a node name the same blocks again, a few times on the average.
     constexpr std::uint64_t kMostRepeats = 16, kAlwaysAllowed = 1'000'000;

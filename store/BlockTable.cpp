@@ -104,11 +104,15 @@ CBlockTable::~CBlockTable()
     Remove();
 }
 
-void CBlockTable::Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path)
+void CBlockTable::CreateInMemory()
 {
     Remove();
     m_count = 0;
-    m_pending.clear();
+}
+
+void CBlockTable::Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path)
+{
+    CreateInMemory();
     m_file = fileSystem.Create(path);
     m_fileSystem = &fileSystem;
     m_path = path;
@@ -119,7 +123,7 @@ void CBlockTable::Append(const BlockRecord& record)
     constexpr std::size_t kPendingRecords = 65536;
     m_pending.push_back(record);
     ++m_count;
-    if (m_pending.size() >= kPendingRecords)
+    if (m_file && m_pending.size() >= kPendingRecords)
         Flush();
 }
 
@@ -138,6 +142,8 @@ void CBlockTable::Prefer(const BlockRecord& record)
 
 std::vector<BlockRecord> CBlockTable::Appended()
 {
+    if (!m_file)
+        return m_pending;
     Flush();
     std::vector<BlockRecord> records(static_cast<std::size_t>(m_count));
     records.resize(m_file->ReadAt(0, std::as_writable_bytes(std::span(records))) / sizeof(BlockRecord));
@@ -146,13 +152,17 @@ std::vector<BlockRecord> CBlockTable::Appended()
 
 void CBlockTable::Finish(const std::function<bool()>& proceed)
 {
-    const std::vector<BlockRecord> chosen = ChooseRecords(Appended(), m_preferred, proceed);
+    std::vector<BlockRecord> chosen = ChooseRecords(Appended(), m_preferred, proceed);
+    if (!m_file) {
+        m_inMemory = std::move(chosen);
+        return;
+    }
     m_file->WriteAt(0, AsBytes(chosen));
     m_file->SetSize(chosen.size() * sizeof(BlockRecord));
     m_mapping = m_file->Map();
     if (!m_mapping || m_mapping->Bytes().size() != chosen.size() * sizeof(BlockRecord)) {
         m_mapping.reset();
-        m_inMemory = chosen;
+        m_inMemory = std::move(chosen);
     }
 }
 
@@ -171,15 +181,19 @@ void CBlockTable::Remove()
     m_fileSystem = nullptr;
 }
 
+std::span<const BlockRecord> CBlockTable::Records() const
+{
+    if (!m_mapping)
+        return m_inMemory;
+    const auto bytes = m_mapping->Bytes();
+    return {reinterpret_cast<const BlockRecord*>(bytes.data()), bytes.size() / sizeof(BlockRecord)};
+}
+
 std::optional<BlockRecord> CBlockTable::Find(std::uint32_t bid) const
 {
     if (bid == 0)
         return std::nullopt;
-    std::span<const BlockRecord> records(m_inMemory);
-    if (m_mapping) {
-        const auto bytes = m_mapping->Bytes();
-        records = {reinterpret_cast<const BlockRecord*>(bytes.data()), bytes.size() / sizeof(BlockRecord)};
-    }
+    const std::span<const BlockRecord> records = Records();
     const auto found =
         std::lower_bound(records.begin(), records.end(), bid,
                          [](const BlockRecord& record, std::uint32_t key) { return record.bid < key; });

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "platform/FileSystem.h"
@@ -29,6 +30,8 @@ public:
     CBlockTable(const CBlockTable&) = delete;
     CBlockTable& operator=(const CBlockTable&) = delete;
 
+    /// Starts an empty table without a block-index file: all of it stays in memory.
+    void CreateInMemory();
     /// Creates the block-index file. Raises std::system_error.
     void Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path);
     /// Adds a record as found; repeats are wanted. Raises std::system_error when the index cannot grow.
@@ -46,6 +49,8 @@ public:
 
     /// Records added, repeats included.
     std::uint64_t Count() const { return m_count + m_preferred.size(); }
+    /// The records that lookups find, in order of their BIDs. REQUIRES: finished. Valid until Remove.
+    std::span<const BlockRecord> Records() const;
     /// The record of a BID (low 32 bits); nothing for 0.
     std::optional<BlockRecord> Find(std::uint32_t bid) const;
     /// The same, and when that fails the record of `bid` - 1.
@@ -60,7 +65,7 @@ private:
     std::unique_ptr<platform::IMapping> m_mapping;
     std::vector<BlockRecord> m_pending;
     std::vector<BlockRecord> m_preferred;
-    std::vector<BlockRecord> m_inMemory;  ///< when the host cannot map the file
+    std::vector<BlockRecord> m_inMemory;  ///< when there is no file or the host cannot map it
     std::uint64_t m_count = 0;
 };
 

@@ -166,7 +166,10 @@ void COutLook::CollectBlocks(RunContext& run)
     run.BeginPhase(5);
     CSourceStore& source = run.source;
     try {
-        source.blocks.Create(m_fileSystem, run.state.outputFolder / kBlockIndexName);
+        if (run.state.outputFolder.empty())
+            source.blocks.CreateInMemory();
+        else
+            source.blocks.Create(m_fileSystem, run.state.outputFolder / kBlockIndexName);
         const bool complete =
             ScanBlockPages(source.file, source.reader.Layout(), source.blocks, [&](std::uint64_t offset) {
                 run.ReportPercent(Percentage(offset, source.hundredth), kBlockScanStep);
@@ -197,7 +200,7 @@ void COutLook::CleanUp(RunContext& run)
     run.source.blocks.Remove();
     run.source.file.Close();
     m_figures.cryptMethod = run.source.reader.Method();
-    m_figures.orphans = run.source.orphanCount;
+    m_figures.orphans = run.source.orphans.size();
     run.source.nodes.Clear();
     m_recovery.CloseOutput(run);
     run.source.namedProperties.Clear();

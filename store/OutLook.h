@@ -9,6 +9,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Messages.h"
 #include "platform/RunState.h"
+#include "store/ScanFindings.h"
 #include "store/SourceStore.h"
 
 namespace pastille::store {
@@ -19,7 +20,8 @@ struct RunFigures {
     format::CryptMethod cryptMethod = format::CryptMethod::None;
     std::uint64_t nodes = 0;
     std::uint64_t blocks = 0;
-    std::uint64_t orphans = 0;
+    std::uint64_t orphans = 0;  ///< records of the orphan list
+    ScanFindings scan;
     std::array<double, 10> phaseSeconds{};  ///< [1] to [8] the phases, [9] closing
 };
 
@@ -59,6 +61,7 @@ class IRecovery {
 public:
     virtual ~IRecovery() = default;
     /// Phase 3. Fixes the output paths and names in the run state, creates the output store, opens the log.
+    /// Without an output folder in the run state the run writes nothing: its tables stay in memory.
     /// On a failure shows its message and sets the failure flag, or raises RunEnded.
     virtual void SetUpOutput(RunContext& run) = 0;
     /// Appends an entry to the run log, when there is one.

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "format/NamedPropertyMap.h"
 #include "platform/Text.h"
 #include "store/BlockReader.h"
 #include "store/BlockTable.h"
 #include "store/NodeList.h"
+#include "store/Orphans.h"
 #include "store/SourceFile.h"
 
 namespace pastille::store {
@@ -29,7 +32,8 @@ struct CSourceStore {
     std::uint64_t hundredth = 0;
     /// Records added to the node list, plus one; counted down by the folder phase.
     std::uint32_t nodeCount = 0;
-    std::uint32_t orphanCount = 0;
+    /// Filled by the block scan of a Smart Scan, each block once; empty in a normal scan.
+    std::vector<OrphanRecord> orphans;
 };
 
 /// `done` / `divisor`, 0 when the divisor is 0.

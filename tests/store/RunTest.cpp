@@ -18,6 +18,7 @@ public:
     {
         run.BeginPhase(3);
         calls += "setup ";
+        run.state.outputFolder = "out";
         run.state.failed = failSetUp;
     }
     void WriteLog(std::u16string_view entry) override { log += entry; }
