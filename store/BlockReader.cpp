@@ -10,7 +10,6 @@
 namespace pastille::store {
 namespace {
 
-constexpr std::uint16_t kPropertyContextWord = 0xBCEC;
 constexpr std::size_t kLargestPacked = 100'000;
 constexpr std::size_t kLargestInflated = 200'000;
 
@@ -55,11 +54,6 @@ bool InflateStream(CBlockReader::Buffer& bytes, bool whole)
 
 }  // namespace
 
-bool IsHeapSignature(std::uint16_t word)
-{
-    return word == kPropertyContextWord || word == 0x7CEC || word == 0x8CEC || word == 0xECEC;
-}
-
 void CBlockReader::Reset(const format::VariantLayout& layout, FileKind kind)
 {
     m_layout = &layout;
@@ -68,46 +62,28 @@ void CBlockReader::Reset(const format::VariantLayout& layout, FileKind kind)
     m_methodPending = true;
 }
 
-bool CBlockReader::AcceptsSignature(std::uint16_t word) const
-{
-    switch (m_kind) {
-        case FileKind::Ost:
-            return IsHeapSignature(word);
-        case FileKind::Pst:
-            return word == kPropertyContextWord;
-        case FileKind::Unknown:
-            break;
-    }
-    return false;
-}
-
 bool CBlockReader::DetectCryptMethod(const BlockRecord& block)
 {
-    std::array<std::byte, 4> stored{};
-    const std::size_t wanted = std::min<std::size_t>(stored.size(), block.cb);
-    if (m_source.Read(block.ib, std::span(stored).first(wanted)) == 0 ||
-        !m_source.UnreadableIn(block.ib, wanted).empty())
+    std::array<std::byte, kProbeBytes> stored;
+    const auto head = std::span(stored).first(std::min<std::size_t>(stored.size(), block.cb));
+    constexpr std::size_t kHeapHeader = 4;
+    if (m_source.Read(block.ib, head) == 0 ||
+        !m_source.UnreadableIn(block.ib, std::min(head.size(), kHeapHeader)).empty())
         return false;
-    if (TryMethods(block, stored))
-        return true;
-    Buffer whole;
-    return ReadRaw(block, whole) && Unpack(whole) && TryMethods(block, whole);
-}
-
-bool CBlockReader::TryMethods(const BlockRecord& block, std::span<const std::byte> stored)
-{
-    using enum format::CryptMethod;
-    for (const format::CryptMethod method : {None, Permute, Cyclic}) {
-        std::array<std::byte, 4> decoded{};
-        std::copy_n(stored.begin(), std::min(stored.size(), decoded.size()), decoded.begin());
-        format::DecodeBlock(method, block.bid, decoded);
-        if (AcceptsSignature(SignatureWord(decoded))) {
-            m_method = method;
-            m_methodPending = false;
+    const std::uint8_t methods = HeapMethods(m_kind, *m_layout, block.bid, head);
+    for (const format::CryptMethod method : format::kCryptMethods) {
+        if ((methods & MethodBit(method)) != 0) {
+            SetMethod(method);
             return true;
         }
     }
     return false;
+}
+
+void CBlockReader::SetMethod(format::CryptMethod method)
+{
+    m_method = method;
+    m_methodPending = false;
 }
 
 bool CBlockReader::ReadRaw(const BlockRecord& block, Buffer& into)

@@ -9,12 +9,10 @@
 #include "format/Crypt.h"
 #include "format/Layout.h"
 #include "store/BlockTable.h"
+#include "store/HeapProbe.h"
 #include "store/SourceFile.h"
 
 namespace pastille::store {
-
-/// What the client magic of the header says. [MS-PST] 2.2.2.6 wMagicClient
-enum class FileKind { Unknown, Pst, Ost };
 
 /// First words of tree blocks: btype in the low byte, cLevel in the high byte. [MS-PST] 2.2.2.8.3
 namespace treeword {
@@ -29,10 +27,6 @@ constexpr bool IsInternal(std::uint32_t bid)
 {
     return (bid & 2) != 0;
 }
-
-/// True for the four values of the word at offset 2 of a decoded block that begin a heap-on-node: property
-/// context, table context and the two reserved ones. [MS-PST] 2.3.1.2
-bool IsHeapSignature(std::uint16_t word);
 
 /// Reads blocks of the source: bytes, decoding, inflating. The crypt method is found by trial, not taken from
 /// the header. Not for use by two threads at once.
@@ -53,10 +47,12 @@ public:
 
     /// True when the signature word may begin a property context in a file of this kind: the property-context
     /// signature in a PST, any heap signature in an OST.
-    bool AcceptsSignature(std::uint16_t word) const;
+    bool AcceptsSignature(std::uint16_t word) const { return store::AcceptsSignature(m_kind, word); }
 
     /// Tries the three crypt methods on a block; on success the method is set and no longer pending.
     bool DetectCryptMethod(const BlockRecord& block);
+    /// Sets the method found otherwise.
+    void SetMethod(format::CryptMethod method);
 
     /// A block's bytes as they stand in the file; what cannot be read is zero. False when nothing can be
     /// read.
@@ -82,7 +78,6 @@ public:
 private:
     bool ReadDecoded(const BlockRecord& block, Buffer& into, bool& unpacked);
     bool Unpack(Buffer& bytes) const;
-    bool TryMethods(const BlockRecord& block, std::span<const std::byte> stored);
 
     CSourceFile& m_source;
     const CBlockTable& m_table;

@@ -8,6 +8,8 @@ namespace pastille::store {
 namespace {
 
 constexpr std::size_t kChunkRecords = 4000;
+/// Records that a lookup searches once it knows where.
+constexpr std::size_t kStride = 256;
 
 std::span<const std::byte> AsBytes(std::span<const BlockRecord> records)
 {
@@ -60,11 +62,8 @@ const BlockRecord* Search(std::span<const BlockRecord> records, std::uint32_t bi
     return nullptr;
 }
 
-/// Sorts each chunk and leaves one record of every BID, ordered by BID, preferred ones first; nothing when
-/// told not to proceed.
-std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records,
-                                       std::span<const BlockRecord> preferred,
-                                       const std::function<bool()>& proceed)
+/// Sorts each chunk and leaves one record of every BID, ordered by BID; nothing when told not to proceed.
+std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records, const std::function<bool()>& proceed)
 {
     // The chosen records of a chunk take the place of records looked at before.
     std::size_t kept = 0;
@@ -86,15 +85,26 @@ std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records,
         kept += chosen.size();
     }
     records.resize(kept);
-    records.insert(records.begin(), preferred.begin(), preferred.end());
     // Stable: of several chunks that hold a BID the first one in the file decides.
-    std::stable_sort(records.begin(), records.end(),
-                     [](const BlockRecord& left, const BlockRecord& right) { return left.bid < right.bid; });
-    const auto sameBid = [](const BlockRecord& left, const BlockRecord& right) {
-        return left.bid == right.bid;
-    };
-    records.erase(std::unique(records.begin(), records.end(), sameBid), records.end());
+    std::ranges::stable_sort(records, {}, &BlockRecord::bid);
+    const auto [rest, end] = std::ranges::unique(records, {}, &BlockRecord::bid);
+    records.erase(rest, end);
     return records;
+}
+
+/// Puts preferred records in the place of others with their BIDs. Both are ordered by BID, each BID once.
+void PutInPlace(std::span<const BlockRecord> preferred, std::vector<BlockRecord>& records)
+{
+    auto next = preferred.begin();
+    const auto isReplaced = [&](const BlockRecord& record) {
+        while (next != preferred.end() && next->bid < record.bid)
+            ++next;
+        return next != preferred.end() && next->bid == record.bid;
+    };
+    std::erase_if(records, isReplaced);
+    const auto others = static_cast<std::ptrdiff_t>(records.size());
+    records.insert(records.end(), preferred.begin(), preferred.end());
+    std::ranges::inplace_merge(records, records.begin() + others, {}, &BlockRecord::bid);
 }
 
 }  // namespace
@@ -152,7 +162,16 @@ std::vector<BlockRecord> CBlockTable::Appended()
 
 void CBlockTable::Finish(const std::function<bool()>& proceed)
 {
-    std::vector<BlockRecord> chosen = ChooseRecords(Appended(), m_preferred, proceed);
+    std::vector<BlockRecord> chosen =
+        ChooseRecords(m_file ? Appended() : std::exchange(m_pending, {}), proceed);
+    std::ranges::stable_sort(m_preferred, {}, &BlockRecord::bid);
+    const auto [rest, end] = std::ranges::unique(m_preferred, {}, &BlockRecord::bid);
+    m_preferred.erase(rest, end);
+    if (!proceed())
+        return;
+    PutInPlace(m_preferred, chosen);
+    for (std::size_t i = 0; i < chosen.size(); i += kStride)
+        m_firstBids.push_back(chosen[i].bid);
     if (!m_file) {
         m_inMemory = std::move(chosen);
         return;
@@ -173,6 +192,7 @@ void CBlockTable::Remove()
     std::vector<BlockRecord>().swap(m_inMemory);
     std::vector<BlockRecord>().swap(m_pending);
     std::vector<BlockRecord>().swap(m_preferred);
+    std::vector<std::uint32_t>().swap(m_firstBids);
     if (m_fileSystem == nullptr)
         return;
     const std::error_code error = m_fileSystem->Remove(m_path);
@@ -193,7 +213,13 @@ std::optional<BlockRecord> CBlockTable::Find(std::uint32_t bid) const
 {
     if (bid == 0)
         return std::nullopt;
-    const std::span<const BlockRecord> records = Records();
+    // One look at a page of the index, whatever its size.
+    const auto stride = std::ranges::upper_bound(m_firstBids, bid) - m_firstBids.begin();
+    if (stride == 0)
+        return std::nullopt;
+    const std::span<const BlockRecord> all = Records();
+    const std::size_t start = static_cast<std::size_t>(stride - 1) * kStride;
+    const auto records = all.subspan(start, std::min(kStride, all.size() - start));
     const auto found =
         std::lower_bound(records.begin(), records.end(), bid,
                          [](const BlockRecord& record, std::uint32_t key) { return record.bid < key; });

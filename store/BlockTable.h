@@ -65,7 +65,8 @@ private:
     std::unique_ptr<platform::IMapping> m_mapping;
     std::vector<BlockRecord> m_pending;
     std::vector<BlockRecord> m_preferred;
-    std::vector<BlockRecord> m_inMemory;  ///< when there is no file or the host cannot map it
+    std::vector<BlockRecord> m_inMemory;     ///< when there is no file or the host cannot map it
+    std::vector<std::uint32_t> m_firstBids;  ///< of each stretch of records that a lookup searches
     std::uint64_t m_count = 0;
 };
 

@@ -1,8 +1,10 @@
 #include "store/NodeCollector.h"
 
+#include <vector>
+
 #include "format/Bytes.h"
 #include "format/Checksum.h"
-#include "store/ScanWindow.h"
+#include "store/WindowScan.h"
 
 namespace pastille::store {
 namespace {
@@ -10,60 +12,82 @@ namespace {
 constexpr std::size_t kIntermediateEntrySize = 24;
 constexpr std::uint32_t kValueLimit = 0xFFFFFF;
 
+/// The entries of some pages.
+struct WindowNodes {
+    CNodeList nodes;
+    PageFindings findings;
+};
+
 /// A leaf page is taken even with a wrong signature; a page with entries of 24 bytes only with a right one.
-bool IsAcceptedPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset)
+bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
+                PageFindings& findings)
 {
-    if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kNbt)
-        return false;
     const std::size_t entrySize = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset);
-    if (entrySize == layout.nodeEntrySize)
-        return true;
+    const bool isLeaf = entrySize == layout.nodeEntrySize;
+    if (!isLeaf && entrySize != kIntermediateEntrySize) {
+        ++findings.refusedEntrySize;
+        return false;
+    }
     const auto bid = page.ReadOrZero<std::uint32_t>(layout.pageBidOffset);
-    return entrySize == kIntermediateEntrySize && page.ReadOrZero<std::uint16_t>(layout.signatureOffset) ==
-                                                      format::ComputeSignature(fileOffset, bid);
+    const bool isSigned =
+        page.ReadOrZero<std::uint16_t>(layout.signatureOffset) == format::ComputeSignature(fileOffset, bid);
+    if (!isLeaf)
+        ++(isSigned ? findings.index : findings.refusedSignature);
+    else if (!isSigned)
+        ++findings.wrongSignature;
+    return isLeaf || isSigned;
 }
 
 /// Entries are read until a zero nid or the end of the entry area; the page's own count is not believed.
-void AddEntries(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
-                CNodeList& nodes)
+void AddEntries(format::CByteView page, const format::VariantLayout& layout, WindowNodes& found)
 {
-    const auto pageBid = page.ReadOrZero<std::uint32_t>(layout.pageBidOffset);
     const std::size_t width = layout.keyWidth;
     for (std::size_t at = 0; at < layout.entryAreaEnd; at += layout.nodeEntrySize) {
-        const NodeRecord record{page.ReadOrZero<std::uint32_t>(at),
-                                page.ReadOrZero<std::uint32_t>(at + width),
-                                page.ReadOrZero<std::uint32_t>(at + 2 * width),
-                                page.ReadOrZero<std::uint32_t>(at + 3 * width),
-                                fileOffset,
-                                pageBid};
-        if (record.nid == 0)
+        const auto nid = page.ReadOrZero<std::uint32_t>(at);
+        const auto bidData = page.ReadOrZero<std::uint32_t>(at + width);
+        const auto bidSub = page.ReadOrZero<std::uint32_t>(at + 2 * width);
+        const auto nidParent = page.ReadOrZero<std::uint32_t>(at + 3 * width);
+        if (nid == 0)
             return;
-        if (record.bidData < kValueLimit && record.bidSub < kValueLimit && record.nidParent < kValueLimit)
-            nodes.Append(record);
+        if (bidData < kValueLimit && bidSub < kValueLimit && nidParent < kValueLimit) {
+            found.nodes.Append(nid, bidData, bidSub, nidParent);
+            ++found.findings.entries;
+        } else {
+            ++found.findings.entriesRefused;
+        }
     }
+}
+
+WindowNodes FindNodes(const ScanWindow& window, const format::VariantLayout& layout)
+{
+    WindowNodes found;
+    const std::uint64_t end = window.start + window.transferred;
+    for (std::uint64_t offset = window.start; offset < end; offset += layout.pageSize) {
+        const format::CByteView page = window.At(offset, layout.pageSize);
+        if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kNbt ||
+            !AcceptPage(page, layout, offset, found.findings))
+            continue;
+        ++found.findings.accepted;
+        found.nodes.AddPage(offset, page.ReadOrZero<std::uint32_t>(layout.pageBidOffset));
+        AddEntries(page, layout, found);
+    }
+    return found;
 }
 
 }  // namespace
 
 bool ScanNodePages(CSourceFile& source, const format::VariantLayout& layout, CNodeList& nodes,
-                   const std::function<bool(std::uint64_t)>& proceed)
+                   PageFindings& findings, const std::function<bool(std::uint64_t)>& proceed)
 {
     const std::size_t chunkBytes = layout.variant == format::Variant::Unicode4k ? 65536 : 4096;
-    CScanWindow window(source);
-    for (std::uint64_t offset = ScanStart(layout.variant);;) {
-        const format::CByteView chunk = window.At(offset, chunkBytes);
-        const std::size_t transferred = window.Transferred();
-        if (transferred == 0)
-            return true;
-        for (std::size_t at = 0; at < transferred; at += layout.pageSize) {
-            const format::CByteView page = *chunk.Sub(at, layout.pageSize);
-            if (IsAcceptedPage(page, layout, offset + at))
-                AddEntries(page, layout, offset + at, nodes);
-        }
-        offset += chunkBytes;
-        if (!proceed(offset))
-            return false;
-    }
+    return ScanWindows(
+        source, ScanStart(layout.variant),
+        [&layout](const ScanWindow& window) { return FindNodes(window, layout); },
+        [&](const WindowNodes& found, const ScanWindow& window) {
+            nodes.Append(found.nodes);
+            findings.Add(found.findings);
+            return window.ProceedThrough(chunkBytes, proceed);
+        });
 }
 
 }  // namespace pastille::store

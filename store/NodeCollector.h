@@ -4,6 +4,7 @@
 
 #include "format/Layout.h"
 #include "store/NodeList.h"
+#include "store/ScanFindings.h"
 #include "store/SourceFile.h"
 
 namespace pastille::store {
@@ -15,9 +16,9 @@ constexpr std::uint64_t ScanStart(format::Variant variant)
 }
 
 /// Collects the entries of every page that looks like an NBT page into `nodes`, in file order, whatever the
-/// tree's own links say; the caller finishes the list. `proceed` is asked after each chunk with the offset
-/// reached; false ends the scan. Returns false when it was ended so.
+/// tree's own links say; the caller finishes the list. Adds what it met to `findings`. `proceed` is asked
+/// after each chunk with the offset reached; false ends the scan. Returns false when it was ended so.
 bool ScanNodePages(CSourceFile& source, const format::VariantLayout& layout, CNodeList& nodes,
-                   const std::function<bool(std::uint64_t)>& proceed);
+                   PageFindings& findings, const std::function<bool(std::uint64_t)>& proceed);
 
 }  // namespace pastille::store

@@ -3,6 +3,33 @@
 #include <algorithm>
 
 namespace pastille::store {
+namespace {
+
+constexpr std::uint32_t kPageMask = 0x7FFFFFFF;
+
+}  // namespace
+
+void CNodeList::AddPage(std::uint64_t offset, std::uint32_t bid)
+{
+    m_pages.push_back({static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(offset >> 32), bid});
+}
+
+void CNodeList::Append(std::uint32_t nid, std::uint32_t bidData, std::uint32_t bidSub,
+                       std::uint32_t nidParent)
+{
+    const auto page = static_cast<std::uint32_t>(m_pages.size() - 1);
+    m_records.push_back({nid, bidData, bidSub, nidParent, page & kPageMask});
+}
+
+void CNodeList::Append(const CNodeList& other)
+{
+    const auto firstPage = static_cast<std::uint32_t>(m_pages.size());
+    m_pages.insert(m_pages.end(), other.m_pages.begin(), other.m_pages.end());
+    for (NodeRecord record : other.m_records) {
+        record.page = (record.page + firstPage) & kPageMask;
+        m_records.push_back(record);
+    }
+}
 
 void CNodeList::Finish()
 {
@@ -15,8 +42,8 @@ void CNodeList::Finish()
 
 void CNodeList::Clear()
 {
-    m_records.clear();
-    m_records.shrink_to_fit();
+    std::vector<NodeRecord>().swap(m_records);
+    std::vector<NodePage>().swap(m_pages);
 }
 
 }  // namespace pastille::store

@@ -145,15 +145,18 @@ void COutLook::CollectNodes(RunContext& run)
     run.BeginPhase(4);
     CSourceStore& source = run.source;
     const bool complete =
-        ScanNodePages(source.file, source.reader.Layout(), source.nodes, [&](std::uint64_t offset) {
-            run.ReportPercent(Percentage(offset, source.hundredth), kNodeScanStep);
-            return !run.state.MustStop();
-        });
+        ScanNodePages(source.file, source.reader.Layout(), source.nodes, m_figures.scan.nodePages,
+                      [&](std::uint64_t offset) {
+                          run.ReportPercent(Percentage(offset, source.hundredth), kNodeScanStep);
+                          return !run.state.MustStop();
+                      });
     source.nodes.Finish();
     source.nodeCount = static_cast<std::uint32_t>(source.nodes.Size());
     m_figures.nodes = source.nodes.Size();
     if (!complete)
         return;
+    if (run.settings.smartScan)
+        source.references.Build(source.nodes);
     m_recovery.WriteLog(
         u"\r\n\r\n-------------Scanning source file----------------\r\nCollecting NBT Entries");
     ++source.nodeCount;
@@ -170,28 +173,44 @@ void COutLook::CollectBlocks(RunContext& run)
             source.blocks.CreateInMemory();
         else
             source.blocks.Create(m_fileSystem, run.state.outputFolder / kBlockIndexName);
-        const bool complete =
-            ScanBlockPages(source.file, source.reader.Layout(), source.blocks, [&](std::uint64_t offset) {
-                run.ReportPercent(Percentage(offset, source.hundredth), kBlockScanStep);
-                return !run.state.MustStop();
-            });
-        m_figures.blocks = source.blocks.Count();
-        if (!complete)
+        if (!BuildBlockTable(run))
             return;
-        constexpr std::uint64_t kFewestBlocks = 2;
-        if (source.blocks.Count() < kFewestBlocks) {
-            run.ShowError(kNotValid);
-            run.state.failed = true;
-        } else {
-            source.blocks.Finish([&] { return !run.state.MustStop(); });
-        }
     } catch (const std::system_error&) {
         run.ShowError(kNoTemporaryFile);
         run.state.failed = true;
         return;
     }
+    source.references.Clear();
     m_recovery.WriteLog(u"\r\nCollecting BBT Entries");
     source.hundredth = source.nodeCount / 100;
+}
+
+/// False when it was stopped.
+bool COutLook::BuildBlockTable(RunContext& run)
+{
+    CSourceStore& source = run.source;
+    const BlockScanOptions options{run.settings.smartScan, source.reader.Kind()};
+    std::vector<TrailerBlock> trailers;
+    const bool complete =
+        ScanBlockPages(source.file, source.reader.Layout(), options, source.blocks, trailers, m_figures.scan,
+                       [&](std::uint64_t offset) {
+                           run.ReportPercent(Percentage(offset, source.hundredth), kBlockScanStep);
+                           return !run.state.MustStop();
+                       });
+    m_figures.blocks = source.blocks.Count();
+    if (!complete)
+        return false;
+    const auto proceed = [&] { return !run.state.MustStop(); };
+    constexpr std::uint64_t kFewestBlocks = 2;
+    if (source.blocks.Count() < kFewestBlocks) {
+        run.ShowError(kNotValid);
+        run.state.failed = true;
+        return true;
+    }
+    source.blocks.Finish(proceed);
+    if (run.settings.smartScan)
+        FindOrphans(source, trailers, proceed);
+    return true;
 }
 
 void COutLook::CleanUp(RunContext& run)

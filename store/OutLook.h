@@ -97,6 +97,7 @@ private:
     void Validate(RunContext& run);
     void CollectNodes(RunContext& run);
     void CollectBlocks(RunContext& run);
+    bool BuildBlockTable(RunContext& run);
     void CleanUp(RunContext& run);
     void ShowEnd(RunContext& run);
 

@@ -10,6 +10,7 @@
 #include "store/BlockTable.h"
 #include "store/NodeList.h"
 #include "store/Orphans.h"
+#include "store/ReferenceSet.h"
 #include "store/SourceFile.h"
 
 namespace pastille::store {
@@ -32,6 +33,7 @@ struct CSourceStore {
     std::uint64_t hundredth = 0;
     /// Records added to the node list, plus one; counted down by the folder phase.
     std::uint32_t nodeCount = 0;
+    CReferenceSet references;  ///< from phase 4 to phase 5 of a Smart Scan
     /// Filled by the block scan of a Smart Scan, each block once; empty in a normal scan.
     std::vector<OrphanRecord> orphans;
 };

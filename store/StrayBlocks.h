@@ -1,37 +1,23 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <vector>
 
+#include "format/Layout.h"
 #include "store/BlockTable.h"
-#include "store/SourceFile.h"
+#include "store/ScanFindings.h"
+#include "store/TrailerSearch.h"
 
 namespace pastille::store {
 
-/// Blocks found by their trailers alone, in files where a trailer tells enough to judge them. Space that was
-/// freed and used again still holds old trailers, behind bytes that belong to another block by now.
-class CStrayBlocks {
-public:
-    /// `crc` is the trailer's dwCRC over the block's stored bytes.
-    void Add(const BlockRecord& record, std::uint32_t crc) { m_strays.push_back({record, crc}); }
-
-    /// Puts into `blocks`, to which everything that tables name was appended before: the blocks whose bytes
-    /// have their trailer's CRC, ahead of whatever else tables say of the same BID; and of the others those
-    /// that no table names and that overlap no block named or sound. `proceed` ends it when it returns false.
-    void Settle(CSourceFile& source, CBlockTable& blocks, const std::function<bool()>& proceed);
-
-private:
-    struct Stray {
-        BlockRecord record;
-        std::uint32_t crc;
-    };
-
-    bool IsSound(CSourceFile& source, const Stray& stray);
-
-    std::vector<Stray> m_strays;
-    std::vector<std::byte> m_buffer;
-};
+/// Brings what trailers tell into the table, to which everything that pages name was appended before, and
+/// orders `trailers` by BID and place. Space that was freed and used again still holds old trailers, behind
+/// bytes that belong to another block by now, so a trailer alone proves little. Of each BID the table gets,
+/// ahead of what was appended:
+/// - a block with the right signature and CRC, best one that pages name as well; in narrow files these were
+///   appended already, and the table's own order decides;
+/// - where there is none, a block with the right CRC that has moved, unless one of the first kind lies there;
+/// - where nothing else is known of the BID, a damaged block, unless anything else lies there.
+void SettleStrayBlocks(const format::VariantLayout& layout, std::vector<TrailerBlock>& trailers,
+                       CBlockTable& blocks, ScanFindings& findings);
 
 }  // namespace pastille::store

@@ -4,7 +4,7 @@
 
 #include "format/Bytes.h"
 #include "format/Checksum.h"
-#include "store/ScanWindow.h"
+#include "store/WindowScan.h"
 
 namespace pastille::store {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 using format::Variant;
 
 constexpr std::uint64_t kProbeStart = 18432;
-constexpr std::size_t kProbeBytes = 8192;
+constexpr std::size_t kBufferBytes = 8192;
 constexpr std::size_t kProbeStep = 4096;
 constexpr std::size_t kSlotStep = 512;
 
@@ -66,6 +66,37 @@ std::optional<Variant> ProbeBuffer(format::CByteView view, std::uint64_t fileOff
     return found;
 }
 
+/// A 4 KB page whose trailer fits its place. Only looked for because an NBT leaf shows in no other way.
+bool IsSignedPage4k(format::CByteView view, std::size_t slot, std::uint64_t fileOffset)
+{
+    const format::VariantLayout& layout = format::kUnicode4kLayout;
+    const std::uint16_t signature = WordAt(view, slot + layout.signatureOffset);
+    return IsTreePageWord(WordAt(view, slot + layout.typeOffset)) && signature != 0 &&
+           signature == format::ComputeSignature(fileOffset,
+                                                 view.ReadOrZero<std::uint32_t>(slot + layout.pageBidOffset));
+}
+
+/// What the probe of a window has shown.
+struct Probed {
+    std::optional<Variant> variant;
+    std::uint64_t reached = 0;  ///< file offset of the last buffer looked at
+    bool hasPage4k = false;
+};
+
+Probed ProbeWindow(const ScanWindow& window)
+{
+    Probed probed;
+    const std::uint64_t end = window.start + window.transferred;
+    for (std::uint64_t offset = window.start; offset < end && !probed.variant; offset += kProbeStep) {
+        const format::CByteView view = window.At(offset, kBufferBytes);
+        probed.reached = offset;
+        probed.variant = ProbeBuffer(view, offset);
+        for (std::size_t slot = 0; slot < kProbeStep; slot += kSlotStep)
+            probed.hasPage4k = probed.hasPage4k || IsSignedPage4k(view, slot, offset + slot);
+    }
+    return probed;
+}
+
 }  // namespace
 
 FileKind ReadFileKind(CSourceFile& source)
@@ -86,18 +117,26 @@ FileKind ReadFileKind(CSourceFile& source)
 
 std::optional<Variant> ProbeVariant(CSourceFile& source, const std::function<bool(std::uint64_t)>& proceed)
 {
-    CScanWindow window(source);
-    std::uint64_t offset = kProbeStart;
     if (!proceed(0))
         return std::nullopt;
-    do {
-        const format::CByteView view = window.At(offset, kProbeBytes);
-        if (const auto variant = ProbeBuffer(view, offset))
-            return variant;
-        offset += kProbeStep;
-        if (!proceed(offset))
-            return std::nullopt;
-    } while (window.Transferred() != 0);
+    std::optional<Variant> found;
+    bool hasPage4k = false;
+    bool stopped = false;
+    ScanWindows(source, kProbeStart, ProbeWindow, [&](const Probed& probed, const ScanWindow& window) {
+        found = probed.variant;
+        hasPage4k = hasPage4k || probed.hasPage4k;
+        for (std::uint64_t offset = window.start; offset < probed.reached + (found ? 0 : kProbeStep);) {
+            offset += kProbeStep;
+            stopped = stopped || !proceed(offset);
+        }
+        return !found && !stopped;
+    });
+    if (stopped)
+        return std::nullopt;
+    if (found)
+        return found;
+    if (hasPage4k)
+        return Variant::Unicode4k;
     return VariantFromHeader(source);
 }
 

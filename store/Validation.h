@@ -13,9 +13,10 @@ namespace pastille::store {
 /// repaired.
 FileKind ReadFileKind(CSourceFile& source);
 
-/// Finds the variant by looking for a B-tree page whose trailer fits its own place, and by the header's root
-/// when there is no such page. Nothing when neither tells. `proceed` is asked after each 4096 bytes with the
-/// offset reached and ends the probe, with nothing found, when it returns false.
+/// Finds the variant by looking for a B-tree page whose trailer fits its own place: first as 512-byte pages
+/// and the fullest 4 KB pages show themselves, then any 4 KB page, and by the header's root when there is
+/// none. Nothing when neither tells. `proceed` is asked after each 4096 bytes with the offset reached and
+/// ends the probe, with nothing found, when it returns false.
 std::optional<format::Variant> ProbeVariant(CSourceFile& source,
                                             const std::function<bool(std::uint64_t)>& proceed);
 

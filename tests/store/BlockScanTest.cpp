@@ -73,15 +73,10 @@ TEST(BlockScan, PagesWithWrongSignatureGiveNoEntries)
 {
     CBuiltStore store(ManyBlocks(Variant::Unicode));
     store.Damage().BreakSignatures(PlaceKind::BbtLeaf).DropBlockTrailers();
-    Bytes bytes = store.Content();
-    CMemoryFileSystem files(bytes);
-    store::CSourceFile source;
-    source.Open(files, "source.pst");
-    store::CBlockTable blocks;
-    blocks.Create(files, "index");
-    store::ScanBlockPages(source, format::kUnicodeLayout, blocks, [](std::uint64_t) { return true; });
+    const CLoadedStore loaded(store);
+    EXPECT_GT(loaded.findings.blockPages.refusedSignature, 0u);
     for (const StorePlace& place : store.Directory().All(PlaceKind::Data))
-        EXPECT_FALSE(blocks.Count() != 0 && blocks.Find(static_cast<std::uint32_t>(place.bid)));
+        EXPECT_FALSE(loaded.source.blocks.Find(static_cast<std::uint32_t>(place.bid)));
 }
 
 TEST(BlockScan, ABadEntryEndsItsPage)
@@ -100,8 +95,8 @@ TEST(BlockScan, ABadEntryEndsItsPage)
             {"beyond the end", {12, 0x7FFF0000, 100, 100, 2}},
             {"unaligned", {12, kPlace + 8, 100, 100, 2}}};
         for (const auto& [name, entry] : bad) {
-            const CLoadedStore loaded(RawStore(format, [&](CStoreFile& store) {
-                store.WriteBbtPage({sound, entry, after});
+            const CLoadedStore loaded(RawStore(format, [&, wrong = entry](CStoreFile& store) {
+                store.WriteBbtPage({sound, wrong, after});
                 store.WriteBbtPage({{20, kPlace, 65512, 65512, 2}, {24, kPlace + 16, 1, 1, 2}});
             }));
             EXPECT_TRUE(loaded.source.blocks.Find(8)) << name;

@@ -15,8 +15,8 @@ namespace pastille::tests {
 /// A store file as the phases before recovery leave it: validated and scanned.
 class CLoadedStore {
 public:
-    explicit CLoadedStore(Bytes bytes)
-        : m_bytes(std::move(bytes)), m_fileSystem(m_bytes), source("windows-1252")
+    explicit CLoadedStore(Bytes bytes, bool smartScan = false)
+        : m_bytes(std::move(bytes)), m_fileSystem(m_bytes), source("windows-1252"), m_smartScan(smartScan)
     {
         source.file.Open(m_fileSystem, "source.pst");
         const store::FileKind kind = store::ReadFileKind(source.file);
@@ -24,7 +24,10 @@ public:
         if (variant)
             Scan(*variant, kind);
     }
-    explicit CLoadedStore(const CBuiltStore& built) : CLoadedStore(built.Content()) {}
+    explicit CLoadedStore(const CBuiltStore& built, bool smartScan = false)
+        : CLoadedStore(built.Content(), smartScan)
+    {
+    }
 
     /// The first node of that id, in the list's order.
     const store::NodeRecord* Node(std::uint32_t nid) const
@@ -48,11 +51,16 @@ private:
     {
         source.reader.Reset(format::LayoutOf(found), kind);
         const auto proceed = [](std::uint64_t) { return true; };
-        store::ScanNodePages(source.file, source.reader.Layout(), source.nodes, proceed);
+        const format::VariantLayout& layout = source.reader.Layout();
+        store::ScanNodePages(source.file, layout, source.nodes, findings.nodePages, proceed);
         source.nodes.Finish();
+        source.references.Build(source.nodes);
         source.blocks.Create(m_fileSystem, "index");
-        store::ScanBlockPages(source.file, source.reader.Layout(), source.blocks, proceed);
+        store::ScanBlockPages(source.file, layout, {m_smartScan, kind}, source.blocks, trailers, findings,
+                              proceed);
         source.blocks.Finish();
+        if (m_smartScan)
+            store::FindOrphans(source, trailers, [] { return true; });
     }
 
     Bytes m_bytes;
@@ -60,7 +68,12 @@ private:
 
 public:
     store::CSourceStore source;
+    store::ScanFindings findings;
+    std::vector<store::TrailerBlock> trailers;
     std::optional<format::Variant> variant;
+
+private:
+    bool m_smartScan;
 };
 
 /// A file with nothing in it but what `write` puts there. No trees unless it adds nodes and blocks.

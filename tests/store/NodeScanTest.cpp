@@ -21,8 +21,9 @@ store::CNodeList Scan(const Bytes& bytes, Variant variant)
     store::CSourceFile source;
     source.Open(files, "source.pst");
     store::CNodeList nodes;
-    EXPECT_TRUE(
-        store::ScanNodePages(source, format::LayoutOf(variant), nodes, [](std::uint64_t) { return true; }));
+    store::PageFindings findings;
+    EXPECT_TRUE(store::ScanNodePages(source, format::LayoutOf(variant), nodes, findings,
+                                     [](std::uint64_t) { return true; }));
     nodes.Finish();
     return nodes;
 }
@@ -162,10 +163,10 @@ TEST(NodeScan, RemembersThePageOfEachEntry)
     });
     const store::CNodeList nodes = Scan(bytes, Variant::Unicode);
     ASSERT_EQ(nodes.Size(), 2u);
-    EXPECT_EQ(nodes[0].pageOffset, first);
-    EXPECT_EQ(nodes[0].pageBid, 0x11u);
-    EXPECT_EQ(nodes[1].pageOffset, second);
-    EXPECT_EQ(nodes[1].pageBid, 0x15u);
+    EXPECT_EQ(nodes.PageOf(nodes[0]).Offset(), first);
+    EXPECT_EQ(nodes.PageOf(nodes[0]).bid, 0x11u);
+    EXPECT_EQ(nodes.PageOf(nodes[1]).Offset(), second);
+    EXPECT_EQ(nodes.PageOf(nodes[1]).bid, 0x15u);
 }
 
 TEST(NodeScan, PagesBeforeTheScanStartAndBeyondTheEndDoNotCount)
@@ -199,11 +200,13 @@ TEST(NodeScan, EndsWhenAskedTo)
     store::CSourceFile source;
     source.Open(files, "source.pst");
     store::CNodeList nodes;
+    store::PageFindings findings;
     std::uint64_t reached = 0;
-    EXPECT_FALSE(store::ScanNodePages(source, format::kUnicodeLayout, nodes, [&](std::uint64_t offset) {
-        reached = offset;
-        return false;
-    }));
+    EXPECT_FALSE(
+        store::ScanNodePages(source, format::kUnicodeLayout, nodes, findings, [&](std::uint64_t offset) {
+            reached = offset;
+            return false;
+        }));
     EXPECT_EQ(reached, 18432u + 4096u);
 }
 

@@ -1,0 +1,105 @@
+#include "store/HeapProbe.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+
+#include "format/Bytes.h"
+
+namespace pastille::store {
+namespace {
+
+constexpr std::uint16_t kPropertyContextWord = 0xBCEC;
+constexpr std::size_t kHeaderBytes = 4;
+
+using format::CryptMethod;
+using Header = std::array<std::byte, kHeaderBytes>;
+
+Header FirstBytes(std::span<const std::byte> bytes)
+{
+    Header header{};
+    std::copy_n(bytes.begin(), std::min(bytes.size(), kHeaderBytes), header.begin());
+    return header;
+}
+
+bool BeginsHeap(FileKind kind, const Header& header)
+{
+    return AcceptsSignature(kind, format::CByteView(header).ReadOrZero<std::uint16_t>(2));
+}
+
+/// The first bytes that a zlib stream holds; zeros when it is none.
+Header InflateFirst(std::span<const std::byte> packed)
+{
+    Header header{};
+    constexpr std::byte kDeflate{0x78};
+    if (packed.empty() || packed[0] != kDeflate)
+        return header;
+    std::array<std::byte, kProbeBytes> input;
+    const std::size_t size = std::min(packed.size(), input.size());
+    std::copy_n(packed.begin(), size, input.begin());
+    z_stream stream{};
+    stream.next_in = reinterpret_cast<Bytef*>(input.data());
+    stream.avail_in = static_cast<uInt>(size);
+    stream.next_out = reinterpret_cast<Bytef*>(header.data());
+    stream.avail_out = static_cast<uInt>(header.size());
+    if (inflateInit(&stream) == Z_OK) {
+        inflate(&stream, Z_NO_FLUSH);
+        inflateEnd(&stream);
+    }
+    return header;
+}
+
+bool BeginsHeapEncoded(FileKind kind, CryptMethod method, std::uint32_t bid, Header header)
+{
+    format::DecodeBlock(method, bid, header);
+    return BeginsHeap(kind, header);
+}
+
+/// The block was packed first and encoded then.
+bool BeginsPackedHeap(FileKind kind, CryptMethod method, std::uint32_t bid, std::span<const std::byte> head)
+{
+    std::array<std::byte, kProbeBytes> decoded;
+    const auto bytes = std::span(decoded).first(std::min(head.size(), decoded.size()));
+    std::copy_n(head.begin(), bytes.size(), bytes.begin());
+    format::DecodeBlock(method, bid, bytes);
+    return BeginsHeap(kind, InflateFirst(bytes));
+}
+
+}  // namespace
+
+bool IsHeapSignature(std::uint16_t word)
+{
+    return word == kPropertyContextWord || word == 0x7CEC || word == 0x8CEC || word == 0xECEC;
+}
+
+bool AcceptsSignature(FileKind kind, std::uint16_t word)
+{
+    switch (kind) {
+        case FileKind::Ost:
+            return IsHeapSignature(word);
+        case FileKind::Pst:
+            return word == kPropertyContextWord;
+        case FileKind::Unknown:
+            break;
+    }
+    return false;
+}
+
+std::uint8_t HeapMethods(FileKind kind, const format::VariantLayout& layout, std::uint32_t bid,
+                         std::span<const std::byte> head)
+{
+    const bool mayBePacked = layout.variant == format::Variant::Unicode4k;
+    const Header stored = FirstBytes(head);
+    const Header unpacked = mayBePacked ? InflateFirst(head) : Header{};
+    std::uint8_t methods = 0;
+    for (const CryptMethod method : format::kCryptMethods) {
+        if (BeginsHeapEncoded(kind, method, bid, stored) ||
+            (mayBePacked && (BeginsHeapEncoded(kind, method, bid, unpacked) ||
+                             (method != CryptMethod::None && BeginsPackedHeap(kind, method, bid, head)))))
+            methods |= MethodBit(method);
+    }
+    return methods;
+}
+
+}  // namespace pastille::store
