@@ -4,7 +4,9 @@
 
 #include "format/Bytes.h"
 #include "format/Checksum.h"
+#include "format/Page.h"
 #include "store/NodeCollector.h"
+#include "store/OccupiedSpace.h"
 #include "store/StrayBlocks.h"
 #include "store/WindowScan.h"
 
@@ -19,6 +21,7 @@ constexpr std::uint32_t kLargestBlock = 65512;
 struct WindowBlocks {
     std::vector<BlockRecord> records;    ///< to be appended to the table
     std::vector<TrailerBlock> trailers;  ///< to be kept
+    COccupiedSpace pages;                ///< where sound pages lie, of any type
     PageFindings findings;
 };
 
@@ -83,6 +86,9 @@ public:
         std::vector<TrailerBlock> trailers;
         for (std::uint64_t offset = window.start; offset < end; offset += m_layout.pageSize) {
             const format::CByteView page = window.At(offset, m_layout.pageSize);
+            const auto trailer = format::ParsePageTrailer(m_layout, page, offset);
+            if (trailer && trailer->faults == format::kPageSound)
+                found.pages.Add(offset, m_layout.pageSize);
             if (page.ReadOrZero<std::uint16_t>(m_layout.typeOffset) == format::pageword::kBbt &&
                 AcceptPage(page, m_layout, offset, found.findings)) {
                 AddEntries(page, m_layout, m_fileSize, found);
@@ -120,16 +126,18 @@ bool ScanBlockPages(CSourceFile& source, const format::VariantLayout& layout, co
                     const std::function<bool(std::uint64_t)>& proceed)
 {
     const CBlockFinder find(layout, options, source.Size());
+    COccupiedSpace pages;
     const bool complete = ScanWindows(
         source, ScanStart(layout.variant), find, [&](const WindowBlocks& found, const ScanWindow& window) {
             for (const BlockRecord& record : found.records)
                 blocks.Append(record);
             trailers.insert(trailers.end(), found.trailers.begin(), found.trailers.end());
             findings.blockPages.Add(found.findings);
+            pages.Add(found.pages);
             return window.ProceedThrough(kStretchBytes, proceed);
         });
     if (complete)
-        SettleStrayBlocks(layout, trailers, blocks, findings);
+        SettleStrayBlocks(layout, std::move(pages), trailers, blocks, findings);
     return complete;
 }
 

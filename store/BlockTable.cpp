@@ -7,6 +7,13 @@
 namespace pastille::store {
 namespace {
 
+/// Of records in order of their BIDs the first one of each stays.
+void DropRepeats(std::vector<BlockRecord>& records)
+{
+    const auto isSameBlock = [](const BlockRecord& a, const BlockRecord& b) { return a.bid == b.bid; };
+    records.erase(std::unique(records.begin(), records.end(), isSameBlock), records.end());
+}
+
 constexpr std::size_t kChunkRecords = 4000;
 /// Records that a lookup searches once it knows where.
 constexpr std::size_t kStride = 256;
@@ -87,8 +94,7 @@ std::vector<BlockRecord> ChooseRecords(std::vector<BlockRecord> records, const s
     records.resize(kept);
     // Stable: of several chunks that hold a BID the first one in the file decides.
     std::ranges::stable_sort(records, {}, &BlockRecord::bid);
-    const auto [rest, end] = std::ranges::unique(records, {}, &BlockRecord::bid);
-    records.erase(rest, end);
+    DropRepeats(records);
     return records;
 }
 
@@ -165,8 +171,7 @@ void CBlockTable::Finish(const std::function<bool()>& proceed)
     std::vector<BlockRecord> chosen =
         ChooseRecords(m_file ? Appended() : std::exchange(m_pending, {}), proceed);
     std::ranges::stable_sort(m_preferred, {}, &BlockRecord::bid);
-    const auto [rest, end] = std::ranges::unique(m_preferred, {}, &BlockRecord::bid);
-    m_preferred.erase(rest, end);
+    DropRepeats(m_preferred);
     if (!proceed())
         return;
     PutInPlace(m_preferred, chosen);

@@ -4,9 +4,9 @@
 
 namespace pastille::store {
 
-void COccupiedSpace::Add(const BlockRecord& record)
+void COccupiedSpace::Add(std::uint64_t offset, std::uint64_t length)
 {
-    const Stretch added{record.ib, record.ib + record.cb};
+    const Stretch added{offset, offset + length};
     if (!m_stretches.empty()) {
         Stretch& last = m_stretches.back();
         if (added.start <= last.end && added.end >= last.start) {
@@ -15,6 +15,11 @@ void COccupiedSpace::Add(const BlockRecord& record)
         }
     }
     m_stretches.push_back(added);
+}
+
+void COccupiedSpace::Add(const COccupiedSpace& other)
+{
+    m_stretches.insert(m_stretches.end(), other.m_stretches.begin(), other.m_stretches.end());
 }
 
 void COccupiedSpace::Finish()

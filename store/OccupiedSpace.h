@@ -7,11 +7,13 @@
 
 namespace pastille::store {
 
-/// Stretches of the file that hold blocks, for asking whether another block could lie there.
+/// Stretches of the file that hold something, for asking whether a block could lie there.
 class COccupiedSpace {
 public:
-    /// Blocks that touch or overlap the one added last take no memory of their own.
-    void Add(const BlockRecord& record);
+    /// What touches or overlaps the stretch added last takes no memory of its own.
+    void Add(std::uint64_t offset, std::uint64_t length);
+    void Add(const BlockRecord& record) { Add(record.ib, record.cb); }
+    void Add(const COccupiedSpace& other);
     /// Joins what overlaps. REQUIRES: called before Overlaps; more may be added afterwards.
     void Finish();
     bool Overlaps(const BlockRecord& record) const;

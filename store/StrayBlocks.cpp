@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <span>
 #include <tuple>
-
-#include "store/OccupiedSpace.h"
+#include <utility>
 
 namespace pastille::store {
 namespace {
@@ -174,10 +173,10 @@ private:
 
 }  // namespace
 
-void SettleStrayBlocks(const format::VariantLayout& layout, std::vector<TrailerBlock>& trailers,
-                       CBlockTable& blocks, ScanFindings& findings)
+void SettleStrayBlocks(const format::VariantLayout& layout, COccupiedSpace pages,
+                       std::vector<TrailerBlock>& trailers, CBlockTable& blocks, ScanFindings& findings)
 {
-    COccupiedSpace proven;
+    COccupiedSpace proven = std::move(pages);
     for (const TrailerBlock& block : trailers) {
         if (IsProven(block))
             proven.Add(block.Record());

@@ -4,6 +4,7 @@
 
 #include "format/Layout.h"
 #include "store/BlockTable.h"
+#include "store/OccupiedSpace.h"
 #include "store/ScanFindings.h"
 #include "store/TrailerSearch.h"
 
@@ -17,7 +18,8 @@ namespace pastille::store {
 ///   appended already, and the table's own order decides;
 /// - where there is none, a block with the right CRC that has moved, unless one of the first kind lies there;
 /// - where nothing else is known of the BID, a damaged block, unless anything else lies there.
-void SettleStrayBlocks(const format::VariantLayout& layout, std::vector<TrailerBlock>& trailers,
-                       CBlockTable& blocks, ScanFindings& findings);
+/// Nothing lies in `pages`, where sound pages stand.
+void SettleStrayBlocks(const format::VariantLayout& layout, COccupiedSpace pages,
+                       std::vector<TrailerBlock>& trailers, CBlockTable& blocks, ScanFindings& findings);
 
 }  // namespace pastille::store

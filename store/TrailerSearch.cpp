@@ -11,7 +11,7 @@ namespace pastille::store {
 namespace {
 
 constexpr std::size_t kSlotBytes = 16;
-constexpr std::uint32_t kSizeLimit = 65512;
+constexpr std::size_t kSizeLimit = 65511;
 constexpr std::uint32_t kAttachmentTable = 0x671;
 /// In a sound file each byte is summed once. Where trailers lie upon trailers the rest goes unproven.
 constexpr std::uint64_t kSumsPerByte = 8;
@@ -44,6 +44,7 @@ CTrailerSearch::CTrailerSearch(const ScanWindow& window, const format::VariantLa
       m_fileSize(fileSize),
       m_firstBlock(FirstBlockOffset(layout.variant)),
       m_trailerOffset(RoundUp(layout.blockTrailerSize) - layout.blockTrailerSize),
+      m_largest(std::min<std::size_t>(layout.largestBlock, kSizeLimit)),
       m_noted(window.viewStart),
       m_crcAllowance(kSumsPerByte * (ScanWindow::kLength + ScanWindow::kHistory))
 {
@@ -63,7 +64,10 @@ void CTrailerSearch::SearchPage(std::uint64_t offset, std::vector<TrailerBlock>&
         const auto [low, high] = look(m_noted);
         if ((low | high) == 0)
             continue;
-        SearchSlot(m_noted, found);
+        // In most slots this first field of a trailer says no already.
+        const std::uint64_t part = m_trailerOffset < 8 ? low >> (8 * m_trailerOffset) : high;
+        if (const auto cb = static_cast<std::uint16_t>(part); cb != 0 && cb <= m_largest)
+            SearchSlot(m_noted, found);
         NoteData(m_noted, low, high);
     }
 }
@@ -80,8 +84,6 @@ void CTrailerSearch::SearchSlot(std::uint64_t slot, std::vector<TrailerBlock>& f
 {
     const format::CByteView bytes = m_window.At(slot + m_trailerOffset, m_layout.blockTrailerSize);
     const std::uint32_t cb = bytes.ReadOrZero<std::uint16_t>(0);
-    if (cb == 0 || cb >= kSizeLimit)
-        return;
     const auto bid = bytes.ReadOrZero<std::uint32_t>(m_layout.blockBidOffset);
     if (bid == 0)
         return;
@@ -126,10 +128,11 @@ void CTrailerSearch::TryDistances(const Trailer& trailer, std::uint64_t exact,
 void CTrailerSearch::TryUnsigned(const Trailer& trailer, std::uint64_t start,
                                  std::vector<TrailerBlock>& found)
 {
+    if (!IsPossibleStart(start) || !IsPaddingZero(trailer, start))
+        return;
     const bool maySign = (trailer.signature & 0xFF) != 0 && (trailer.signature >> 8) != 0;
-    if (maySign && trailer.cb <= m_layout.largestBlock && IsPossibleStart(start) &&
-        IsPaddingZero(trailer, start))
-        Add(trailer, start, IsSound(trailer, start) ? TrailerBlock::kSound : 0, found);
+    if (const bool isSound = IsSound(trailer, start); isSound || maySign)
+        Add(trailer, start, isSound ? TrailerBlock::kSound : 0, found);
 }
 
 bool CTrailerSearch::IsPossibleStart(std::uint64_t start) const

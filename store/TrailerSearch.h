@@ -89,6 +89,7 @@ private:
     std::uint64_t m_fileSize;
     std::uint64_t m_firstBlock;
     std::size_t m_trailerOffset;   ///< of a trailer in the slot that it begins in: it ends on a slot border
+    std::size_t m_largest;         ///< data of a block
     std::uint64_t m_dataEnd = 0;   ///< one past the last byte so far that is not zero; 0: none in the view
     std::uint64_t m_noted;         ///< slots before have been looked at for that
     std::uint64_t m_crcAllowance;  ///< bytes that may still be summed

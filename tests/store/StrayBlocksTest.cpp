@@ -34,10 +34,13 @@ std::map<std::uint32_t, std::uint64_t> Settle(const std::vector<BlockRecord>& na
             blocks.Append(block.record);
     }
     store::ScanFindings findings;
-    store::SettleStrayBlocks(wide ? format::kUnicodeLayout : format::kAnsiLayout, trailers, blocks, findings);
+    store::COccupiedSpace pages;
+    pages.Add(0x20000, 512);
+    store::SettleStrayBlocks(wide ? format::kUnicodeLayout : format::kAnsiLayout, std::move(pages), trailers,
+                             blocks, findings);
     blocks.Finish();
     std::map<std::uint32_t, std::uint64_t> places;
-    for (std::uint32_t bid = 4; bid <= 40; bid += 4)
+    for (std::uint32_t bid = 4; bid <= 48; bid += 4)
         places[bid] = blocks.Find(bid).value_or(BlockRecord{}).ib;
     std::uint64_t strays = 0;
     for (const auto& [bid, place] : places)
