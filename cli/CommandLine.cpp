@@ -2,6 +2,8 @@
 
 #include "cli/RepairCommand.h"
 #include "cli/RunReport.h"
+#include "cli/ScanCommand.h"
+#include "cli/ScanReport.h"
 #include "cli/TerminalText.h"
 
 #include <CLI/CLI.hpp>
@@ -19,8 +21,16 @@ constexpr const char* kDescription =
 constexpr const char* kExitStatuses =
     "Exit status: 0 done, 1 the run failed, 2 wrong usage, 3 stopped by a signal.";
 
+template <class Report>
+void WriteFailure(CommandContext& context, const std::string& message)
+{
+    Report report;
+    report.messages.push_back(message);
+    WriteJson(context.out, report);
+}
+
 /// Help and version go to the output stream, complaints to the error stream.
-ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& error, bool asJson,
+ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& error, bool asJson, bool isScan,
                             CommandContext& context)
 {
     std::ostringstream answer;
@@ -30,11 +40,10 @@ ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& erro
         return ExitStatus::Done;
     }
     context.err << Printable(complaint.str(), LineBreaks::Keep) << std::flush;
-    if (asJson) {
-        RunReport report;
-        report.messages.emplace_back(error.what());
-        WriteJson(context.out, report);
-    }
+    if (asJson && isScan)
+        WriteFailure<ScanReport>(context, error.what());
+    else if (asJson)
+        WriteFailure<RunReport>(context, error.what());
     return ExitStatus::Usage;
 }
 
@@ -49,13 +58,15 @@ try {
 
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CRepairCommand>());
+    commands.push_back(std::make_unique<CScanCommand>());
     for (const auto& command : commands)
         command->Declare(program);
 
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
-        return AnswerParseError(program, error, std::ranges::count(arguments, "--json") != 0, context);
+        return AnswerParseError(program, error, std::ranges::count(arguments, "--json") != 0,
+                                !arguments.empty() && arguments.front() == "scan", context);
     }
     const auto chosen =
         std::ranges::find_if(commands, [](const auto& command) { return command->IsChosen(); });

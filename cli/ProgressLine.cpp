@@ -2,7 +2,8 @@
 
 #include "cli/TerminalText.h"
 
-#include <array>
+#include <algorithm>
+#include <cstddef>
 #include <ostream>
 #include <utility>
 
@@ -11,29 +12,27 @@ namespace {
 
 constexpr auto kShortestPause = std::chrono::milliseconds(100);
 
-constexpr std::array kCaptions{"",
-                               "Opening source file",
-                               "Validating pst file",
-                               "Creating new profile ",
-                               "Collecting NBT entries",
-                               "Collecting BBT entries",
-                               "Collecting folders name",
-                               "Creating folders",
-                               "Recovering Mail Items"};
-constexpr const char* kClosingCaption = "Closing file";
-
 }  // namespace
 
-CProgressLine::CProgressLine(std::ostream& stream, Mode mode, Clock clock)
-    : m_stream(stream), m_mode(mode), m_clock(std::move(clock)), m_start(m_clock())
+std::string PhaseCaptions::Line(unsigned phase, bool isClosing) const
+{
+    const auto isCounted = [](const char* caption) { return *caption != '\0'; };
+    const std::size_t shown = std::min<std::size_t>(phase, phases.size() - 1);
+    const auto number = std::count_if(phases.begin(), phases.begin() + shown + 1, isCounted);
+    const auto all = std::ranges::count_if(phases, isCounted);
+    return "Phase " + std::to_string(number) + " of " + std::to_string(all) + ": " +
+           (isClosing ? closing : phases[shown]);
+}
+
+CProgressLine::CProgressLine(std::ostream& stream, Mode mode, const PhaseCaptions& captions, Clock clock)
+    : m_stream(stream), m_mode(mode), m_captions(captions), m_clock(std::move(clock)), m_start(m_clock())
 {
 }
 
 void CProgressLine::BeginPhase(unsigned phase, bool closing)
 {
     std::scoped_lock lock(m_mutex);
-    const char* caption = closing ? kClosingCaption : phase < kCaptions.size() ? kCaptions[phase] : "";
-    m_caption = "Phase " + std::to_string(phase) + " of 8: " + caption;
+    m_caption = m_captions.Line(phase, closing);
     m_percent.reset();
     if (m_mode == Mode::LinePerPhase)
         m_stream << Elapsed() << "  " << m_caption << std::endl;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <functional>
 #include <iosfwd>
@@ -9,6 +10,23 @@
 
 namespace pastille::cli {
 
+/// What the phases of a run are called as it is shown. The run's phases without a caption are not counted.
+struct PhaseCaptions {
+    std::array<const char*, 9> phases;  ///< [1] to [8]; "" for none
+    const char* closing;
+
+    /// "Phase 4 of 8: Collecting NBT entries"
+    std::string Line(unsigned phase, bool isClosing) const;
+};
+inline constexpr PhaseCaptions kRepairCaptions{
+    {"", "Opening source file", "Validating pst file", "Creating new profile ", "Collecting NBT entries",
+     "Collecting BBT entries", "Collecting folders name", "Creating folders", "Recovering Mail Items"},
+    "Closing file"};
+inline constexpr PhaseCaptions kScanCaptions{
+    {"", "Opening source file", "Validating pst file", "", "Collecting NBT entries", "Collecting BBT entries",
+     "Collecting folders name", "Checking pages and blocks", "Counting items"},
+    "Closing file"};
+
 /// Shows how far a run is: one line drawn again and again in place, or one line per phase. Every method may
 /// be called from any thread.
 class CProgressLine {
@@ -17,7 +35,8 @@ public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
     /// The elapsed time counts from here. The stream must outlive this object.
-    CProgressLine(std::ostream& stream, Mode mode, Clock clock = std::chrono::steady_clock::now);
+    CProgressLine(std::ostream& stream, Mode mode, const PhaseCaptions& captions = kRepairCaptions,
+                  Clock clock = std::chrono::steady_clock::now);
 
     /// Phase 1 to 8; `closing` for the step after the last.
     void BeginPhase(unsigned phase, bool closing);
@@ -36,6 +55,7 @@ private:
     std::mutex m_mutex;
     std::ostream& m_stream;
     Mode m_mode;
+    PhaseCaptions m_captions;
     Clock m_clock;
     std::chrono::steady_clock::time_point m_start;
     std::optional<std::chrono::steady_clock::time_point> m_lastDrawn;

@@ -4,17 +4,13 @@
 #include "cli/RunReport.h"
 #include "cli/StopSignals.h"
 #include "platform/RunState.h"
-#include "platform/Text.h"
 #include "recovery/RecoveryPipeline.h"
 #include "recovery/RunSummary.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <chrono>
 #include <exception>
-#include <ostream>
-#include <system_error>
 #include <utility>
 
 namespace pastille::cli {
@@ -22,55 +18,6 @@ namespace {
 
 constexpr unsigned kValidationPhase = 2;
 constexpr unsigned kSetUpPhase = 3;
-
-std::string RefuseUnknownCodePage(const std::string& name)
-{
-    return platform::CCodePage::IsKnown(name) ? "" : "The code page \"" + name + "\" is not known.";
-}
-
-std::string RefuseEmpty(const std::string& text)
-{
-    return text.empty() ? "A path must not be empty." : "";
-}
-
-/// The log and the messages name whole paths. ".." stays: after a symbolic link it is not the folder before.
-std::filesystem::path WholePath(const std::filesystem::path& path)
-{
-    std::error_code error;
-    const std::filesystem::path whole = std::filesystem::absolute(path, error);
-    if (error)
-        return path;
-    return std::ranges::find(whole, "..") == whole.end() ? whole.lexically_normal() : whole;
-}
-
-RunStatus StatusAfter(const CRunDisplay& display, const platform::RunState& state)
-{
-    if (state.failed || display.ErrorShown())
-        return RunStatus::Failed;
-    if (display.Completed())
-        return RunStatus::Done;
-    return state.stopRequested ? RunStatus::Stopped : RunStatus::Failed;
-}
-
-ExitStatus StatusCode(RunStatus status)
-{
-    switch (status) {
-        case RunStatus::Done:
-            return ExitStatus::Done;
-        case RunStatus::Stopped:
-            return ExitStatus::Stopped;
-        case RunStatus::Failed:
-            break;
-    }
-    return ExitStatus::Failed;
-}
-
-CProgressLine::Mode ProgressMode(bool quiet, bool isTerminal)
-{
-    if (quiet)
-        return CProgressLine::Mode::Silent;
-    return isTerminal ? CProgressLine::Mode::InPlace : CProgressLine::Mode::LinePerPhase;
-}
 
 std::filesystem::path ExistingOrEmpty(const std::filesystem::path& path)
 {
@@ -104,21 +51,13 @@ void Conclude(CommandContext& context, const platform::RunState& state, CRunDisp
 void CRepairCommand::Declare(CLI::App& program)
 {
     m_command = program.add_subcommand("repair", "Recover a damaged store into a new one");
-    m_command->add_option("SOURCE", m_source, "The damaged PST or OST file; it is only read")
-        ->required()
-        ->check(RefuseEmpty);
+    m_options.Declare(*m_command);
     m_command
         ->add_option("--to", m_destination,
                      "An existing folder; the new store and the log go into a folder of their own below it")
         ->required()
         ->check(RefuseEmpty)
         ->option_text("FOLDER REQUIRED");
-    m_command->add_flag("--smart", m_smartScan, "Smart Scan: also bring back what no node refers to");
-    m_command->add_option("--code-page", m_codePage, "Code page of 8-bit texts (windows-1252)")
-        ->check(RefuseUnknownCodePage)
-        ->option_text("NAME");
-    m_command->add_flag("--json", m_json, "Print the result as one JSON object");
-    m_command->add_flag("--quiet", m_quiet, "Show no progress");
 }
 
 bool CRepairCommand::IsChosen() const
@@ -130,30 +69,18 @@ ExitStatus CRepairCommand::Execute(CommandContext& context)
 {
     RunReport report;
     {
-        CRunDisplay display(context.err, ProgressMode(m_quiet, context.errIsTerminal));
+        CRunDisplay display(context.err, m_options.ProgressMode(context));
         Repair(context, display, report);
         report.messages = display.Texts();
     }
-    if (m_json)
-        WriteJson(context.out, report);
-    else
-        WriteText(context.out, report);
-    if (!context.out)
-        context.err << "Error: The result could not be written to the standard output." << std::endl;
+    m_options.WriteReport(context, report);
     return StatusCode(report.status);
-}
-
-platform::RunSettings CRepairCommand::Settings() const
-{
-    return {.sourcePath = WholePath(m_source),
-            .destinationFolder = WholePath(m_destination),
-            .smartScan = m_smartScan,
-            .codePage = m_codePage};
 }
 
 void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const
 {
-    const platform::RunSettings settings = Settings();
+    platform::RunSettings settings = m_options.Settings();
+    settings.destinationFolder = WholePath(m_destination);
     report.sourcePath = settings.sourcePath;
     platform::RunState state;
     const CStopSignals signals(state.stopRequested);

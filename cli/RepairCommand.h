@@ -3,11 +3,7 @@
 #include <string>
 
 #include "cli/Command.h"
-
-namespace pastille::platform {
-struct RunSettings;
-struct RunState;
-}  // namespace pastille::platform
+#include "cli/RunOptions.h"
 
 namespace pastille::cli {
 
@@ -22,16 +18,11 @@ public:
     ExitStatus Execute(CommandContext& context) override;
 
 private:
-    platform::RunSettings Settings() const;
     void Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const;
 
     CLI::App* m_command = nullptr;  ///< owned by the program
-    std::string m_source;
+    RunOptions m_options;
     std::string m_destination;
-    std::string m_codePage = "windows-1252";
-    bool m_smartScan = false;
-    bool m_json = false;
-    bool m_quiet = false;
 };
 
 }  // namespace pastille::cli

@@ -32,7 +32,8 @@ Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
 }  // namespace
 
-CRunDisplay::CRunDisplay(std::ostream& err, CProgressLine::Mode mode) : m_err(err), m_progress(err, mode)
+CRunDisplay::CRunDisplay(std::ostream& err, CProgressLine::Mode mode, const PhaseCaptions& captions)
+    : m_err(err), m_progress(err, mode, captions)
 {
     if (mode == CProgressLine::Mode::InPlace)
         m_timer = std::jthread([this](const std::stop_token& stop) { TickEverySecond(stop, m_progress); });

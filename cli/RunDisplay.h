@@ -16,7 +16,7 @@ namespace pastille::cli {
 class CRunDisplay final : public platform::IFrontEnd {
 public:
     /// The stream must outlive this object.
-    CRunDisplay(std::ostream& err, CProgressLine::Mode mode);
+    CRunDisplay(std::ostream& err, CProgressLine::Mode mode, const PhaseCaptions& captions = kRepairCaptions);
 
     void Send(const platform::Message& message) override;
 

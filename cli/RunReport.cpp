@@ -28,45 +28,6 @@ constexpr std::array kCounts{
     Count{"Total items", "total", &recovery::SummaryCounts::total},
 };
 
-const char* StatusText(RunStatus status)
-{
-    switch (status) {
-        case RunStatus::Done:
-            return "done";
-        case RunStatus::Stopped:
-            return "stopped";
-        case RunStatus::Failed:
-            break;
-    }
-    return "failed";
-}
-
-const char* VariantText(format::Variant variant)
-{
-    switch (variant) {
-        case format::Variant::Unicode:
-            return "unicode";
-        case format::Variant::Unicode4k:
-            return "unicode-4k";
-        case format::Variant::Ansi:
-            break;
-    }
-    return "ansi";
-}
-
-const char* CryptMethodText(format::CryptMethod method)
-{
-    switch (method) {
-        case format::CryptMethod::Permute:
-            return "permute";
-        case format::CryptMethod::Cyclic:
-            return "cyclic";
-        case format::CryptMethod::None:
-            break;
-    }
-    return "none";
-}
-
 Json PathOrNull(const std::filesystem::path& path)
 {
     return path.empty() ? Json(nullptr) : Json(path.native());

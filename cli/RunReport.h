@@ -7,12 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "cli/RunStatus.h"
 #include "recovery/RunSummary.h"
 #include "store/OutLook.h"
 
 namespace pastille::cli {
-
-enum class RunStatus { Done, Failed, Stopped };
 
 /// What the command line tells of a run after it.
 struct RunReport {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -18,9 +17,6 @@ public:
     void Run();
 
 private:
-    bool CollectNames();
-    bool TakeFolder(const store::NodeRecord& node);
-    void ReportProgress(std::size_t visited);
     void CreateFolders();
     void CreateFolder(const FolderRecord& folder, const std::u16string& path);
     void CreateWithStandIn(const FolderRecord& folder, const std::u16string& path);
@@ -29,7 +25,6 @@ private:
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
-    unsigned m_mapsRead = 0;
 };
 
 }  // namespace pastille::recovery

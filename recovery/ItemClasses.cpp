@@ -81,6 +81,22 @@ constexpr std::u16string_view kMailClasses[] = {
 /// Compared exactly.
 constexpr std::u16string_view kBareNoteClass = u"NOTE";
 
+bool IsMailClass(std::u16string_view messageClass)
+{
+    return messageClass == kBareNoteClass ||
+           std::ranges::any_of(kMailClasses, [&](std::u16string_view known) {
+               return platform::EqualsNoCase(known, messageClass);
+           });
+}
+
+/// REQUIRES: at least 3 characters.
+bool LooksLikeItemClass(std::u16string_view messageClass)
+{
+    constexpr std::u16string_view kThirdLetters = u"MFC";
+    return messageClass[0] == u'I' || messageClass[1] == u'P' ||
+           kThirdLetters.find(messageClass[2]) != std::u16string_view::npos;
+}
+
 template <class Interface>
 CRef<IMessageItem> Typed(const CRef<IObject>& object)
 {
@@ -107,19 +123,17 @@ const ClassRule* FindClassRule(std::u16string_view messageClass)
     return found == std::end(kClassRules) ? nullptr : found;
 }
 
-bool IsMailClass(std::u16string_view messageClass)
+ClassJudgement JudgeClass(std::u16string_view messageClass)
 {
-    return messageClass == kBareNoteClass ||
-           std::ranges::any_of(kMailClasses, [&](std::u16string_view known) {
-               return platform::EqualsNoCase(known, messageClass);
-           });
-}
-
-bool LooksLikeItemClass(std::u16string_view messageClass)
-{
-    constexpr std::u16string_view kThirdLetters = u"MFC";
-    return messageClass[0] == u'I' || messageClass[1] == u'P' ||
-           kThirdLetters.find(messageClass[2]) != std::u16string_view::npos;
+    using enum ClassJudgement::Fate;
+    constexpr std::size_t kShortestClass = 3;
+    if (const ClassRule* rule = FindClassRule(messageClass); rule != nullptr && rule->family)
+        return {Known, *rule->family};
+    if (IsMailClass(messageClass))
+        return {Known};
+    if (messageClass.size() < kShortestClass)
+        return {Nothing};
+    return {LooksLikeItemClass(messageClass) ? NoItem : Unknown};
 }
 
 const FamilyTraits& TraitsOf(ItemFamily family)

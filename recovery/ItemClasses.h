@@ -24,12 +24,18 @@ struct ClassRule {
 /// The rule of a class, compared exactly; nullptr when it has none.
 const ClassRule* FindClassRule(std::u16string_view messageClass);
 
-/// True for the classes of mails and reports.
-bool IsMailClass(std::u16string_view messageClass);
-
-/// True for a text that looks like an item class: one that is in no table belongs to an item that is not
-/// recovered. REQUIRES: at least 3 characters.
-bool LooksLikeItemClass(std::u16string_view messageClass);
+/// What is made of an item, by its message class alone.
+struct ClassJudgement {
+    enum class Fate : std::uint8_t {
+        Known,    ///< in a table: an item of its family
+        Unknown,  ///< in no table: a mail
+        NoItem,   ///< in no table, but looks like the class of an item: it is not recovered
+        Nothing,  ///< too short for a class
+    };
+    Fate fate;
+    ItemFamily family = ItemFamily::Mail;  ///< of the item, when one is made
+};
+ClassJudgement JudgeClass(std::u16string_view messageClass);
 
 /// What the recovery of a family's items needs to know.
 struct FamilyTraits {

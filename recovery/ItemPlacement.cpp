@@ -11,7 +11,8 @@ namespace {
 
 using namespace writer;
 
-constexpr std::u16string_view kPlaceholderClass = u"IPM.Note";
+/// Of mails that have no class of their own.
+constexpr std::u16string_view kMailClass = u"IPM.Note";
 
 double OleDateOf(std::chrono::system_clock::time_point time)
 {
@@ -20,12 +21,6 @@ double OleDateOf(std::chrono::system_clock::time_point time)
     // Nanoseconds since 1601 would not fit.
     const auto sinceEpoch = floor<milliseconds>(time) - sys_days(year{1601} / January / 1);
     return OleDateFromFileTime(static_cast<std::uint64_t>(sinceEpoch.count()) * kTicksPerMillisecond);
-}
-
-/// The kind of default folder that a rule falls back on, 0 for none.
-std::int32_t FolderKind(const ClassRule* rule)
-{
-    return rule != nullptr ? rule->defaultFolderKind : 0;
 }
 
 std::uint64_t TargetKey(std::uint32_t parentNid, const ClassRule* rule)
@@ -39,8 +34,35 @@ std::uint64_t TargetKey(std::uint32_t parentNid, const ClassRule* rule)
 PlacedItem CItemPlacement::Place(const std::u16string& messageClass, std::uint32_t parentNid)
 {
     PlacedItem placed;
-    if (!Route(messageClass, parentNid) || !Create(messageClass, placed))
-        PlaceInFallback(messageClass, placed);
+    const ClassJudgement judgement = JudgeClass(messageClass);
+    const ItemPlace place = PlaceOf(judgement, Route(messageClass, parentNid));
+    if (place == ItemPlace::Nowhere)
+        return placed;
+    if (place == ItemPlace::Fallback) {
+        m_recovery.output.target = FallbackFolder();
+        placed.isInFallback = true;
+    }
+    Create(messageClass, judgement, placed);
+    return placed;
+}
+
+void CItemPlacement::OpenOrphanFolder()
+{
+    bool isNew = false;
+    if (!m_orphans)
+        m_orphans = RootSubfolder(kOrphanedMails, platform::FolderMessage::kOrphanedMails, isNew);
+    m_recovery.output.target = m_orphans;
+    if (isNew)
+        m_recovery.log.Write(u"\r\nRecovering Orphaned Mails \r\n");
+}
+
+PlacedItem CItemPlacement::PlaceOrphan(const std::u16string& messageClass)
+{
+    PlacedItem placed;
+    const ClassJudgement judgement = JudgeClass(messageClass);
+    const bool hasClass = judgement.fate != ClassJudgement::Fate::Nothing;
+    if (IsOrphanMade(judgement))
+        Create(hasClass ? messageClass : std::u16string(kMailClass), judgement, placed);
     return placed;
 }
 
@@ -49,8 +71,9 @@ PlacedItem CItemPlacement::CreateEmbedded(const std::u16string& messageClass)
     PlacedItem placed;
     if (!m_recovery.output.target)
         m_recovery.output.target = FallbackFolder();
-    if (!Create(messageClass, placed) && !placed.classSkipped)
-        CreateMail(messageClass, placed);
+    const ClassJudgement judgement = JudgeClass(messageClass);
+    if (judgement.fate != ClassJudgement::Fate::NoItem)
+        Create(messageClass, judgement, placed);
     return placed;
 }
 
@@ -65,7 +88,7 @@ CRef<IMessageItem> CItemPlacement::CreateEmbeddedPlaceholder()
     if (!m_recovery.output.target)
         m_recovery.output.target = FallbackFolder();
     PlacedItem placed;
-    if (!CreateMail(std::u16string(kPlaceholderClass), placed))
+    if (!CreateMail(std::u16string(kMailClass), placed))
         throw _com_error(E_POINTER, IMessageItem::kInterfaceId);
     placed.item->SetText(property::Subject, kPlaceholderSubject);
     placed.item->SetText(property::AddressLine, kPlaceholderAddress);
@@ -76,20 +99,19 @@ CRef<IMessageItem> CItemPlacement::CreateEmbeddedPlaceholder()
 
 bool CItemPlacement::Route(std::u16string_view messageClass, std::uint32_t parentNid)
 {
-    const auto path = m_recovery.folders.Path(parentNid);
-    if (!path)
+    const auto route = RouteOf(m_recovery.folders, messageClass, parentNid);
+    if (!route)
         return false;
-    const ClassRule* rule = FindClassRule(messageClass);
-    auto& target = m_targets[TargetKey(parentNid, rule)];
+    auto& target = m_targets[TargetKey(parentNid, FindClassRule(messageClass))];
     if (!target)
-        target = FindTarget(parentNid, *path, rule);
+        target = FindTarget(*route);
     if (!target)
         return false;
     m_recovery.output.target = target;
     const FolderRecord* folder = m_recovery.folders.Find(parentNid);
-    if (!path->empty() || FolderKind(rule) == 0) {
+    if (route->defaultFolderKind == 0) {
         m_run.frontEnd.Send(platform::FolderMessage{
-            parentNid, *path, folder != nullptr ? folder->containerClass : std::u16string()});
+            parentNid, route->path, folder != nullptr ? folder->containerClass : std::u16string()});
     } else {
         m_run.frontEnd.Send(
             platform::FolderMessage{parentNid, u"\\" + target->GetName(), target->GetContainerClass()});
@@ -97,14 +119,12 @@ bool CItemPlacement::Route(std::u16string_view messageClass, std::uint32_t paren
     return true;
 }
 
-CRef<IStoreFolder> CItemPlacement::FindTarget(std::uint32_t parentNid, const std::u16string& path,
-                                              const ClassRule* rule) const
+CRef<IStoreFolder> CItemPlacement::FindTarget(const ItemRoute& route) const
 {
-    if (m_recovery.folders.Root() != parentNid)
-        return rule == nullptr ? m_recovery.output.Resolve(path) : FindByRule(path, *rule);
-    // The root has no name to look for in a parent: what has a default folder goes there.
-    return FolderKind(rule) == 0 ? m_recovery.output.Resolve(path)
-                                 : m_recovery.output.session->GetDefaultFolder(FolderKind(rule));
+    if (route.defaultFolderKind != 0)
+        return m_recovery.output.session->GetDefaultFolder(route.defaultFolderKind);
+    return route.rule == nullptr ? m_recovery.output.Resolve(route.path)
+                                 : FindByRule(route.path, *route.rule);
 }
 
 CRef<IStoreFolder> CItemPlacement::FindByRule(const std::u16string& path, const ClassRule& rule) const
@@ -126,29 +146,18 @@ CRef<IStoreFolder> CItemPlacement::FindByRule(const std::u16string& path, const 
     return made ? made : parent;
 }
 
-bool CItemPlacement::Create(const std::u16string& messageClass, PlacedItem& placed) const
+/// What is judged to be no item, too, becomes a mail.
+void CItemPlacement::Create(const std::u16string& messageClass, const ClassJudgement& judgement,
+                            PlacedItem& placed) const
 {
-    const ClassRule* rule = FindClassRule(messageClass);
-    if (rule != nullptr && rule->family) {
-        const auto object = m_recovery.output.target->GetItems()->AddItem(messageClass);
-        placed.item = TraitsOf(*rule->family).typed(object);
-        if (placed.item)
-            placed.family = rule->family;
-        return true;
-    }
-    if (IsMailClass(messageClass)) {
+    if (judgement.family == ItemFamily::Mail) {
         CreateMail(messageClass, placed);
-        return true;
+        return;
     }
-    constexpr std::size_t kShortestClass = 3;
-    if (messageClass.size() < kShortestClass)
-        return false;
-    if (LooksLikeItemClass(messageClass)) {
-        placed.classSkipped = true;
-        return false;
-    }
-    placed.classSkipped = !CreateMail(messageClass, placed);
-    return true;
+    const auto object = m_recovery.output.target->GetItems()->AddItem(messageClass);
+    placed.item = TraitsOf(judgement.family).typed(object);
+    if (placed.item)
+        placed.family = judgement.family;
 }
 
 bool CItemPlacement::CreateMail(const std::u16string& messageClass, PlacedItem& placed) const
@@ -163,30 +172,27 @@ bool CItemPlacement::CreateMail(const std::u16string& messageClass, PlacedItem& 
     return true;
 }
 
-void CItemPlacement::PlaceInFallback(const std::u16string& messageClass, PlacedItem& placed)
-{
-    if (placed.classSkipped)
-        return;
-    m_recovery.output.target = FallbackFolder();
-    if (!Create(messageClass, placed))
-        CreateMail(messageClass, placed);
-    placed.isInFallback = true;
-}
-
 CRef<IStoreFolder> CItemPlacement::FallbackFolder()
 {
-    if (m_fallback)
-        return m_fallback;
-    const auto folders = m_recovery.output.store->GetRootFolder()->GetFolders();
-    const Variant index = std::u16string(kLostAndFound);
-    m_fallback = folders->GetFolder(index);
-    if (m_fallback)
-        return m_fallback;
-    folders->AddFolder(kLostAndFound, Missing{});
-    m_fallback = folders->GetFolder(index);
-    m_run.frontEnd.Send(platform::FolderMessage{
-        platform::FolderMessage::kLostAndFound, std::u16string(u"\\").append(kLostAndFound), {}});
+    bool isNew = false;
+    if (!m_fallback)
+        m_fallback = RootSubfolder(kLostAndFound, platform::FolderMessage::kLostAndFound, isNew);
     return m_fallback;
+}
+
+/// The folder of that name directly under the root; made and announced with `id` when it is not there.
+CRef<IStoreFolder> CItemPlacement::RootSubfolder(std::u16string_view name, std::uint32_t id,
+                                                 bool& isNew) const
+{
+    const auto folders = m_recovery.output.store->GetRootFolder()->GetFolders();
+    const Variant index = std::u16string(name);
+    if (const auto folder = folders->GetFolder(index))
+        return folder;
+    folders->AddFolder(name, Missing{});
+    isNew = true;
+    auto made = folders->GetFolder(index);
+    m_run.frontEnd.Send(platform::FolderMessage{id, std::u16string(u"\\").append(name), {}});
+    return made;
 }
 
 }  // namespace pastille::recovery

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "recovery/ItemClasses.h"
+#include "recovery/ItemRoute.h"
 #include "recovery/RecoveryRun.h"
 #include "store/OutLook.h"
 #include "writer/Component.h"
@@ -18,7 +19,6 @@ namespace pastille::recovery {
 struct PlacedItem {
     std::optional<ItemFamily> family;  ///< decides which writer gets the properties; none: no writer
     writer::CRef<writer::IMessageItem> item;
-    bool classSkipped = false;  ///< the message class belongs to an item that is not recovered
     bool isInFallback = false;  ///< no folder took the item
 
     bool IsMail() const { return family == ItemFamily::Mail && item; }
@@ -32,6 +32,10 @@ public:
 
     /// Routes an item of the node list and creates it; in the fallback folder when it has no other.
     PlacedItem Place(const std::u16string& messageClass, std::uint32_t parentNid);
+    /// Makes the folder of orphans the current target, creating it when it is not there.
+    void OpenOrphanFolder();
+    /// Creates an orphan in the current target folder, whatever its family.
+    PlacedItem PlaceOrphan(const std::u16string& messageClass);
     /// Creates an item that is to be embedded in another one: in the current target folder, by the same
     /// classes, but a class too short for an item gives a mail at once.
     PlacedItem CreateEmbedded(const std::u16string& messageClass);
@@ -43,19 +47,21 @@ public:
 
 private:
     bool Route(std::u16string_view messageClass, std::uint32_t parentNid);
-    writer::CRef<writer::IStoreFolder> FindTarget(std::uint32_t parentNid, const std::u16string& path,
-                                                  const ClassRule* rule) const;
+    writer::CRef<writer::IStoreFolder> FindTarget(const ItemRoute& route) const;
     writer::CRef<writer::IStoreFolder> FindByRule(const std::u16string& path, const ClassRule& rule) const;
-    bool Create(const std::u16string& messageClass, PlacedItem& placed) const;
+    void Create(const std::u16string& messageClass, const ClassJudgement& judgement,
+                PlacedItem& placed) const;
     bool CreateMail(const std::u16string& messageClass, PlacedItem& placed) const;
-    void PlaceInFallback(const std::u16string& messageClass, PlacedItem& placed);
     writer::CRef<writer::IStoreFolder> FallbackFolder();
+    writer::CRef<writer::IStoreFolder> RootSubfolder(std::u16string_view name, std::uint32_t id,
+                                                     bool& isNew) const;
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
     /// Targets found before, by parent NID (upper half) and default-folder kind of the class (-1: by folder).
     std::unordered_map<std::uint64_t, writer::CRef<writer::IStoreFolder>> m_targets;
     writer::CRef<writer::IStoreFolder> m_fallback;
+    writer::CRef<writer::IStoreFolder> m_orphans;
 };
 
 }  // namespace pastille::recovery

@@ -7,19 +7,34 @@ namespace pastille::recovery {
 
 using namespace writer;
 
-void CItemReader::Read(std::uint32_t bidData, std::uint32_t bidSub, std::optional<std::uint32_t> parentNid)
+void CItemReader::ReadFrom(Origin origin, std::uint32_t bidData, std::uint32_t bidSub,
+                           std::uint32_t parentNid)
 try {
+    m_origin = origin;
     m_parentNid = parentNid;
     m_placed = PlacedItem();
     m_bodies = BodyLocator();
     m_subjectSeen = false;
-    m_mailWriter.BeginMessage(parentNid.has_value());
+    m_mailWriter.BeginMessage(origin != Origin::Embedded);
     if (m_source.Open(bidData, bidSub))
         WalkProperties();
 } catch (const _com_error& error) {
     if (error.IsStorageFailure())
         throw;
     // The rest of the item is lost; what its mail holds by now is still saved.
+}
+
+PlacedItem CItemReader::Place(const std::u16string& messageClass)
+{
+    switch (m_origin) {
+        case Origin::Orphan:
+            return m_placement.PlaceOrphan(messageClass);
+        case Origin::Embedded:
+            return m_placement.CreateEmbedded(messageClass);
+        case Origin::Node:
+            break;
+    }
+    return m_placement.Place(messageClass, m_parentNid);
 }
 
 void CItemReader::WalkProperties()
@@ -31,8 +46,7 @@ void CItemReader::WalkProperties()
                 m_bodies = BodyLocator();
                 return;
             }
-            m_placed = m_parentNid ? m_placement.Place(*messageClass, *m_parentNid)
-                                   : m_placement.CreateEmbedded(*messageClass);
+            m_placed = Place(*messageClass);
         }
         m_mailWriter.Record({record.id, record.type, record.value});
         try {
@@ -84,7 +98,7 @@ void CItemReader::Finish()
     IMessageItem& item = *m_placed.item;
     if (traits.subjectStandIn != nullptr && item.GetText(property::Subject).empty())
         item.SetText(property::Subject, item.GetText(*traits.subjectStandIn));
-    if (m_parentNid) {  // an embedded item is saved when it has its place
+    if (m_origin != Origin::Embedded) {  // an embedded item is saved when it has its place
         item.Save();
         ++m_recovery.figures.items[static_cast<std::size_t>(*m_placed.family)];
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <string>
 
 #include "recovery/ItemPlacement.h"
 #include "recovery/MailBody.h"
@@ -29,11 +29,19 @@ public:
     /// raises _com_error only when the file below the store cannot be written.
     void Read(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid)
     {
-        Read(bidData, bidSub, std::optional(parentNid));
+        ReadFrom(Origin::Node, bidData, bidSub, parentNid);
+    }
+    /// The same for an orphan: it goes to the current target folder.
+    void ReadOrphan(std::uint32_t bidData, std::uint32_t bidSub)
+    {
+        ReadFrom(Origin::Orphan, bidData, bidSub, 0);
     }
     /// The same for an item that is to be embedded in another one: it is not routed, shows no row, and is not
     /// saved here.
-    void ReadEmbedded(std::uint32_t bidData, std::uint32_t bidSub) { Read(bidData, bidSub, std::nullopt); }
+    void ReadEmbedded(std::uint32_t bidData, std::uint32_t bidSub)
+    {
+        ReadFrom(Origin::Embedded, bidData, bidSub, 0);
+    }
 
     /// Of the item read last.
     const PlacedItem& Placed() const { return m_placed; }
@@ -41,7 +49,10 @@ public:
     CSourceItem& Source() { return m_source; }
 
 private:
-    void Read(std::uint32_t bidData, std::uint32_t bidSub, std::optional<std::uint32_t> parentNid);
+    enum class Origin { Node, Orphan, Embedded };
+
+    void ReadFrom(Origin origin, std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid);
+    PlacedItem Place(const std::u16string& messageClass);
     void WalkProperties();
     void WriteProperty(const store::PropertyRecord& record);
     void WriteMailProperty(const store::PropertyRecord& record);
@@ -53,7 +64,8 @@ private:
     CItemPlacement& m_placement;
     writer::CMailWriter m_mailWriter;
     CSourceItem m_source;
-    std::optional<std::uint32_t> m_parentNid;  ///< none: the item is embedded
+    Origin m_origin = Origin::Node;
+    std::uint32_t m_parentNid = 0;  ///< of a node
     PlacedItem m_placed;
     BodyLocator m_bodies;
     bool m_subjectSeen = false;

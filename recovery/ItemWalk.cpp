@@ -39,7 +39,7 @@ void CItemWalk::Run()
     constexpr std::uint64_t kMostRepeats = 16, kAlwaysAllowed = 1'000'000;
     m_work.AllowRun(kMostRepeats * source.file.Size(), kMostRepeats * source.blocks.Count() + kAlwaysAllowed);
     m_run.BeginPhase(8);
-    if (!WalkNodes())
+    if (!WalkNodes() || (m_run.settings.smartScan && !WalkOrphans()))
         return;
     m_run.ReportPercent(kWholePercent, kProgressStep);
     AnnounceFolders();
@@ -48,7 +48,6 @@ void CItemWalk::Run()
 bool CItemWalk::WalkNodes()
 {
     store::CNodeList& nodes = m_run.source.nodes;
-    std::uint64_t done = 0;
     for (std::size_t i = 0; i < nodes.Size(); ++i) {
         if (m_run.state.MustStop())
             return false;
@@ -57,7 +56,26 @@ bool CItemWalk::WalkNodes()
             continue;
         if (ProcessNode(node.bidData, node.bidSub, node.nidParent))
             nodes.Remove(i);
-        ReportProgress(++done);
+        ReportProgress();
+    }
+    return !m_run.state.MustStop();
+}
+
+/// The folder of orphans is there after every Smart Scan, without an orphan too.
+bool CItemWalk::WalkOrphans()
+{
+    m_orphanMode = true;
+    Guarded([&] { m_placement.OpenOrphanFolder(); });
+    const std::uint64_t before = m_recovery.figures.Items();
+    for (const store::OrphanRecord& orphan : m_run.source.orphans) {
+        if (m_run.state.MustStop())
+            return false;
+        Guarded([&] {
+            m_placement.OpenOrphanFolder();
+            ProcessNode(orphan.bidData, orphan.bidSub, 0);
+        });
+        m_recovery.figures.orphanItems = m_recovery.figures.Items() - before;
+        ReportProgress();
     }
     return !m_run.state.MustStop();
 }
@@ -105,6 +123,8 @@ void CItemWalk::ReadItem(std::size_t index, std::uint32_t parentNid)
     try {
         if (item.IsEmbedded())
             m_reader.ReadEmbedded(item.bidData, item.bidSub);
+        else if (m_orphanMode)
+            m_reader.ReadOrphan(item.bidData, item.bidSub);
         else
             m_reader.Read(item.bidData, item.bidSub, parentNid);
     } catch (...) {
@@ -140,13 +160,14 @@ void CItemWalk::SaveMail(const CRef<IMessageItem>& mail)
     m_recovery.log.Write(u"\r\nStatus: Recovered\r\n");
 }
 
-void CItemWalk::ReportProgress(std::uint64_t done)
+void CItemWalk::ReportProgress()
 {
+    ++m_done;
     if (m_run.source.nodeCount < kFewNodes) {
-        m_run.ReportPercent(static_cast<unsigned>(done), kProgressStep);
+        m_run.ReportPercent(static_cast<unsigned>(m_done), kProgressStep);
         return;
     }
-    const unsigned percent = store::Percentage(done, m_divisor);
+    const unsigned percent = store::Percentage(m_done, m_divisor);
     if (percent <= kWholePercent)
         m_run.ReportPercent(percent, kProgressStep);
 }

@@ -11,7 +11,7 @@
 
 namespace pastille::recovery {
 
-/// Phase 8: tries every node that is left as an item.
+/// Phase 8: tries every node that is left as an item, and in a Smart Scan the blocks that no node refers to.
 class CItemWalk {
 public:
     CItemWalk(store::RunContext& run, RecoveryRun& recovery)
@@ -28,12 +28,13 @@ public:
 
 private:
     bool WalkNodes();
+    bool WalkOrphans();
     bool ProcessNode(std::uint32_t bidData, std::uint32_t bidSub, std::uint32_t parentNid);
     bool ProcessWorkItem(std::size_t index, std::uint32_t parentNid);
     void ReadItem(std::size_t index, std::uint32_t parentNid);
     void FinishItems();
     void SaveMail(const writer::CRef<writer::IMessageItem>& mail);
-    void ReportProgress(std::uint64_t done);
+    void ReportProgress();
     void AnnounceFolders();
 
     store::RunContext& m_run;
@@ -43,6 +44,8 @@ private:
     CAttachmentReader m_attachments;
     CWorkList m_work;
     std::uint64_t m_divisor = 0;
+    std::uint64_t m_done = 0;  ///< nodes and orphans
+    bool m_orphanMode = false;
 };
 
 }  // namespace pastille::recovery

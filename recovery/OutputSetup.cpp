@@ -1,7 +1,7 @@
 #include "recovery/OutputSetup.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <iterator>
 
 #include "platform/Text.h"
 #include "recovery/Texts.h"
@@ -44,6 +44,12 @@ OutputNames CandidateNames(const std::filesystem::path& destinationFolder, const
     names.log = names.folder / kLogFileName;
     names.profile = platform::FromUtf8(std::string(kProfileBaseName) + suffix);
     return names;
+}
+
+std::u16string_view DefaultFolderName(std::int32_t kind)
+{
+    const auto* found = std::ranges::find(kSpecialFolders, kind, &SpecialFolder::kind);
+    return found == std::end(kSpecialFolders) ? std::u16string_view() : found->name;
 }
 
 void COutputSetup::Run()

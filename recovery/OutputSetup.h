@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "recovery/RecoveryRun.h"
 #include "recovery/RunLog.h"
@@ -25,6 +27,10 @@ std::string StoreNameOf(const std::filesystem::path& sourcePath);
 /// The names of one candidate: `suffix` is "" or a decimal number.
 OutputNames CandidateNames(const std::filesystem::path& destinationFolder, const std::string& storeName,
                            const std::string& suffix);
+
+/// Name of the special folder of a new store that is its default one of that kind (writer::folderkind); ""
+/// for kinds that have none.
+std::u16string_view DefaultFolderName(std::int32_t kind);
 
 /// What the set-up needs of the host.
 struct SetupHost {

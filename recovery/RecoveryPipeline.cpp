@@ -1,6 +1,5 @@
 #include "recovery/RecoveryPipeline.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "recovery/FolderPhase.h"
@@ -63,8 +62,7 @@ void CRecoveryPipeline::CloseOutput(store::RunContext& run)
     }
     m_recovery.output.Release();
     // A file that could not be completed, or a failed run's empty one, must not pass for a result.
-    const auto& items = m_recovery.figures.items;
-    const bool isEmpty = std::ranges::all_of(items, [](auto count) { return count == 0; });
+    const bool isEmpty = m_recovery.figures.Items() == 0;
     if ((m_storeFailed || (run.state.failed && isEmpty)) && m_recovery.ownsOutputFile)
         run.fileSystem.Remove(run.state.outputPath);
     m_recovery.ownsOutputFile = false;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <numeric>
 #include <string>
 #include <string_view>
 
@@ -17,9 +18,11 @@ struct RecoveryFigures {
     std::uint64_t folders = 0;                         ///< of the source, that exist in the new store
     std::uint64_t foldersCreated = 0;                  ///< of these, the ones that the run had to make
     std::array<std::uint64_t, kItemFamilies> items{};  ///< saved, by ItemFamily; without embedded messages
+    std::uint64_t orphanItems = 0;                     ///< of these, the ones that no node referred to
     std::uint64_t attachments = 0;                     ///< files attached, pictures of contacts included
     std::uint64_t embeddedMessages = 0;                ///< items attached to other items
 
+    std::uint64_t Items() const { return std::accumulate(items.begin(), items.end(), std::uint64_t{0}); }
     std::uint64_t ItemsOf(ItemFamily family) const { return items[static_cast<std::size_t>(family)]; }
 };
 

@@ -7,6 +7,7 @@ namespace pastille::recovery {
 // Names that recovery gives to what it makes, and the messages that it shows.
 
 inline constexpr std::u16string_view kLostAndFound = u"Lost & Found";
+inline constexpr std::u16string_view kOrphanedMails = u"Orphaned Mails";
 inline constexpr std::u16string_view kPlaceholderSubject = u"UnKnown";
 /// Of the placeholder mail; a domain that never exists.
 inline constexpr std::u16string_view kPlaceholderAddress = u"unknown@recovered.invalid";

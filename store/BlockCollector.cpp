@@ -86,17 +86,18 @@ public:
         std::vector<TrailerBlock> trailers;
         for (std::uint64_t offset = window.start; offset < end; offset += m_layout.pageSize) {
             const format::CByteView page = window.At(offset, m_layout.pageSize);
-            const auto trailer = format::ParsePageTrailer(m_layout, page, offset);
-            if (trailer && trailer->faults == format::kPageSound)
-                found.pages.Add(offset, m_layout.pageSize);
             if (page.ReadOrZero<std::uint16_t>(m_layout.typeOffset) == format::pageword::kBbt &&
-                AcceptPage(page, m_layout, offset, found.findings)) {
+                AcceptPage(page, m_layout, offset, found.findings))
                 AddEntries(page, m_layout, m_fileSize, found);
-            } else {
-                trailers.clear();
-                search.SearchPage(offset, trailers);
-                AddTrailers(trailers, found);
+            const auto trailer = format::ParsePageTrailer(m_layout, page, offset);
+            if (trailer && trailer->faults == format::kPageSound) {
+                found.pages.Add(offset, m_layout.pageSize);
+                continue;
             }
+            // The trailer may be all that blocks have left of an old page.
+            trailers.clear();
+            search.SearchPage(offset, trailers);
+            AddTrailers(trailers, found);
         }
         return found;
     }

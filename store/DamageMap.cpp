@@ -148,19 +148,20 @@ private:
             if (isSound)
                 findings.sound.push_back({offset, pageSize});
             if (offset >= m_maps.first && (offset - m_maps.first) % m_maps.sectionBytes == 0)
-                TakeMap(offset, page, isSound && trailer->trailer.type == format::PageType::AllocationMap,
-                        findings);
+                TakeMap(offset, page, trailer, findings);
             else if (trailer && !isSound && IsTreePage(trailer->trailer.type, page))
                 findings.failedPages.push_back({offset, pageSize});
         }
     }
 
-    void TakeMap(std::uint64_t offset, format::CByteView page, bool isSound, WindowFindings& findings) const
+    void TakeMap(std::uint64_t offset, format::CByteView page,
+                 const std::optional<format::CheckedPageTrailer>& trailer, WindowFindings& findings) const
     {
-        if (isSound) {
+        const bool isMap = trailer && trailer->trailer.type == format::PageType::AllocationMap;
+        if (isMap && trailer->faults == format::kPageSound) {
             const auto bitmap = page.Bytes().subspan(m_maps.bitmapOffset, m_maps.bitmapBytes);
             findings.maps.push_back({offset, {bitmap.begin(), bitmap.end()}});
-        } else if (m_maps.isCertain) {
+        } else if (isMap || m_maps.isCertain) {
             findings.failedPages.push_back({offset, static_cast<std::uint32_t>(m_layout.pageSize)});
         }
     }

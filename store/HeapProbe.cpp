@@ -28,12 +28,19 @@ bool BeginsHeap(FileKind kind, const Header& header)
     return AcceptsSignature(kind, format::CByteView(header).ReadOrZero<std::uint16_t>(2));
 }
 
+/// True for the first two bytes of a zlib stream. [RFC 1950]
+bool BeginsStream(std::span<const std::byte> packed)
+{
+    constexpr std::byte kDeflate{0x78};
+    return packed.size() >= 2 && packed[0] == kDeflate &&
+           (std::to_integer<unsigned>(packed[0]) * 256 + std::to_integer<unsigned>(packed[1])) % 31 == 0;
+}
+
 /// The first bytes that a zlib stream holds; zeros when it is none.
 Header InflateFirst(std::span<const std::byte> packed)
 {
     Header header{};
-    constexpr std::byte kDeflate{0x78};
-    if (packed.empty() || packed[0] != kDeflate)
+    if (!BeginsStream(packed))
         return header;
     std::array<std::byte, kProbeBytes> input;
     const std::size_t size = std::min(packed.size(), input.size());
@@ -59,6 +66,11 @@ bool BeginsHeapEncoded(FileKind kind, CryptMethod method, std::uint32_t bid, Hea
 /// The block was packed first and encoded then.
 bool BeginsPackedHeap(FileKind kind, CryptMethod method, std::uint32_t bid, std::span<const std::byte> head)
 {
+    // Decoding is slow, and most blocks show with their first bytes that they are no stream.
+    Header start = FirstBytes(head);
+    format::DecodeBlock(method, bid, start);
+    if (!BeginsStream(start))
+        return false;
     std::array<std::byte, kProbeBytes> decoded;
     const auto bytes = std::span(decoded).first(std::min(head.size(), decoded.size()));
     std::copy_n(head.begin(), bytes.size(), bytes.begin());

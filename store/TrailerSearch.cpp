@@ -66,7 +66,8 @@ void CTrailerSearch::SearchPage(std::uint64_t offset, std::vector<TrailerBlock>&
             continue;
         // In most slots this first field of a trailer says no already.
         const std::uint64_t part = m_trailerOffset < 8 ? low >> (8 * m_trailerOffset) : high;
-        if (const auto cb = static_cast<std::uint16_t>(part); cb != 0 && cb <= m_largest)
+        if (const auto cb = static_cast<std::uint16_t>(part);
+            cb != 0 && cb <= m_largest && IsPossibleEnd(m_noted))
             SearchSlot(m_noted, found);
         NoteData(m_noted, low, high);
     }
@@ -133,6 +134,15 @@ void CTrailerSearch::TryUnsigned(const Trailer& trailer, std::uint64_t start,
     const bool maySign = (trailer.signature & 0xFF) != 0 && (trailer.signature >> 8) != 0;
     if (const bool isSound = IsSound(trailer, start); isSound || maySign)
         Add(trailer, start, isSound ? TrailerBlock::kSound : 0, found);
+}
+
+/// In 4 KB files nearly any slot of packed data could be a trailer, so where they can end is asked as well:
+/// blocks lie at multiples of 512, and those that have moved did not move by less than 64.
+bool CTrailerSearch::IsPossibleEnd(std::uint64_t slot) const
+{
+    constexpr std::uint64_t kUnit = 64;
+    return m_layout.variant != format::Variant::Unicode4k ||
+           (slot + m_trailerOffset + m_layout.blockTrailerSize) % kUnit == 0;
 }
 
 bool CTrailerSearch::IsPossibleStart(std::uint64_t start) const

@@ -75,6 +75,7 @@ private:
     void TryDistances(const Trailer& trailer, std::uint64_t exact, std::vector<TrailerBlock>& found);
     void TryUnsigned(const Trailer& trailer, std::uint64_t start, std::vector<TrailerBlock>& found);
     std::uint64_t ExactStart(const Trailer& trailer) const;
+    bool IsPossibleEnd(std::uint64_t slot) const;
     bool IsPossibleStart(std::uint64_t start) const;
     bool IsSigned(const Trailer& trailer, std::uint64_t start) const;
     bool IsSound(const Trailer& trailer, std::uint64_t start);

@@ -60,9 +60,14 @@ inline void ReadWindow(CSourceFile& source, std::uint64_t start, std::vector<std
     window.start = start;
     window.viewStart = start - std::min<std::uint64_t>(start, ScanWindow::kHistory);
     const auto history = static_cast<std::size_t>(start - window.viewStart);
-    bytes.resize(history + ScanWindow::kLength + ScanWindow::kLookAhead);
+    // Of a small file no more than there is, but whole pages and chunks.
+    constexpr std::uint64_t kUnit = 0x10000;
+    const std::uint64_t left = source.Size() > start ? source.Size() - start : 0;
+    const auto length = static_cast<std::size_t>(
+        std::min<std::uint64_t>(ScanWindow::kLength, (left + kUnit - 1) / kUnit * kUnit));
+    bytes.resize(history + length + ScanWindow::kLookAhead);
     const std::size_t got = source.Read(window.viewStart, bytes);
-    window.transferred = got > history ? std::min(got - history, ScanWindow::kLength) : 0;
+    window.transferred = got > history ? std::min(got - history, length) : 0;
     window.view = format::CByteView(bytes);
 }
 

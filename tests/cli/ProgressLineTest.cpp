@@ -20,7 +20,10 @@ struct CProgressFixture {
     std::chrono::steady_clock::time_point now{};
     CProgressLine line;
 
-    explicit CProgressFixture(CProgressLine::Mode mode) : line(stream, mode, [this] { return now; }) {}
+    explicit CProgressFixture(CProgressLine::Mode mode)
+        : line(stream, mode, cli::kRepairCaptions, [this] { return now; })
+    {
+    }
     std::string Shown() const { return stream.str(); }
     std::ptrdiff_t Drawings() const { return std::ranges::count(stream.view(), '\r'); }
 };

@@ -27,11 +27,11 @@ std::filesystem::path MakeLongStore(const CScratchFolder& scratch)
     return path;
 }
 
-/// Sends signals, one right after the other, when the scan has begun.
-auto SendDuringScan(std::vector<int> signals)
+/// Sends signals, one right after the other, when the scan has begun: that phase of the command.
+auto SendDuringScan(std::vector<int> signals, const char* phase = "Phase 4 of 8")
 {
-    return [signals = std::move(signals), sent = false](pid_t pid, const std::string& err) mutable {
-        if (sent || err.find("Phase 4 of 8") == std::string::npos)
+    return [signals = std::move(signals), phase, sent = false](pid_t pid, const std::string& err) mutable {
+        if (sent || err.find(phase) == std::string::npos)
             return;
         sent = true;
         for (const int signal : signals)
@@ -58,6 +58,21 @@ TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
     EXPECT_EQ(report.at("messages"), nlohmann::json::array({kAborted + output}));
     EXPECT_TRUE(std::filesystem::exists(output));
     EXPECT_FALSE(std::filesystem::exists(to / "long Recovered/FirstTableItem.dat"));
+}
+
+TEST_P(Signals, TheFirstStopsAScanToo)
+{
+    const CScratchFolder scratch;
+    const auto source = MakeLongStore(scratch);
+    const auto before = Listing(scratch.Path());
+    const CommandResult result = RunProgram({"scan", source.string(), "--json"}, scratch.Path() / "home",
+                                            SendDuringScan({GetParam()}, "Phase 3 of 7"));
+    EXPECT_EQ(result.status, 3) << result.err;
+    EXPECT_NE(result.err.find("The scan was stopped.\n"), std::string::npos) << result.err;
+    const auto report = nlohmann::json::parse(result.out);
+    EXPECT_EQ(report.at("status"), "stopped");
+    EXPECT_TRUE(report.at("items").is_null());
+    EXPECT_EQ(Listing(scratch.Path()), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Either, Signals, testing::Values(SIGINT, SIGTERM));

@@ -26,6 +26,10 @@ TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
         {"repair", source, "--to", to, "--code-page", "windows-9999"},
         {"repair", source, "--to", to, "--code-page", ""},
         {"repair", source, "--to", to, "--harder"},
+        {"scan"},
+        {"scan", ""},
+        {"scan", source, "--to", to},
+        {"scan", source, "--code-page", "windows-9999"},
     };
     const auto before = Listing(scratch.Path());
     for (const auto& arguments : wrong) {
@@ -48,15 +52,24 @@ TEST(Usage, ComplaintsDoNotCarryControlCharactersToTheTerminal)
 TEST(Usage, WithJsonAlsoAWrongCommandLineGivesOneObject)
 {
     const CScratchFolder scratch;
-    const CommandResult result = RunHere({"repair", "mail.pst", "--json"}, scratch.Path());
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(nlohmann::json::parse(result.out).at("status"), "failed");
+    struct Case {
+        std::vector<std::string> arguments;
+        const char* key;  ///< that this command's reports have
+    };
+    for (const auto& [arguments, key] :
+         {Case{{"repair", "mail.pst", "--json"}, "output"}, Case{{"scan", "--json"}, "damage"}}) {
+        const CommandResult result = RunHere(arguments, scratch.Path());
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(nlohmann::json::parse(result.out).at("status"), "failed");
+        EXPECT_TRUE(nlohmann::json::parse(result.out).at(key).is_null());
+    }
 }
 
 TEST(Usage, HelpAndVersionAreAnswersNotErrors)
 {
     const CScratchFolder scratch;
-    const std::vector<std::vector<std::string>> questions = {{"--help"}, {"--version"}, {"repair", "--help"}};
+    const std::vector<std::vector<std::string>> questions = {
+        {"--help"}, {"--version"}, {"repair", "--help"}, {"scan", "--help"}};
     for (const auto& arguments : questions) {
         const CommandResult result = RunHere(arguments, scratch.Path());
         EXPECT_EQ(result.status, 0);

@@ -202,7 +202,7 @@ TEST(SubnodeBody, InFilesThatPackTheirBlocksEitherOrderOfPackingAndEncodingIsRea
 
 TEST(SubnodeBody, DamagedTreesGiveWhatIsLeftAndEnd)
 {
-    constexpr std::uint64_t kFirst = 0x8000, kSecond = 0x8004, kTree = 0x8006;
+    static constexpr std::uint64_t kFirst = 0x8000, kSecond = 0x8004, kTree = 0x8006;
     StoreProperty plain = Text(pid::kBody, u"");
     plain.hnid = 0x9F3F;
     StoreMessage mail = BareMail({plain});

@@ -44,6 +44,33 @@ recovery::Clock FixedClock()
     return [] { return std::chrono::system_clock::from_time_t(1'795'381'509); };
 }
 
+namespace {
+
+/// Hands everything on, but changes the source before the items are recovered.
+class CMeddlingRecovery final : public store::IRecovery {
+public:
+    CMeddlingRecovery(store::IRecovery& next, const std::function<void(store::CSourceStore&)>& meddle)
+        : m_next(next), m_meddle(meddle)
+    {
+    }
+    void SetUpOutput(store::RunContext& run) override { m_next.SetUpOutput(run); }
+    void WriteLog(std::u16string_view entry) override { m_next.WriteLog(entry); }
+    void CollectFolders(store::RunContext& run) override { m_next.CollectFolders(run); }
+    void RecoverItems(store::RunContext& run) override
+    {
+        if (m_meddle)
+            m_meddle(run.source);
+        m_next.RecoverItems(run);
+    }
+    void CloseOutput(store::RunContext& run) override { m_next.CloseOutput(run); }
+
+private:
+    store::IRecovery& m_next;
+    const std::function<void(store::CSourceStore&)>& m_meddle;
+};
+
+}  // namespace
+
 StoreFormat FormatOf(format::Variant variant, bool ost)
 {
     StoreFormat format;
@@ -90,7 +117,8 @@ void CRecoveryScenario::Run()
     CSourceInMemory memory(m_store.Content());
     CFaultyFileSystem fileSystem(faults, memory);
     pipeline = std::make_unique<recovery::CRecoveryPipeline>(component, options);
-    store::COutLook engine(fileSystem, frontEnd, *pipeline);
+    CMeddlingRecovery recovery(*pipeline, beforeItems);
+    store::COutLook engine(fileSystem, frontEnd, recovery);
     engine.Run(settings, state);
     figures = engine.Figures();
 }

@@ -103,6 +103,7 @@ public:
     /// The log without its byte-order mark.
     std::u16string Log() const;
     std::size_t CountInLog(std::u16string_view text) const;
+    const CBuiltStore& Source() const { return m_store; }
     /// The only item saved in a folder; a fresh empty one when there is not exactly one.
     const FakeItem& OnlyItem(std::u16string_view folderPath);
 
@@ -113,6 +114,7 @@ public:
     platform::RunState state;
     recovery::RecoveryOptions options;
     FileFaults faults;
+    std::function<void(store::CSourceStore&)> beforeItems;  ///< may change what phase 8 finds
     std::unique_ptr<recovery::CRecoveryPipeline> pipeline;
     store::RunFigures figures;
 

@@ -11,18 +11,20 @@ namespace {
 
 constexpr std::uint64_t kStretch = store::DamageMap::kStretchBytes;
 
-/// Attachments on 4 MiB of blocks, a few mails, and what is left over of an older file: a page that names two
+/// Attachments on 2 MiB of blocks, a few mails, and what is left over of an older file: a page that names two
 /// blocks where now others lie, and one in free space.
 CBuiltStore LongStore(format::Variant variant)
 {
     StoreDescription description;
     description.format.variant = variant;
+    description.format.blocksPerPage = 10;
+    description.format.reservedPageSlots = 400;  // so that the trees survive the loss of the file's end
     if (variant == format::Variant::Unicode4k) {
         description.format.crypt = format::CryptMethod::None;
         description.format.packing = Packing::None;
     }
     description.folders = {{.name = u"Inbox"}};
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 2; ++i) {
         StoreMessage mail = Mail(u"subject", u"sender", u"body", 0);
         mail.label = "mail" + std::to_string(i);
         mail.attachments = {{.fileName = u"a.bin", .data = Bytes(kStretch, std::byte{7}), .inSubnode = true}};
@@ -71,7 +73,7 @@ TEST_P(DamageMap, ASoundFileIsGoodWhateverItsOldPagesName)
     const CBuiltStore store = LongStore(GetParam());
     CLoadedStore loaded(store);
     const std::string map = MapOf(loaded.source);
-    EXPECT_GE(map.size(), 4u);
+    EXPECT_GE(map.size(), 3u);
     EXPECT_EQ(map, Marked(store.Content().size(), 0, 0, 'x'));
 }
 
@@ -124,9 +126,11 @@ TEST_P(DamageMap, DamageShowsWhereItIs)
              return std::pair(first.offset, end);
          }},
     };
+    CBuiltStore store = LongStore(GetParam());
+    const Bytes sound = store.Content();
     for (const Case& row : cases) {
         SCOPED_TRACE(row.name);
-        CBuiltStore store = LongStore(GetParam());
+        store.Damage().Write(0, sound);
         const auto [start, end] = row.damage(store);
         CLoadedStore loaded(store);
         EXPECT_EQ(MapOf(loaded.source), Marked(store.Content().size(), start, end, 'x'));
@@ -140,9 +144,7 @@ TEST_P(DamageMap, ATruncatedFileIsDamagedAtItsEnd)
     Bytes bytes = store.Content();
     bytes.resize(cut.offset + 1000);
     CLoadedStore loaded(bytes);
-    if (loaded.source.blocks.Find(static_cast<std::uint32_t>(cut.bid))) {
-        EXPECT_EQ(MapOf(loaded.source).back(), 'x');
-    }
+    EXPECT_EQ(MapOf(loaded.source), Marked(bytes.size(), cut.offset, bytes.size(), 'x'));
 }
 
 TEST_P(DamageMap, WhatCannotBeReadIsKnownExactly)

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <filesystem>
+#include <ostream>
+#include <string>
+
+#include "cli/Command.h"
+#include "cli/ProgressLine.h"
+#include "cli/RunStatus.h"
+#include "platform/RunState.h"
+
+namespace pastille::cli {
+
+class CRunDisplay;
+
+/// The arguments that all commands with a run share.
+struct RunOptions {
+    std::string source;
+    std::string codePage = "windows-1252";
+    bool smartScan = false;
+    bool json = false;
+    bool quiet = false;
+
+    void Declare(CLI::App& command);
+    /// Without a destination.
+    platform::RunSettings Settings() const;
+    CProgressLine::Mode ProgressMode(const CommandContext& context) const;
+
+    /// Prints a report in the form asked for, and tells when it could not be printed.
+    template <class Report>
+    void WriteReport(CommandContext& context, const Report& report) const
+    {
+        if (json)
+            WriteJson(context.out, report);
+        else
+            WriteText(context.out, report);
+        if (!context.out)
+            context.err << "Error: The result could not be written to the standard output." << std::endl;
+    }
+};
+
+/// Complaints about an argument, "" when there is nothing to complain about.
+std::string RefuseEmpty(const std::string& text);
+
+/// The log and the messages name whole paths. ".." stays: after a symbolic link it is not the folder before.
+std::filesystem::path WholePath(const std::filesystem::path& path);
+
+/// How a run has ended, as far as it told.
+RunStatus StatusAfter(const CRunDisplay& display, const platform::RunState& state);
+ExitStatus StatusCode(RunStatus status);
+
+}  // namespace pastille::cli
