@@ -30,39 +30,27 @@ StoreMessage PlainMail(const std::u16string& subject)
     return Mail(subject, u"Ada Brook", u"Text", FileTime(2020, 1, 1));
 }
 
-/// A message in another as mail clients attach it: under its subject, without a file name.
 StoreAttachment Embed(StoreMessage message, const std::u16string& name)
 {
-    StoreAttachment attachment{.method = 5, .embedded = std::make_shared<StoreMessage>(std::move(message))};
-    attachment.properties = {Text(pid::kDisplayName, name)};
-    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
-    return attachment;
+    return tests::Embed(std::make_shared<StoreMessage>(std::move(message)), name);
 }
 
 /// The message of that subject among the attached ones; nullptr when there is none.
 const FoundItem* Embedded(const FoundItem& item, const std::string& subject)
 {
-    for (const FoundAttachment& attachment : item.attachments) {
-        for (const FoundItem& inner : attachment.embedded) {
-            if (platform::ToUtf8(TextValue(inner.values, pid::kSubject)) == subject)
-                return &inner;
-        }
+    for (const FoundItem* const inner : item.Embedded()) {
+        if (platform::ToUtf8(TextValue(inner->values, pid::kSubject)) == subject)
+            return inner;
     }
     return nullptr;
 }
 
-std::vector<Bytes> DataOf(const FoundItem& item)
+/// Of an item of a store or of a message that a store is to hold.
+template <class Item>
+std::vector<Bytes> DataOf(const Item& item)
 {
     std::vector<Bytes> all;
-    for (const FoundAttachment& attachment : item.attachments)
-        all.push_back(attachment.data);
-    return all;
-}
-
-std::vector<Bytes> DataOf(const StoreMessage& message)
-{
-    std::vector<Bytes> all;
-    for (const StoreAttachment& attachment : message.attachments)
+    for (const auto& attachment : item.attachments)
         all.push_back(attachment.data);
     return all;
 }
@@ -146,12 +134,7 @@ TEST_P(AttachmentsIn, HaveTheirBytesFromWhereverTheyLay)
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, AttachmentsIn,
-                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k),
-                         [](const testing::TestParamInfo<Variant>& tested) {
-                             return tested.param == Variant::Ansi      ? "Ansi"
-                                    : tested.param == Variant::Unicode ? "Unicode"
-                                                                       : "Unicode4k";
-                         });
+                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k), NameOfVariant);
 
 TEST(Attachments, MessagesOfEveryFamilyLiveInTheirMailsAndNowhereElse)
 {

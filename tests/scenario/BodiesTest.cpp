@@ -154,12 +154,7 @@ TEST_P(Bodies, KeepTheCodePageOfTheirBytes)
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, Bodies,
-                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k),
-                         [](const testing::TestParamInfo<Variant>& tested) {
-                             return tested.param == Variant::Ansi      ? "Ansi"
-                                    : tested.param == Variant::Unicode ? "Unicode"
-                                                                       : "Unicode4k";
-                         });
+                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k), NameOfVariant);
 
 TEST(BodyChoice, LargeMailsOfSmallPagesGetTheirPlainText)
 {
@@ -199,7 +194,7 @@ TEST(BodyChoice, HtmlStandsAloneInAnOstAndNeedsAPlainTextBesideItInAPst)
 TEST(BodyChoice, HtmlWithoutAnyTextGivesWayToThePlainText)
 {
     // A tree of blocks none of which is there.
-    constexpr std::uint64_t kTree = 0x70002;
+    static constexpr std::uint64_t kTree = 0x70002;
     constexpr std::uint32_t kNid = 0x7F05F;
     StoreMessage mail = MailWith({u"Empty HTML", {InSubnode(Text(pid::kBody, u"Plain"))}, 0, {}});
     mail.properties.push_back(Behind(pid::kHtml, PropertyType::Binary, kNid));

@@ -42,9 +42,8 @@ StoreAttachment FromTree(std::uint64_t bid, const std::u16string& name = u"tree.
 
 StoreAttachment Embed(std::shared_ptr<StoreMessage> message)
 {
-    StoreAttachment attachment{.method = 5, .embedded = std::move(message), .shareEmbedded = true};
-    attachment.properties = {Text(pid::kDisplayName, u"mail")};
-    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
+    StoreAttachment attachment = tests::Embed(std::move(message), u"mail");
+    attachment.shareEmbedded = true;
     return attachment;
 }
 
@@ -196,10 +195,8 @@ long PeakMemory()
 std::size_t CountEmbedded(const FoundItem& item)
 {
     std::size_t count = 0;
-    for (const FoundAttachment& attachment : item.attachments) {
-        for (const FoundItem& inner : attachment.embedded)
-            count += 1 + CountEmbedded(inner);
-    }
+    for (const FoundItem* const inner : item.Embedded())
+        count += 1 + CountEmbedded(*inner);
     return count;
 }
 

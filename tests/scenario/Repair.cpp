@@ -123,6 +123,14 @@ std::vector<SeenItem> AllItems(const SeenStore& store)
     return all;
 }
 
+std::string NameOfVariant(const testing::TestParamInfo<format::Variant>& tested)
+{
+    using format::Variant;
+    return tested.param == Variant::Ansi      ? "Ansi"
+           : tested.param == Variant::Unicode ? "Unicode"
+                                              : "Unicode4k";
+}
+
 CRepair::CRepair(const Bytes& source, const std::string& fileName)
 {
     settings.sourcePath = folder / fileName;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -32,6 +34,9 @@ SeenStore Expected(const StoreDescription& description);
 std::size_t CountItems(const SeenStore& store);
 /// All items, whatever their folder.
 std::vector<SeenItem> AllItems(const SeenStore& store);
+
+/// Names a test of one variant.
+std::string NameOfVariant(const testing::TestParamInfo<format::Variant>& tested);
 
 /// One repair of a store, start to end, into a folder of its own.
 class CRepair {

@@ -1,37 +1,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <set>
 
-#include "format/Bytes.h"
 #include "tests/scenario/Repair.h"
-#include "tests/scenario/SampleContents.h"
+#include "tests/scenario/Samples.h"
 #include "tests/support/OutsideReaders.h"
 
 namespace pastille::tests {
 namespace {
 
-using SampleItems = std::vector<SampleItem>;
+using SampleItems = std::vector<FoundItem>;
 
 /// The fallback folder as pffexport names it.
 constexpr std::string_view kLostAndFound = "/Lost _ Found";
-
-std::vector<std::filesystem::path> Samples()
-{
-    const char* const chosen = std::getenv("PASTILLE_SAMPLES");
-    const std::filesystem::path folder = chosen != nullptr ? chosen : PASTILLE_SAMPLES_DEFAULT;
-    std::vector<std::filesystem::path> samples;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() == ".pst" || entry.path().extension() == ".ost")
-            samples.push_back(entry.path());
-    }
-    std::sort(samples.begin(), samples.end());
-    return samples;
-}
 
 /// Code page of a sample's 8-bit texts.
 std::string CodePageOf(const std::filesystem::path& sample)
@@ -67,7 +49,7 @@ bool IsKeptValue(std::uint32_t id, const std::string& kind)
 }
 
 /// What of the source's item is not in the new one, as text; "" when all is there.
-std::string Lost(const SampleItem& source, const SampleItem& found)
+std::string Lost(const FoundItem& source, const FoundItem& found)
 {
     std::string lost;
     for (const auto& [label, text] : source.lines) {
@@ -76,18 +58,21 @@ std::string Lost(const SampleItem& source, const SampleItem& found)
         if (!isNothing && !kNotKept.contains(label) && Millisecond(now) != Millisecond(text))
             lost.append(label).append(" '" + text + "' is '" + now + "'; ");
     }
-    for (const auto& [id, bytes] : source.values) {
-        const auto now = found.values.find(id);
-        if (!bytes.empty() && IsKeptValue(id, source.kind) &&
-            (now == found.values.end() || now->second != bytes))
+    const auto check = [&](std::uint32_t id, const FoundValue& value, const FoundValue* now) {
+        if (!value.bytes.empty() && IsKeptValue(id, source.kind) &&
+            (now == nullptr || now->bytes != value.bytes))
             lost.append("value ").append(std::to_string(id)).append("; ");
-    }
+    };
+    for (const auto& [id, value] : source.values)
+        check(id, value, FindValue(found, id));
+    for (const auto& [name, value] : source.named)
+        check(name.lid, value, FindValue(found, name));
     return lost;
 }
 
 /// True when every body of the new mail is the source's of that kind, and there is one when there must be:
 /// HTML in the mail's own heap and RTF in a node of its own do not come back.
-bool HasBodyOf(const SampleItem& found, const SampleItem& source)
+bool HasBodyOf(const FoundItem& found, const FoundItem& source)
 {
     for (const auto& [kind, bytes] : found.bodies) {
         const auto body = source.bodies.find(kind);
@@ -98,10 +83,10 @@ bool HasBodyOf(const SampleItem& found, const SampleItem& source)
     return !found.bodies.empty() || plain == source.bodies.end() || plain->second.empty();
 }
 
-bool HasAttachmentsOf(const SampleItem& found, const SampleItem& source);
+bool HasAttachmentsOf(const FoundItem& found, const FoundItem& source);
 
 /// True when `found` can be what a repair made of the mail `source`.
-bool IsMailOf(const SampleItem& found, const SampleItem& source)
+bool IsMailOf(const FoundItem& found, const FoundItem& source)
 {
     return found.kind == source.kind && found.Line("Subject") == source.Line("Subject") &&
            Millisecond(found.Line("Client submit time")) == Millisecond(source.Line("Client submit time")) &&
@@ -109,12 +94,12 @@ bool IsMailOf(const SampleItem& found, const SampleItem& source)
 }
 
 /// True for the mail that stands for an attached message whose class belongs to no item.
-bool IsStandInFor(const SampleItem& found, const SampleItem& source)
+bool IsStandInFor(const FoundItem& found, const FoundItem& source)
 {
     return found.Line("Subject") == "UnKnown" && HasAttachmentsOf(found, source);
 }
 
-bool IsEmbeddedOf(const SampleItem& found, const SampleItem& source)
+bool IsEmbeddedOf(const FoundItem& found, const FoundItem& source)
 {
     if (IsStandInFor(found, source))
         return true;
@@ -136,42 +121,39 @@ constexpr std::string_view kNameless = "Attachment.txt";
 
 /// Attachments without a display name come back under their short file name, those without a file name under
 /// their display name.
-bool IsAttachmentOf(const SampleFile& found, const SampleFile& source)
+bool IsAttachmentOf(const FoundAttachment& found, const FoundAttachment& source)
 {
-    return found.second == source.second &&
-           (source.first == kNameless || ShortForm(found.first) == ShortForm(source.first));
+    return found.data == source.data &&
+           (source.fileName == kNameless || ShortForm(found.fileName) == ShortForm(source.fileName));
 }
 
 /// True when each of `source` has one of `found` to itself, and none is left over.
 template <class T, class Predicate>
-bool IsMatch(const std::vector<T>& found, const std::vector<T>& source, Predicate isOneOf)
+bool IsMatch(std::vector<const T*> found, const std::vector<const T*>& source, Predicate isOneOf)
 {
-    std::vector<const T*> left;
-    for (const T& one : found)
-        left.push_back(&one);
-    for (const T& one : source) {
+    for (const T* const one : source) {
         const auto twin =
-            std::find_if(left.begin(), left.end(), [&](const T* other) { return isOneOf(*other, one); });
-        if (twin == left.end())
+            std::find_if(found.begin(), found.end(), [&](const T* other) { return isOneOf(*other, *one); });
+        if (twin == found.end())
             return false;
-        left.erase(twin);
+        found.erase(twin);
     }
-    return left.empty();
+    return found.empty();
 }
 
-bool HasAttachmentsOf(const SampleItem& found, const SampleItem& source)
+bool HasAttachmentsOf(const FoundItem& found, const FoundItem& source)
 {
-    return IsMatch(found.attachments, source.attachments, IsAttachmentOf) &&
-           IsMatch(found.embedded, source.embedded, IsEmbeddedOf);
+    return IsMatch(found.Files(), source.Files(), IsAttachmentOf) &&
+           IsMatch(found.Embedded(), source.Embedded(), IsEmbeddedOf);
 }
 
 /// Every mail must be there, in its folder, with a body of its own and all its attachments.
 void ExpectMails(const SampleItems& source, SampleItems found)
 {
-    for (const SampleItem& item : source) {
+    for (const FoundItem& item : source) {
         if (item.kind != "Message")
             continue;
-        const auto twin = std::find_if(found.begin(), found.end(), [&](const SampleItem& candidate) {
+        const auto twin = std::find_if(found.begin(), found.end(), [&](const FoundItem& candidate) {
             return candidate.folder == item.folder && IsMailOf(candidate, item);
         });
         EXPECT_TRUE(twin != found.end()) << "lost: " << testing::PrintToString(item);
@@ -184,30 +166,32 @@ void ExpectMails(const SampleItems& source, SampleItems found)
 /// a mail of their own; exceptions of a recurrence do not.
 void ExpectOtherItems(const SampleItems& source, const SampleItems& found)
 {
-    for (const SampleItem& item : source) {
+    for (const FoundItem& item : source) {
         if (item.kind == "Message")
             continue;
         std::string lost = "the item";
-        for (const SampleItem& candidate : found) {
+        for (const FoundItem& candidate : found) {
             if (candidate.kind == item.kind && candidate.folder == item.folder && !lost.empty())
                 lost = Lost(item, candidate);
         }
         EXPECT_EQ(lost, "") << testing::PrintToString(item);
-        const bool isKept = std::any_of(found.begin(), found.end(), [&](const SampleItem& holder) {
+        const bool isKept = std::any_of(found.begin(), found.end(), [&](const FoundItem& holder) {
             return holder.folder == kLostAndFound && holder.Line("Subject") == "UnKnown" &&
-                   IsMatch(holder.attachments, item.attachments, IsAttachmentOf);
+                   IsMatch(holder.Files(), item.Files(), IsAttachmentOf);
         });
-        EXPECT_TRUE(item.attachments.empty() || isKept)
+        EXPECT_TRUE(item.Files().empty() || isKept)
             << "lost what is attached to: " << testing::PrintToString(item);
     }
 }
 
-void AddAttachments(const SampleItems& items, std::set<std::string>& bytes)
+void AddAttachments(const SampleItems& items, std::set<Bytes>& files)
 {
-    for (const SampleItem& item : items) {
-        for (const auto& [name, content] : item.attachments)
-            bytes.insert(content);
-        AddAttachments(item.embedded, bytes);
+    for (const FoundItem& item : items) {
+        for (const FoundAttachment& attachment : item.attachments) {
+            if (!attachment.fileName.empty())
+                files.insert(attachment.data);
+            AddAttachments(attachment.embedded, files);
+        }
     }
 }
 
@@ -216,19 +200,19 @@ void AddAttachments(const SampleItems& items, std::set<std::string>& bytes)
 bool ExpectContentsOf(const std::filesystem::path& sample, CRepair& repair, bool values)
 {
     repair.settings.codePage = CodePageOf(sample);
-    const auto source = ReadWithPffexport(sample, values, repair.settings.codePage);
+    const auto source = ReadItemsWithPffexport(sample, {values, repair.settings.codePage});
     if (!source)
         return false;
     repair.Run();
     EXPECT_FALSE(repair.state.failed) << repair.frontEnd.Boxes();
-    const auto found = ReadWithPffexport(repair.state.outputPath, values);
+    const auto found = ReadItemsWithPffexport(repair.state.outputPath, {.values = values});
     if (!found) {
         ADD_FAILURE() << "the new store cannot be read by others";
         return true;
     }
     ExpectMails(*source, *found);
     ExpectOtherItems(*source, *found);
-    std::set<std::string> before, after;
+    std::set<Bytes> before, after;
     AddAttachments(*source, before);
     AddAttachments(*found, after);
     EXPECT_TRUE(std::includes(before.begin(), before.end(), after.begin(), after.end()))
@@ -250,37 +234,16 @@ TEST(Samples, ContentsComeBack)
     }
 }
 
-/// Zeroes the header but for the client's magic, and all pages of the node tree above its leaves.
-void LoseTheTree(Bytes& store)
-{
-    const std::size_t pageSize = format::LoadLE<std::uint16_t>(store, 10) == 36 ? 4096 : 512;
-    const std::size_t trailer = pageSize == 512 ? 496 : 4072;
-    const std::size_t level = pageSize == 512 ? 491 : 4061;
-    for (std::size_t page = pageSize; page + pageSize <= store.size(); page += pageSize) {
-        const bool isNodePage = format::LoadLE<std::uint16_t>(store, page + trailer) == 0x8181;
-        if (isNodePage && store[page + level] != std::byte{0})
-            std::fill_n(store.begin() + page, pageSize, std::byte{0});
-    }
-    const std::vector<std::byte> magic(store.begin() + 8, store.begin() + 10);
-    std::fill_n(store.begin(), 564, std::byte{0});
-    std::copy(magic.begin(), magic.end(), store.begin() + 8);
-}
-
 TEST(Samples, ContentsComeBackWithoutHeaderAndTree)
 {
-    for (const auto& sample : Samples()) {
-        const std::string name = sample.filename();
-        if (name != "outlook.pst" && name != "mailbox-4k.ost")
-            continue;
-        SCOPED_TRACE(sample);
-        std::ifstream file(sample, std::ios::binary);
-        const std::string content{std::istreambuf_iterator<char>(file), {}};
-        Bytes store(content.size());
-        std::transform(content.begin(), content.end(), store.begin(),
-                       [](char byte) { return static_cast<std::byte>(byte); });
-        LoseTheTree(store);
-        CRepair repair(store, name);
-        if (!ExpectContentsOf(sample, repair, false))
+    for (const char* const name : {"outlook.pst", "mailbox-4k.ost"}) {
+        SCOPED_TRACE(name);
+        auto sample = SampleCopy(name);
+        if (!sample)
+            GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
+        sample->Damage().ZeroHeaderButMagic().Drop(PlaceKind::NbtIndex).Drop(PlaceKind::BbtIndex);
+        CRepair repair(sample->Content(), name);
+        if (!ExpectContentsOf(SampleFolder() / name, repair, false))
             GTEST_SKIP() << "pffexport is not installed";
     }
 }
@@ -291,6 +254,7 @@ TEST(Samples, RepairedFilesHoldAtLeastTheMailsOfTheSource)
     const auto samples = Samples();
     if (samples.empty())
         GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
+    std::size_t compared = 0;
     for (const auto& sample : samples) {
         SCOPED_TRACE(sample);
         CRepair repair(sample);
@@ -305,12 +269,15 @@ TEST(Samples, RepairedFilesHoldAtLeastTheMailsOfTheSource)
             << "others see the same items as our own reader";
         const auto before = CountWithReadpst(sample);
         if (!before)
-            GTEST_SKIP() << "readpst is not installed";
+            continue;  // not every store is one for it
+        ++compared;
         const auto after = CountWithReadpst(repair.state.outputPath);
         ASSERT_TRUE(after);
         // There may be more: a mail comes back from superseded pages, too.
         EXPECT_GE(after->messages, before->messages);
     }
+    if (compared == 0)
+        GTEST_SKIP() << "readpst is not installed";
 }
 
 }  // namespace

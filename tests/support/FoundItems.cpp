@@ -1,10 +1,53 @@
 #include "tests/support/FoundItems.h"
 
 #include <algorithm>
+#include <ostream>
 
 #include "format/Bytes.h"
 
 namespace pastille::tests {
+
+std::string FoundItem::Line(const std::string& label) const
+{
+    const auto found = lines.find(label);
+    return found == lines.end() ? "" : found->second;
+}
+
+std::vector<const FoundAttachment*> FoundItem::Files() const
+{
+    std::vector<const FoundAttachment*> files;
+    for (const FoundAttachment& attachment : attachments) {
+        if (!attachment.fileName.empty())
+            files.push_back(&attachment);
+    }
+    return files;
+}
+
+std::vector<const FoundItem*> FoundItem::Embedded() const
+{
+    std::vector<const FoundItem*> items;
+    for (const FoundAttachment& attachment : attachments) {
+        for (const FoundItem& item : attachment.embedded)
+            items.push_back(&item);
+    }
+    return items;
+}
+
+void PrintTo(const FoundItem& item, std::ostream* out)
+{
+    *out << item.kind << " in " << item.folder << " '" << item.Line("Subject") << "' of "
+         << item.Line("Client submit time") << ", bodies:";
+    for (const auto& [extension, bytes] : item.bodies)
+        *out << " " << extension << " " << bytes.size();
+    *out << ", attachments:";
+    for (const FoundAttachment* const file : item.Files())
+        *out << " " << file->fileName << " " << file->data.size();
+    for (const FoundItem* const inner : item.Embedded()) {
+        *out << " [";
+        PrintTo(*inner, out);
+        *out << "]";
+    }
+}
 
 const FoundValue* FindValue(const FoundItem& item, std::uint16_t id)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,8 +22,9 @@ using FoundValues = std::map<std::uint16_t, FoundValue>;
 struct FoundItem;
 
 struct FoundAttachment {
-    FoundValues values{};  ///< of its property context and, where that lacks them, of its table row
-    Bytes data{};          ///< of one by value
+    FoundValues values{};    ///< of its property context and, where that lacks them, of its table row
+    std::string fileName{};  ///< that pffexport gives it; of one by value
+    Bytes data{};            ///< of one by value
     std::vector<FoundItem> embedded;  ///< none or one
 };
 
@@ -33,7 +35,18 @@ struct FoundItem {
     std::map<StoreName, FoundValue> named{};
     std::vector<FoundAttachment> attachments{};
     std::size_t recipients = 0;
+
+    // What pffexport makes of it.
+    std::string kind{};                          ///< "Message", "Contact", "Appointment", ...
+    std::map<std::string, std::string> lines{};  ///< of the form that it fills, by label
+    std::map<std::string, Bytes> bodies{};       ///< by the extension of the body's file: .txt, .html, .rtf
+
+    /// "" when there is no such line.
+    std::string Line(const std::string& label) const;
+    std::vector<const FoundAttachment*> Files() const;
+    std::vector<const FoundItem*> Embedded() const;
 };
+void PrintTo(const FoundItem& item, std::ostream* out);
 
 /// nullptr when the item has no such value.
 const FoundValue* FindValue(const FoundItem& item, std::uint16_t id);

@@ -37,11 +37,13 @@ bool RunProgram(std::vector<std::string> arguments, const std::filesystem::path&
            WEXITSTATUS(status) == 0;
 }
 
-/// True for a folder that stands for one item, as "Message00012".
-bool IsItemFolder(const std::string& name)
+/// "Message" for a folder that stands for one item, as "Message00012"; "" for others.
+std::string KindOf(const std::string& folderName)
 {
     constexpr std::size_t kDigits = 5;
-    return name.size() > kDigits && name.find_last_not_of("0123456789") + kDigits + 1 == name.size();
+    const std::size_t last = folderName.find_last_not_of("0123456789");
+    const bool isItem = last != std::string::npos && last + kDigits + 1 == folderName.size();
+    return isItem ? folderName.substr(0, last + 1) : "";
 }
 
 void CountItemFolders(const std::filesystem::path& folder, const std::string& path, OutsideCount& count)
@@ -50,7 +52,7 @@ void CountItemFolders(const std::filesystem::path& folder, const std::string& pa
         if (!entry.is_directory())
             continue;
         const std::string name = entry.path().filename();
-        if (IsItemFolder(name)) {
+        if (!KindOf(name).empty()) {
             ++count.messages;
             ++count.perFolder[path];
         } else {
@@ -125,6 +127,29 @@ Bytes ReadFile(const std::filesystem::path& path)
     return bytes;
 }
 
+/// The text from its first ASCII character on: of a subject that begins with others the program takes the
+/// first two bytes for a mark and drops them.
+std::string FromAscii(const std::string& text)
+{
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    return {std::find_if(text.begin(), text.end(), isAscii), text.end()};
+}
+
+/// Lines of a label, tabs and a value, up to the body.
+std::map<std::string, std::string> ReadForm(const std::filesystem::path& path)
+{
+    std::map<std::string, std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line) && line != "Body:";) {
+        const std::size_t colon = line.find(":\t");
+        if (colon != std::string::npos)
+            lines[line.substr(0, colon)] =
+                line.substr(std::min(line.find_first_not_of('\t', colon + 1), line.size()));
+    }
+    lines["Subject"] = FromAscii(lines["Subject"]);
+    return lines;
+}
+
 FoundItem ReadExportedItem(const std::filesystem::path& folder);
 
 /// Attachments are files "1_name" or folders "Attachment00001", numbered from 1; the dump has a set for each.
@@ -146,6 +171,7 @@ void ReadExportedAttachments(const std::filesystem::path& folder, FoundItem& ite
             item.attachments.resize(number);
         FoundAttachment& attachment = item.attachments[number - 1];
         if (!entry.is_directory()) {
+            attachment.fileName = name.substr(name.find('_') + 1);
             attachment.data = ReadFile(entry.path());
             continue;
         }
@@ -156,7 +182,13 @@ void ReadExportedAttachments(const std::filesystem::path& folder, FoundItem& ite
 
 FoundItem ReadExportedItem(const std::filesystem::path& folder)
 {
-    FoundItem item;
+    FoundItem item{.kind = KindOf(folder.filename())};
+    item.lines = ReadForm(folder / (item.kind == "Message" ? "OutlookHeaders.txt" : item.kind + ".txt"));
+    for (const char* const extension : {".txt", ".html", ".rtf"}) {
+        const std::filesystem::path body = folder / (std::string("Message") + extension);
+        if (std::filesystem::exists(body))
+            item.bodies[extension] = ReadFile(body);
+    }
     for (const DumpedEntry& entry : ReadDump(folder / "ItemValues.txt")) {
         if (entry.name)
             item.named[*entry.name] = entry.value;
@@ -179,7 +211,7 @@ void ReadExportedFolder(const std::filesystem::path& folder, const std::string& 
     std::ranges::sort(entries);
     for (const std::filesystem::path& entry : entries) {
         const std::string name = entry.filename();
-        if (!IsItemFolder(name)) {
+        if (KindOf(name).empty()) {
             ReadExportedFolder(entry, path + "/" + name, items);
             continue;
         }
@@ -193,8 +225,9 @@ void ReadExportedFolder(const std::filesystem::path& folder, const std::string& 
 std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
 {
     const CTemporaryFolder out;
-    // -t e: mails alone, -D: deleted ones too; the exit status tells whether there was one folder at least.
-    if (!RunProgram({"readpst", "-q", "-D", "-te", "-o", out.Path(), store}))
+    // -j0: no parallel jobs, which fail at times; -t e: mails alone, -D: deleted ones too; the exit status
+    // tells whether there was one folder at least.
+    if (!RunProgram({"readpst", "-q", "-j0", "-D", "-te", "-o", out.Path(), store}))
         return std::nullopt;
     OutsideCount count;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(out.Path())) {
@@ -224,15 +257,21 @@ std::optional<OutsideCount> CountWithPffexport(const std::filesystem::path& stor
     return count;
 }
 
-std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store)
+std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store,
+                                                             const PffexportOptions& options)
 {
     const CTemporaryFolder out;
-    if (!RunProgram({"pffexport", "-q", "-d", "-m", "items", "-f", "text", "-t", out / "found", store}))
+    std::vector<std::string> command = {"pffexport", "-q",  "-m", "items",
+                                        "-f",        "all", "-c", options.codePage};
+    if (options.values)
+        command.emplace_back("-d");
+    command.insert(command.end(), {"-t", out / "found", store});
+    if (!RunProgram(std::move(command)))
         return std::nullopt;
     std::vector<FoundItem> items;
-    for (const auto& entry : std::filesystem::directory_iterator(out / "found.export")) {
-        if (entry.is_directory() && entry.path().filename().string().starts_with("Top of"))
-            ReadExportedFolder(entry.path(), "", items);
+    for (const auto& top : std::filesystem::directory_iterator(out / "found.export")) {
+        if (top.is_directory())
+            ReadExportedFolder(top.path(), "", items);
     }
     return items;
 }

@@ -22,8 +22,14 @@ std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
 /// The items that pffexport finds, by folder path.
 std::optional<OutsideCount> CountWithPffexport(const std::filesystem::path& store);
 
-/// Everything that pffexport finds in the items below the top folder, without the names of property sets.
-/// Items of the same class and folder come in the order of the folder.
-std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store);
+struct PffexportOptions {
+    bool values = true;                     ///< every value of every item; takes far longer
+    std::string codePage = "windows-1252";  ///< of 8-bit texts
+};
+
+/// Everything that pffexport finds in the items of a store, without the names of property sets; folders are
+/// named from below the top folder. Items of the same class and folder come in the order of the folder.
+std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store,
+                                                             const PffexportOptions& options = {});
 
 }  // namespace pastille::tests

@@ -414,7 +414,11 @@ std::uint32_t CStoreBuilder::AddMessage(const StoreMessage& message, std::uint32
         message.label.empty() ? "message " + std::to_string(++m_unlabelled) : message.label;
     Properties properties;
     std::size_t bytes = 0;
+    m_store.ListBlocks(message.deletion != Deletion::OfNodeAndBlocks);
     const SubnodeRef written = WriteMessage(message, nid, name, properties, bytes);
+    m_store.ListBlocks(true);
+    if (message.deletion != Deletion::None)
+        return nid;
     m_store.AddNode({nid, written.bidData, written.bidSub, message.parent.value_or(folder)}, name);
     Folder& target = m_folders.at(folder);
     if (message.associated) {
@@ -649,6 +653,12 @@ StoreDirectory BuildStore(const StoreDescription& description, platform::IFile& 
 
 CBuiltStore::CBuiltStore(const StoreDescription& description)
     : m_format(description.format), m_directory(BuildStore(description, *m_file))
+{
+}
+
+CBuiltStore::CBuiltStore(Bytes content)
+    : m_file(std::make_unique<CMemoryFile>(std::move(content))),
+      m_directory(FindTreePages(Content(), m_format))
 {
 }
 

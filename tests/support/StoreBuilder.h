@@ -105,6 +105,8 @@ private:
 class CBuiltStore {
 public:
     explicit CBuiltStore(const StoreDescription& description);
+    /// A sound store that somebody else wrote: of the directory only the tree pages.
+    explicit CBuiltStore(Bytes content);
 
     const Bytes& Content() const { return m_file->Content(); }
     const StoreDirectory& Directory() const { return m_directory; }

@@ -12,6 +12,10 @@ namespace pastille::tests {
 using format::LoadLE;
 using format::StoreLE;
 
+namespace {
+constexpr std::uint64_t kSector = 512;
+}
+
 Bytes CStoreDamage::Read(std::uint64_t offset, std::size_t length) const
 {
     Bytes bytes(length);
@@ -46,6 +50,47 @@ CStoreDamage& CStoreDamage::Truncate(std::uint64_t size)
     return *this;
 }
 
+CStoreDamage& CStoreDamage::ZeroSectors(unsigned percent, std::uint32_t seed)
+{
+    std::mt19937 random(seed);
+    for (std::uint64_t at = kSector; at < m_file.Size(); at += kSector) {
+        if (random() % 100 < percent)
+            Zero(at, kSector);
+    }
+    return *this;
+}
+
+CStoreDamage& CStoreDamage::ZeroRun(std::uint64_t size, unsigned percent, std::uint32_t seed)
+{
+    const std::uint64_t sectors = size / kSector;
+    const std::uint64_t length = sectors * percent / 100;
+    return Zero((1 + std::mt19937(seed)() % (sectors - length)) * kSector, length * kSector);
+}
+
+CStoreDamage& CStoreDamage::Insert(std::uint64_t offset, std::uint64_t count)
+{
+    constexpr std::uint64_t kPiece = std::uint64_t{1} << 20;
+    for (std::uint64_t end = m_file.Size(); end > offset;) {
+        const std::uint64_t start = end - std::min(kPiece, end - offset);
+        Write(start + count, Read(start, end - start));
+        end = start;
+    }
+    Bytes noise(count);
+    std::minstd_rand random(1);
+    std::generate(noise.begin(), noise.end(), [&] { return static_cast<std::byte>(random() >> 8); });
+    return Write(offset, noise);
+}
+
+CStoreDamage& CStoreDamage::FlipRandomBits(std::size_t count, std::uint32_t seed)
+{
+    std::mt19937 random(seed);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint64_t at = kSector + random() % (m_file.Size() - kSector);
+        FlipBits(at, static_cast<std::uint8_t>(1u << random() % 8));
+    }
+    return *this;
+}
+
 CStoreDamage& CStoreDamage::ZeroHeader()
 {
     return Zero(0, m_layout.headerBytes);
@@ -59,6 +104,14 @@ CStoreDamage& CStoreDamage::ZeroHeaderButMagic()
 CStoreDamage& CStoreDamage::ZeroRoot()
 {
     return m_layout.wide ? Zero(0xB4, 72) : Zero(0xA4, 40);
+}
+
+CStoreDamage& CStoreDamage::SwapRoots()
+{
+    const std::uint64_t nbt = m_layout.wide ? 0xD8 : 0xB8;
+    const std::size_t size = 2 * m_layout.keyWidth;
+    const Bytes first = Read(nbt, size), second = Read(nbt + size, size);
+    return Write(nbt, second).Write(nbt + size, first);
 }
 
 CStoreDamage& CStoreDamage::SetClientMagic(std::uint16_t magic)
@@ -84,6 +137,27 @@ CStoreDamage& CStoreDamage::Drop(PlaceKind kind, std::size_t number)
 {
     const StorePlace place = m_directory.All(kind).at(number);
     return Zero(place.offset, place.extent);
+}
+
+CStoreDamage& CStoreDamage::DropEveryThird(PlaceKind kind)
+{
+    const std::vector<StorePlace> places = m_directory.All(kind);
+    for (std::size_t i = 1; i < places.size(); i += 3)
+        Zero(places[i].offset, places[i].extent);
+    return *this;
+}
+
+CStoreDamage& CStoreDamage::DropOldNodePages()
+{
+    const std::vector<StorePlace> leaves = m_directory.All(PlaceKind::NbtLeaf);
+    for (std::uint64_t at = 0; at + m_layout.pageSize <= m_file.Size(); at += m_layout.pageSize) {
+        const std::uint64_t type = at + m_layout.typeOffset;
+        // What stands before the type may by now be a block's.
+        if (LoadLE<std::uint16_t>(Read(type, 2), 0) == format::pageword::kNbt &&
+            std::ranges::find(leaves, at, &StorePlace::offset) == leaves.end())
+            Zero(type, 2);
+    }
+    return *this;
 }
 
 CStoreDamage& CStoreDamage::Drop(const std::string& name)

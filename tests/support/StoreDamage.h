@@ -21,18 +21,30 @@ public:
     CStoreDamage& Write(std::uint64_t offset, std::span<const std::byte> bytes);
     CStoreDamage& FlipBits(std::uint64_t offset, std::uint8_t mask);
     CStoreDamage& Truncate(std::uint64_t size);
+    /// Zeroes so many of every hundred sectors of 512 bytes behind the first, drawn from `seed`.
+    CStoreDamage& ZeroSectors(unsigned percent, std::uint32_t seed);
+    /// Zeroes one stretch of so many hundredths of the first `size` bytes, somewhere behind the first sector.
+    CStoreDamage& ZeroRun(std::uint64_t size, unsigned percent, std::uint32_t seed);
+    /// Moves everything from `offset` on by `count` bytes of noise.
+    CStoreDamage& Insert(std::uint64_t offset, std::uint64_t count);
+    CStoreDamage& FlipRandomBits(std::size_t count, std::uint32_t seed);
 
     // The header.
     CStoreDamage& ZeroHeader();
     /// All of it but the client magic, by which a store file is recognised.
     CStoreDamage& ZeroHeaderButMagic();
     CStoreDamage& ZeroRoot();
+    /// Each root's place is that of the other tree.
+    CStoreDamage& SwapRoots();
     CStoreDamage& SetClientMagic(std::uint16_t magic);
     CStoreDamage& SetCryptByte(std::uint8_t value);
 
     // Places: every page or block of a kind, or the one of a name.
     CStoreDamage& Drop(PlaceKind kind);
     CStoreDamage& Drop(PlaceKind kind, std::size_t number);
+    CStoreDamage& DropEveryThird(PlaceKind kind);
+    /// Makes the node pages that look alive and are none of the tree's look like none.
+    CStoreDamage& DropOldNodePages();
     CStoreDamage& Drop(const std::string& name);
     CStoreDamage& BreakSignatures(PlaceKind kind);
     CStoreDamage& SetPageType(PlaceKind kind, std::uint8_t type);

@@ -100,6 +100,15 @@ std::uint64_t FileTime(int year, unsigned month, unsigned day, unsigned hour, un
     return minutes * 60 * 10'000'000;
 }
 
+StoreAttachment Embed(std::shared_ptr<StoreMessage> message, std::u16string_view displayName)
+{
+    namespace pid = format::pid;
+    StoreAttachment attachment{.method = 5, .embedded = std::move(message)};
+    attachment.properties = {Text(pid::kDisplayName, displayName)};
+    attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
+    return attachment;
+}
+
 StoreMessage Mail(std::u16string_view subject, std::u16string_view sender, std::u16string_view body,
                   std::uint64_t sent)
 {

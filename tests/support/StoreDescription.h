@@ -76,11 +76,17 @@ struct StoreAttachment {
     std::vector<SubnodeRef> subnodes{};       ///< besides those the builder makes
 };
 
+/// A message in another as mail clients attach it: under its subject, without a file name.
+StoreAttachment Embed(std::shared_ptr<StoreMessage> message, std::u16string_view displayName);
+
 struct StoreRecipient {
     std::u16string name{};
     std::u16string address{};
     std::uint32_t type = 1;  ///< 1 To, 2 Cc, 3 Bcc
 };
+
+/// What a message's deletion left: all of it, its blocks alone, or their bytes alone, in space marked free.
+enum class Deletion { None, OfNode, OfNodeAndBlocks };
 
 struct StoreMessage {
     std::string label{};  ///< names its node in the directory
@@ -91,7 +97,8 @@ struct StoreMessage {
     std::vector<StoreAttachment> attachments{};
     std::uint32_t flags = 1;  ///< PidTagMessageFlags, without the attachment bit
     bool associated = false;  ///< folder-associated information
-    bool bare = false;        ///< only the properties given: no class, times, size, recipient table
+    Deletion deletion = Deletion::None;
+    bool bare = false;  ///< only the properties given: no class, times, size, recipient table
     std::optional<std::uint32_t> nid{};
     std::optional<std::uint32_t> parent{};       ///< nidParent when it is not to be the folder
     std::vector<SubnodeRef> subnodes{};          ///< besides those the builder makes

@@ -70,6 +70,40 @@ const StorePlace& StoreDirectory::FindBlock(std::uint64_t bid) const
     throw std::out_of_range("the store holds no block " + std::to_string(bid));
 }
 
+StoreDirectory FindTreePages(std::span<const std::byte> store, StoreFormat& format)
+{
+    const auto version = format::LoadLE<std::uint16_t>(store, 10);
+    format.variant = version == 36 ? Variant::Unicode4k : version >= 23 ? Variant::Unicode : Variant::Ansi;
+    format.ost = format::LoadLE<std::uint16_t>(store, 8) == 0x4F53;
+    const format::VariantLayout& layout = format::LayoutOf(format.variant);
+    format.crypt = static_cast<format::CryptMethod>(store[layout.cryptMethodOffset]);
+    const auto key = [&](std::size_t at) {
+        return layout.wide ? format::LoadLE<std::uint64_t>(store, at)
+                           : format::LoadLE<std::uint32_t>(store, at);
+    };
+    const std::size_t root = layout.wide ? 0xD8 : 0xB8;
+    std::vector<std::uint64_t> pages = {key(root + layout.keyWidth), key(root + 3 * layout.keyWidth)};
+    StoreDirectory directory;
+    while (!pages.empty()) {
+        const std::uint64_t at = pages.back();
+        pages.pop_back();
+        const auto count = std::to_integer<std::size_t>(store[at + layout.countOffset]);
+        const bool isLeaf = store[at + layout.entrySizeOffset + 1] == std::byte{0};
+        const bool isNbt = store[at + layout.typeOffset] == std::byte{kNbtPage};
+        for (std::size_t i = 0; i < count && !isLeaf; ++i)
+            pages.push_back(key(at + i * layout.blockEntrySize + 2 * layout.keyWidth));
+        const PlaceKind leaf = isNbt ? PlaceKind::NbtLeaf : PlaceKind::BbtLeaf;
+        const PlaceKind index = isNbt ? PlaceKind::NbtIndex : PlaceKind::BbtIndex;
+        directory.places.push_back({isLeaf ? leaf : index,
+                                    {},
+                                    at,
+                                    layout.pageSize,
+                                    layout.typeOffset,
+                                    key(at + layout.pageBidOffset)});
+    }
+    return directory;
+}
+
 CStoreFile::CStoreFile(platform::IFile& file, const StoreFormat& format)
     : m_file(file),
       m_format(format),
@@ -227,7 +261,7 @@ std::uint64_t CStoreFile::WriteAnyBlock(std::span<const std::byte> data, const B
     if (m_layout.variant == Variant::Unicode4k)
         StoreLE(trailer, 18, static_cast<std::uint16_t>(data.size()));
     Put(offset, stored);
-    if (options.listed) {
+    if (options.listed && m_listsBlocks) {
         m_blockByBid[bid & ~std::uint64_t{1}] = m_blocks.size();
         m_blocks.push_back({bid, offset, cb, static_cast<std::uint16_t>(data.size()), 1});
     }

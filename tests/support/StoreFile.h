@@ -86,6 +86,9 @@ struct StoreDirectory {
     const StorePlace& FindBlock(std::uint64_t bid) const;
 };
 
+/// The pages of both trees of a sound store, from its roots down; `format` becomes what the header says.
+StoreDirectory FindTreePages(std::span<const std::byte> store, StoreFormat& format);
+
 /// What is wrong with a page on purpose.
 struct PageOptions {
     std::string name{};
@@ -144,6 +147,8 @@ public:
     const std::vector<BbtEntry>& Blocks() const { return m_blocks; }
     /// Adds an entry for a block that is not there, or a second one.
     void AddBlockEntry(const BbtEntry& entry) { m_blocks.push_back(entry); }
+    /// Whether blocks written from now on get entries in the BBT.
+    void ListBlocks(bool listed) { m_listsBlocks = listed; }
 
     /// Pages that no tree refers to, or that a caller builds a tree of. Each returns the page's file offset.
     std::uint64_t WriteNbtPage(const std::vector<NbtEntry>& entries, const PageOptions& options = {});
@@ -203,6 +208,7 @@ private:
     std::vector<Bytes> m_maps;
     std::vector<std::uint64_t> m_freeSlots;
     std::uint64_t m_nextBlock = 4;
+    bool m_listsBlocks = true;
     std::uint64_t m_nextPage;
     std::uint32_t m_lastIndex[32];
     std::vector<NbtEntry> m_nodes;

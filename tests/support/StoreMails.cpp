@@ -219,6 +219,7 @@ MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile
             if (options.bodyBytes != 0)
                 item.properties.push_back(InSubnode(Text(pid::kBody, Words(random, options.bodyBytes / 2))));
             item.label = "mail " + std::to_string(figures.mails++);
+            builder.File().SkipTo(options.spreadBytes / expected * figures.mails);
             builder.AddMessage(item, nid);
             full = options.mails != 0 ? figures.mails == options.mails : builder.File().Position() >= fullAt;
         }

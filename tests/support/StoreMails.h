@@ -13,8 +13,9 @@ enum class ItemKind { Mails, Contacts, Appointments, Tasks };
 struct MailStoreOptions {
     StoreFormat format{};
     ItemKind kind = ItemKind::Mails;
-    std::uint64_t mails = 0;      ///< number of items; 0: as many as fit `fileBytes`
-    std::uint64_t fileBytes = 0;  ///< about this large
+    std::uint64_t mails = 0;        ///< number of items; 0: as many as fit `fileBytes`
+    std::uint64_t fileBytes = 0;    ///< about this large
+    std::uint64_t spreadBytes = 0;  ///< spread them over so much of the file, with holes between
     std::uint32_t folders = 12;
     std::uint32_t seed = 1;
     std::size_t attachments = 0;  ///< on each item

@@ -6,11 +6,13 @@
 #include <exception>
 #include <functional>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "tests/support/StoreExample.h"
 #include "tests/support/StoreFamilies.h"
+#include "tests/support/StoreHostile.h"
 #include "tests/support/StoreMails.h"
 
 namespace {
@@ -23,8 +25,13 @@ constexpr const char* kUsage =
     "       store_maker --example FILE\n"
     "       store_maker --families [--variant NAME] [--ost] FILE\n"
     "                    an item of every class with everything that it can keep\n"
+    "       store_maker --hostile NAME --size BYTES [--variant NAME] [--ost] FILE\n"
+    "                    zeros, random, trailers, bbt-page or nbt-pages: the client's magic, a page by "
+    "which\n"
+    "                    the variant is recognised, and nothing but that\n"
     "  --size BYTES      about so large; K, M and G may follow\n"
     "  --mails COUNT     so many mails, or other items\n"
+    "  --sparse BYTES    spread them (2000 when no number is given) over a file of that size, holes between\n"
     "  --kind NAME       mails (default), contacts, appointments or tasks\n"
     "  --attachments COUNT       on each item (0)\n"
     "  --attachment-bytes BYTES  of each (50000)\n"
@@ -34,8 +41,10 @@ constexpr const char* kUsage =
     "  --variant NAME    ansi, unicode (default) or unicode4k\n"
     "  --crypt NAME      none, permute (default) or cyclic\n"
     "  --ost             an OST instead of a PST\n"
-    "  --damage NAME     header, root, nbt-index, nbt-signatures, bbt-index, bbt-pages, trailing-half;\n"
-    "                    may be given several times\n";
+    "  --damage NAME     header, root, nbt-index, nbt-signatures, bbt-index, bbt-pages, trailing-half,\n"
+    "                    zero-1, zero-5, zero-20 (hundredths of all sectors), zero-run (a tenth of the "
+    "file),\n"
+    "                    insert (512 bytes in the middle); may be given several times\n";
 
 std::uint64_t ParseSize(const std::string& text)
 {
@@ -70,6 +79,11 @@ const std::map<std::string, DamageFunction> kDamages = {
     {"bbt-index", [](CStoreDamage& damage, std::uint64_t) { damage.Drop(PlaceKind::BbtIndex); }},
     {"bbt-pages", [](CStoreDamage& damage, std::uint64_t) { damage.Drop(PlaceKind::BbtLeaf); }},
     {"trailing-half", [](CStoreDamage& damage, std::uint64_t size) { damage.Truncate(size / 2); }},
+    {"zero-1", [](CStoreDamage& damage, std::uint64_t) { damage.ZeroSectors(1, 1); }},
+    {"zero-5", [](CStoreDamage& damage, std::uint64_t) { damage.ZeroSectors(5, 1); }},
+    {"zero-20", [](CStoreDamage& damage, std::uint64_t) { damage.ZeroSectors(20, 1); }},
+    {"zero-run", [](CStoreDamage& damage, std::uint64_t size) { damage.ZeroRun(size, 10, 1); }},
+    {"insert", [](CStoreDamage& damage, std::uint64_t size) { damage.Insert(size / 1024 * 512, 512); }},
 };
 
 struct Arguments {
@@ -78,6 +92,7 @@ struct Arguments {
     std::string path;
     bool example = false;
     bool families = false;
+    std::optional<HostileFill> hostile{};
 };
 
 /// Takes an option that says what the store is to hold. False for another one.
@@ -88,6 +103,8 @@ bool TakeContents(const std::string& name, const std::function<std::string()>& n
         options.fileBytes = ParseSize(next());
     else if (name == "--mails")
         options.mails = ParseSize(next());
+    else if (name == "--sparse")
+        options.spreadBytes = ParseSize(next());
     else if (name == "--kind")
         options.kind = Choose<ItemKind>({{"mails", ItemKind::Mails},
                                          {"contacts", ItemKind::Contacts},
@@ -148,6 +165,13 @@ Arguments Parse(int count, char** values)
             arguments.example = true;
         else if (name == "--families")
             arguments.families = true;
+        else if (name == "--hostile")
+            arguments.hostile = Choose<HostileFill>({{"zeros", HostileFill::Zeros},
+                                                     {"random", HostileFill::Random},
+                                                     {"trailers", HostileFill::Trailers},
+                                                     {"bbt-page", HostileFill::BbtPage},
+                                                     {"nbt-pages", HostileFill::NbtPages}},
+                                                    next());
         else if (name.starts_with("-") || !arguments.path.empty())
             throw std::invalid_argument("unknown: " + name);
         else
@@ -155,6 +179,8 @@ Arguments Parse(int count, char** values)
     }
     if (arguments.path.empty())
         throw std::invalid_argument("no file named");
+    if (arguments.options.spreadBytes != 0 && arguments.options.mails == 0)
+        arguments.options.mails = 2000;
     if (!arguments.example && !arguments.families && arguments.options.mails == 0 &&
         arguments.options.fileBytes == 0)
         throw std::invalid_argument("give --size or --mails");
@@ -174,6 +200,10 @@ void Make(const Arguments& arguments)
         return;
     }
     const auto file = platform::HostFileSystem().Create(arguments.path);
+    if (arguments.hostile) {
+        WriteHostileFile(*arguments.hostile, arguments.options.format, arguments.options.fileBytes, *file);
+        return;
+    }
     const MailStoreFigures figures = WriteMailStore(arguments.options, *file);
     CStoreDamage damage(*file, figures.directory, arguments.options.format);
     for (const DamageFunction& apply : arguments.damages)
