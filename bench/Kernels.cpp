@@ -1,30 +1,26 @@
 #include "format/Checksum.h"
 #include "format/Crypt.h"
 #include "platform/FileSystem.h"
-#include "store/BlockCollector.h"
 #include "store/BlockTable.h"
-#include "store/NodeCollector.h"
 #include "store/NodeList.h"
-#include "store/SourceFile.h"
-#include "tests/support/StoreFile.h"
-#include "tests/support/StoreMemory.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <fstream>
 #include <random>
+#include <string>
+#include <system_error>
+#include <vector>
 
 namespace pastille::bench {
 namespace {
 
-using tests::Bytes;
-
-Bytes RandomBytes(std::size_t size, unsigned seed)
+std::vector<std::byte> RandomBytes(std::size_t size, unsigned seed)
 {
     std::mt19937 random(seed);
-    Bytes bytes(size);
+    std::vector<std::byte> bytes(size);
     for (std::byte& byte : bytes)
         byte = static_cast<std::byte>(random());
     return bytes;
@@ -37,7 +33,7 @@ void CountBytes(benchmark::State& state, std::uint64_t bytesPerRound)
 
 void ComputeCrc(benchmark::State& state)
 {
-    const Bytes bytes = RandomBytes(static_cast<std::size_t>(state.range(0)), 1);
+    const auto bytes = RandomBytes(static_cast<std::size_t>(state.range(0)), 1);
     for (auto _ : state)
         benchmark::DoNotOptimize(format::ComputeCrc(bytes));
     CountBytes(state, bytes.size());
@@ -46,7 +42,7 @@ BENCHMARK(ComputeCrc)->Arg(496)->Arg(8176);
 
 void DecodeBlock(benchmark::State& state)
 {
-    Bytes bytes = RandomBytes(8176, 2);
+    auto bytes = RandomBytes(8176, 2);
     const auto method = static_cast<format::CryptMethod>(state.range(0));
     for (auto _ : state) {
         format::DecodeBlock(method, 0x1234, bytes);
@@ -59,99 +55,122 @@ BENCHMARK(DecodeBlock)
     ->Arg(static_cast<int>(format::CryptMethod::Permute))
     ->Arg(static_cast<int>(format::CryptMethod::Cyclic));
 
-/// A healthy store of 8 KB blocks, one node each, in memory.
-const tests::CMemoryFile& SampleStore()
-{
-    static const auto store = [] {
-        constexpr std::uint32_t kBlocks = 8000;
-        constexpr std::uint32_t kNormalMessage = 4;
-        auto file = std::make_unique<tests::CMemoryFile>();
-        tests::CStoreFile writer(*file, {.keepDirectory = false});
-        const Bytes data = RandomBytes(writer.BlockBytes(), 3);
-        for (std::uint32_t i = 0; i < kBlocks; ++i)
-            writer.AddNode({.nid = (i + 1) << 5 | kNormalMessage, .bidData = writer.WriteBlock(data)});
-        writer.Finish();
-        return file;
-    }();
-    return *store;
-}
-
-/// Bytes that live elsewhere, as a source.
-class CMemorySource final : public platform::IByteSource {
+/// The most memory that this process had at once since the last Restart. Bytes.
+class CPeakMemory {
 public:
-    explicit CMemorySource(const Bytes& bytes) : m_bytes(bytes) {}
-    std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override
+    void Restart()
     {
-        if (offset >= m_bytes.size())
-            return 0;
-        const std::size_t count = std::min<std::uint64_t>(into.size(), m_bytes.size() - offset);
-        std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(offset), count, into.begin());
-        return count;
+        std::ofstream("/proc/self/clear_refs") << 5;
+        m_before = Read("VmRSS:");
     }
-    std::uint64_t Size() const noexcept override { return m_bytes.size(); }
+    double Grown() const { return Read("VmHWM:") - m_before; }
 
 private:
-    const Bytes& m_bytes;
+    static double Read(const std::string& name)
+    {
+        std::ifstream status("/proc/self/status");
+        double kilobytes = 0;
+        for (std::string word; status >> word;) {
+            if (word == name)
+                status >> kilobytes;
+        }
+        return kilobytes * 1024;
+    }
+    double m_before = 0;
 };
 
-/// Opens the sample store, and keeps what is created in memory.
-class CMemoryFileSystem final : public platform::IFileSystem {
+/// A file in the folder for temporary files that is gone with this object.
+class CIndexPath {
 public:
-    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path&) override
+    ~CIndexPath()
     {
-        return std::make_unique<CMemorySource>(SampleStore().Content());
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
     }
-    std::unique_ptr<platform::IFile> Create(const std::filesystem::path&) override
-    {
-        return std::make_unique<tests::CMemoryFile>();
-    }
-    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path&) override
-    {
-        throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory));
-    }
-    std::error_code CreateFolder(const std::filesystem::path&) override { return {}; }
-    std::error_code Remove(const std::filesystem::path&) override { return {}; }
-    std::error_code Rename(const std::filesystem::path&, const std::filesystem::path&) override { return {}; }
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path = std::filesystem::temp_directory_path() /
+                                   ("pastille-kernels-" + std::to_string(std::random_device()()));
 };
 
-bool Proceed(std::uint64_t)
+/// Blocks in the order of the file, which is not that of their BIDs.
+void Fill(store::CBlockTable& blocks, std::uint32_t count)
 {
-    return true;
+    constexpr std::uint32_t kStride = 7919;  // prime, and no factor of a round count
+    for (std::uint64_t i = 0; i < count; ++i)
+        blocks.Append({static_cast<std::uint32_t>(i * kStride % count * 4 + 4), 8176, 0x4600 + i * 8192});
+    blocks.Finish();
 }
 
-void ScanNodePages(benchmark::State& state)
+/// Blocks lie in the index file while a run lasts (file:1), or in memory when it writes nothing.
+void Create(store::CBlockTable& blocks, const CIndexPath& index, bool inFile)
 {
-    CMemoryFileSystem fileSystem;
-    store::CSourceFile source;
-    source.Open(fileSystem, "sample.pst");
+    if (inFile)
+        blocks.Create(platform::HostFileSystem(), index.Path());
+    else
+        blocks.CreateInMemory();
+}
+
+void FillBlockTable(benchmark::State& state)
+{
+    const auto count = static_cast<std::uint32_t>(state.range(0));
+    CPeakMemory memory;
+    for (auto _ : state) {
+        const CIndexPath index;
+        store::CBlockTable blocks;
+        memory.Restart();
+        Create(blocks, index, state.range(1) != 0);
+        Fill(blocks, count);
+        state.counters["bytes_per_block"] = memory.Grown() / count;
+        if (!blocks.Find(4))
+            state.SkipWithError("block not found");
+    }
+}
+BENCHMARK(FillBlockTable)
+    ->ArgNames({"blocks", "file"})
+    ->ArgsProduct({{10'000'000}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
+void LookUpBlock(benchmark::State& state)
+{
+    const auto count = static_cast<std::uint32_t>(state.range(0));
+    const CIndexPath index;
+    store::CBlockTable blocks;
+    Create(blocks, index, state.range(1) != 0);
+    Fill(blocks, count);
+    std::uint32_t wanted = 1;
+    for (auto _ : state) {
+        const auto found = blocks.Find(wanted % count * 4 + 4);
+        if (!found)
+            state.SkipWithError("block not found");
+        // Each lookup waits for the one before, as reading the source does.
+        wanted = wanted * 1664525 + 1013904223 + (found ? found->bid & 1 : 0);
+    }
+}
+BENCHMARK(LookUpBlock)->ArgNames({"blocks", "file"})->ArgsProduct({{100'000, 10'000'000}, {0, 1}});
+
+void FillNodeList(benchmark::State& state)
+{
+    const auto count = static_cast<std::uint32_t>(state.range(0));
+    constexpr std::uint32_t kNodesPerPage = 15, kPageBytes = 512;
+    CPeakMemory memory;
     for (auto _ : state) {
         store::CNodeList nodes;
-        store::ScanNodePages(source, format::kUnicodeLayout, nodes, Proceed);
+        memory.Restart();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            if (i % kNodesPerPage == 0)
+                nodes.AddPage(std::uint64_t{0x4800} + i / kNodesPerPage * kPageBytes, i + 1);
+            nodes.Append(i + 1, i % 0xFFFFF, i * 31 % 0xFFFFF, 0x8022);
+        }
         nodes.Finish();
-        if (nodes.Size() == 0)
-            state.SkipWithError("no node found");
+        state.counters["bytes_per_node"] = memory.Grown() / count;
+        if (nodes.Size() != count)
+            state.SkipWithError("node lost");
     }
-    CountBytes(state, source.Size());
 }
-BENCHMARK(ScanNodePages)->Unit(benchmark::kMillisecond);
-
-/// BBT pages and the stray trailers on all other pages.
-void ScanBlockPages(benchmark::State& state)
-{
-    CMemoryFileSystem fileSystem;
-    store::CSourceFile source;
-    source.Open(fileSystem, "sample.pst");
-    for (auto _ : state) {
-        store::CBlockTable blocks;
-        blocks.Create(fileSystem, "index");
-        store::ScanBlockPages(source, format::kUnicodeLayout, blocks, Proceed);
-        blocks.Finish();
-        if (blocks.Count() == 0)
-            state.SkipWithError("no block found");
-    }
-    CountBytes(state, source.Size());
-}
-BENCHMARK(ScanBlockPages)->Unit(benchmark::kMillisecond);
+BENCHMARK(FillNodeList)->ArgName("nodes")->Arg(10'000'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace
 }  // namespace pastille::bench

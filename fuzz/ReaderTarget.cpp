@@ -2,26 +2,18 @@
 #include <cstdint>
 
 #include "format/Ids.h"
+#include "fuzz/Run.h"
 #include "store/DataTree.h"
 #include "store/FolderProperties.h"
 #include "store/NamedProperties.h"
-#include "store/OutLook.h"
-#include "tests/support/FaultyFileSystem.h"
 
 namespace {
 
 using namespace pastille;
 
-class CSilentFrontEnd final : public platform::IFrontEnd {
+/// Reads of every node and orphan what the phases that write would read.
+class CReadEverything final : public fuzz::CNoRecovery {
 public:
-    void Send(const platform::Message&) override {}
-};
-
-/// Reads of every node what the phases that write would read.
-class CReadEverything final : public store::IRecovery {
-public:
-    void SetUpOutput(store::RunContext&) override {}
-    void WriteLog(std::u16string_view) override {}
     void CollectFolders(store::RunContext& run) override
     {
         store::CSourceStore& source = run.source;
@@ -30,23 +22,34 @@ public:
         for (const store::NodeRecord& node : source.nodes) {
             if (++nodes > kMostNodes)
                 return;
-            const auto block = source.reader.Find(node.bidData);
-            if (!block)
-                continue;
-            if (source.reader.IsMethodPending())
-                source.reader.DetectCryptMethod(*block);
-            store::ReadFolderProperties(source.reader, *block, source.codePage);
-            for (const store::SubnodeEntry& entry : store::LoadSubnodes(source.reader, node.bidSub))
-                ReadSome(source, entry.bidData);
-            ReadSome(source, node.bidData);
-            if (node.nid == format::nids::kNameToIdMap.value)
-                store::ReadNamedProperties(source.reader, node.bidData, node.bidSub, source.namedProperties);
+            ReadNode(source, node);
         }
     }
-    void RecoverItems(store::RunContext&) override {}
-    void CloseOutput(store::RunContext&) override {}
+    void RecoverItems(store::RunContext& run) override
+    {
+        for (const store::OrphanRecord& orphan : run.source.orphans)
+            ReadContents(run.source, orphan.bidData, orphan.bidSub);
+    }
 
 private:
+    void ReadNode(store::CSourceStore& source, const store::NodeRecord& node)
+    {
+        const auto block = source.reader.Find(node.bidData);
+        if (!block)
+            return;
+        if (source.reader.IsMethodPending())
+            source.reader.DetectCryptMethod(*block);
+        store::ReadFolderProperties(source.reader, *block, source.codePage);
+        ReadContents(source, node.bidData, node.bidSub);
+        if (node.nid == format::nids::kNameToIdMap.value)
+            store::ReadNamedProperties(source.reader, node.bidData, node.bidSub, source.namedProperties);
+    }
+    void ReadContents(store::CSourceStore& source, std::uint32_t bidData, std::uint32_t bidSub)
+    {
+        for (const store::SubnodeEntry& entry : store::LoadSubnodes(source.reader, bidSub))
+            ReadSome(source, entry.bidData);
+        ReadSome(source, bidData);
+    }
     void ReadSome(store::CSourceStore& source, std::uint32_t bid)
     {
         // Many nodes may name one large tree: the time of one input is bounded, not the reader.
@@ -60,12 +63,10 @@ private:
 
 }  // namespace
 
+// A whole file, scanned and read.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    tests::CMemoryFileSystem files(std::as_bytes(std::span(data, size)));
-    CSilentFrontEnd frontEnd;
     CReadEverything recovery;
-    platform::RunState state;
-    store::COutLook(files, frontEnd, recovery).Run({}, state);
+    fuzz::RunOver(std::as_bytes(std::span(data, size)), recovery);
     return 0;
 }
