@@ -66,7 +66,7 @@ try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
         return AnswerParseError(program, error, std::ranges::count(arguments, "--json") != 0,
-                                !arguments.empty() && arguments.front() == "scan", context);
+                                std::ranges::count(arguments, "scan") != 0, context);
     }
     const auto chosen =
         std::ranges::find_if(commands, [](const auto& command) { return command->IsChosen(); });

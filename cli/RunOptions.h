@@ -13,6 +13,9 @@ namespace pastille::cli {
 
 class CRunDisplay;
 
+/// What the process returns for it.
+ExitStatus StatusCode(RunStatus status);
+
 /// The arguments that all commands with a run share.
 struct RunOptions {
     std::string source;
@@ -26,16 +29,18 @@ struct RunOptions {
     platform::RunSettings Settings() const;
     CProgressLine::Mode ProgressMode(const CommandContext& context) const;
 
-    /// Prints a report in the form asked for, and tells when it could not be printed.
+    /// Prints a report in the form asked for. When it cannot be printed, that is told and is a failure.
     template <class Report>
-    void WriteReport(CommandContext& context, const Report& report) const
+    ExitStatus WriteReport(CommandContext& context, const Report& report) const
     {
         if (json)
             WriteJson(context.out, report);
         else
             WriteText(context.out, report);
-        if (!context.out)
-            context.err << "Error: The result could not be written to the standard output." << std::endl;
+        if (context.out)
+            return StatusCode(report.status);
+        context.err << "Error: The result could not be written to the standard output." << std::endl;
+        return ExitStatus::Failed;
     }
 };
 
@@ -47,6 +52,5 @@ std::filesystem::path WholePath(const std::filesystem::path& path);
 
 /// How a run has ended, as far as it told.
 RunStatus StatusAfter(const CRunDisplay& display, const platform::RunState& state);
-ExitStatus StatusCode(RunStatus status);
 
 }  // namespace pastille::cli

@@ -54,8 +54,7 @@ ExitStatus CScanCommand::Execute(CommandContext& context)
         Scan(context, display, report);
         report.messages = display.Texts();
     }
-    m_options.WriteReport(context, report);
-    return StatusCode(report.status);
+    return m_options.WriteReport(context, report);
 }
 
 void CScanCommand::Scan(CommandContext& context, CRunDisplay& display, ScanReport& report) const

@@ -136,8 +136,10 @@ private:
             Line("Without their folder", Grouped(m_findings.lostAndFound) + ", in \"Lost & Found\"");
         if (m_report.smartScan)
             Line("Orphans", Grouped(m_findings.orphanedMails) + ", in \"Orphaned Mails\"");
-        m_out << "  Old versions of an item that are still in the file count too; attachments are not "
-                 "counted.\n";
+        m_out << "  Old versions of an item that are still in the file count too. Not counted are "
+                 "attachments, and\n"
+                 "  the mails in \"Lost & Found\" that a repair makes to carry those of items that take "
+                 "none.\n";
         if (!m_report.smartScan)
             m_out << "  With --smart, items that nothing refers to any more are looked for as well.\n";
         Title("Items by folder");

@@ -67,6 +67,7 @@ void CSurvey::SetUpOutput(store::RunContext&)
 {
     m_folders.Clear();
     m_folderIndex.clear();
+    m_folderCharacters = 0;
     m_targets.clear();
     m_findings.reset();
 }
@@ -188,11 +189,20 @@ void CSurvey::AddItem(std::size_t folder, const std::u16string& messageClass, It
     findings.classes.Add(messageClass);
 }
 
-std::size_t CSurvey::FolderAt(const std::u16string& path, SurveyFindings& findings)
+/// Paths are long and many where folders are nested to hurt: of long ones both ends tell enough, and beyond a
+/// number of characters the rest is one folder.
+std::size_t CSurvey::FolderAt(std::u16string path, SurveyFindings& findings)
 {
+    constexpr std::size_t kLongestShown = 1000, kEndShown = 700, kMostCharacters = 4'000'000;
+    if (path.size() > kLongestShown)
+        path = path.substr(0, kLongestShown - kEndShown) + u"..." + path.substr(path.size() - kEndShown);
+    if (m_folderCharacters >= kMostCharacters && !m_folderIndex.contains(path))
+        path = u"\\...";
     const auto [known, isNew] = m_folderIndex.emplace(path, findings.folders.size());
-    if (isNew)
+    if (isNew) {
         findings.folders.push_back({path});
+        m_folderCharacters += path.size() + 1;
+    }
     return known->second;
 }
 

@@ -76,10 +76,11 @@ private:
     void CountOrphan(const CSourceItem& item, std::size_t folder, SurveyFindings& findings);
     static void AddItem(std::size_t folder, const std::u16string& messageClass, ItemFamily family,
                         SurveyFindings& findings);
-    std::size_t FolderAt(const std::u16string& path, SurveyFindings& findings);
+    std::size_t FolderAt(std::u16string path, SurveyFindings& findings);
 
     CFolderList m_folders;
     std::unordered_map<std::u16string, std::size_t> m_folderIndex;
+    std::size_t m_folderCharacters = 0;  ///< of all paths in it
     /// Index of an item's folder by parent NID (upper half) and default-folder kind.
     std::unordered_map<std::uint64_t, std::size_t> m_targets;
     std::optional<SurveyFindings> m_findings;

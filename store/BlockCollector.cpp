@@ -25,6 +25,19 @@ struct WindowBlocks {
     PageFindings findings;
 };
 
+/// What a leaf has in it and an inner page has not: places and sizes of blocks.
+bool HoldsBlockEntries(format::CByteView page, const format::VariantLayout& layout, std::size_t count)
+{
+    bool holds = count != 0;
+    for (std::size_t i = 0; i < count && holds; ++i) {
+        const std::size_t at = i * layout.blockEntrySize;
+        const std::uint64_t ib = page.ReadKey(at + layout.keyWidth, layout.keyWidth).value_or(0);
+        const std::size_t cb = page.ReadOrZero<std::uint16_t>(at + 2 * layout.keyWidth);
+        holds = ib != 0 && ib % layout.blockAlignment == 0 && cb != 0 && cb <= layout.largestBlock;
+    }
+    return holds;
+}
+
 /// Whether a page with the type word of the BBT gives entries; the reason goes to the findings when not.
 bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
                 PageFindings& findings)
@@ -41,10 +54,10 @@ bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std
         refusal = &findings.refusedEntrySize;
     else if (!isSigned)
         refusal = &findings.refusedSignature;
-    else if (level != 0)
-        refusal = &findings.index;
     else if (maximum == 0 || count > maximum)
         refusal = &findings.refusedCounts;
+    else if (level != 0 && !HoldsBlockEntries(page, layout, count))
+        refusal = &findings.index;
     ++(refusal != nullptr ? *refusal : findings.accepted);
     return refusal == nullptr;
 }

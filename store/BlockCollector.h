@@ -18,9 +18,9 @@ struct BlockScanOptions {
 };
 
 /// Collects the entries of every page that looks like a BBT leaf into `blocks`, and from every page that is
-/// not sound as a page the blocks whose trailers stand in it; the caller finishes the table. `proceed` is asked after each 4096 bytes
-/// with the offset reached; false ends the scan. Returns false when it was ended so. Raises std::system_error
-/// when the index cannot grow.
+/// not sound as a page the blocks whose trailers stand in it; the caller finishes the table. `proceed` is
+/// asked after each 4096 bytes with the offset reached; false ends the scan. Returns false when it was ended
+/// so. Raises std::system_error when the index cannot grow.
 ///
 /// `trailers` gets what the trailers told, in order of BID and place.
 bool ScanBlockPages(CSourceFile& source, const format::VariantLayout& layout, const BlockScanOptions& options,

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "platform/FileSystem.h"
@@ -20,6 +21,12 @@ struct BlockRecord {
     std::uint64_t ib;   ///< file offset
 };
 static_assert(sizeof(BlockRecord) == 16);
+
+/// For ordering records by BID and place.
+inline auto ByPlace(const BlockRecord& record)
+{
+    return std::tuple(record.bid, record.ib, record.cb);
+}
 
 /// The block table: every block that was found, by BID. Kept in the block-index file while the run lasts and
 /// mapped for looking up.

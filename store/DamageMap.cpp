@@ -213,7 +213,7 @@ public:
         for (const WindowFindings::Map& map : findings.maps)
             m_allocated.Add(map.offset, map.bitmap);
         for (const Extent& extent : findings.sound)
-            m_sound.Add(Record(extent));
+            m_sound.Add(extent.start, extent.length);
         const auto append = [](std::vector<Extent>& to, const std::vector<Extent>& from) {
             to.insert(to.end(), from.begin(), from.end());
         };
@@ -221,7 +221,8 @@ public:
         append(m_failedPages, findings.failedPages);
     }
 
-    DamageMap Make()
+    /// `cutOff`: blocks that end behind the file.
+    DamageMap Make(std::span<const PlacedBlock> cutOff)
     {
         constexpr std::uint64_t kStretch = DamageMap::kStretchBytes;
         DamageMap map;
@@ -230,6 +231,8 @@ public:
         m_sound.Finish();
         map.damagedBlocks = Mark(m_failedBlocks, map);
         map.damagedPages = Mark(m_failedPages, map);
+        for (const PlacedBlock& block : cutOff)
+            map.damagedBlocks += Mark(block.Place(), map);
         for (const CSourceFile::Range& range : m_file.UnreadableRanges())
             MarkStretches(map, range.offset, range.offset + range.length, DamageMap::Stretch::Unreadable);
         return map;
@@ -248,20 +251,22 @@ private:
             MarkStretches(map, 0, m_layout.headerBytes, DamageMap::Stretch::Damaged);
     }
 
-    static BlockRecord Record(const Extent& extent) { return {0, extent.length, extent.start}; }
-
     std::uint64_t Mark(const std::vector<Extent>& failed, DamageMap& map) const
     {
         std::uint64_t count = 0;
-        for (const Extent& extent : failed) {
-            if (m_sound.Overlaps(Record(extent)) || m_allocated.IsFree(extent))
-                continue;
-            ++count;
-            // What cannot be read is damage of its own kind, and it is known where that lies.
-            if (m_file.UnreadableIn(extent.start, extent.length).empty())
-                MarkStretches(map, extent.start, extent.End(), DamageMap::Stretch::Damaged);
-        }
+        for (const Extent& extent : failed)
+            count += Mark(extent, map);
         return count;
+    }
+
+    bool Mark(const Extent& extent, DamageMap& map) const
+    {
+        if (m_sound.Overlaps(extent.start, extent.length) || m_allocated.IsFree(extent))
+            return false;
+        // What cannot be read is damage of its own kind, and it is known where that lies.
+        if (m_file.UnreadableIn(extent.start, extent.length).empty())
+            MarkStretches(map, extent.start, extent.End(), DamageMap::Stretch::Damaged);
+        return true;
     }
 
     static void MarkStretches(DamageMap& map, std::uint64_t start, std::uint64_t end,
@@ -297,11 +302,7 @@ std::optional<DamageMap> MapDamage(CSourceStore& source, const std::function<boo
     if (!complete)
         return std::nullopt;
     const auto cutOff = std::ranges::upper_bound(blocks, source.file.Size(), {}, &PlacedBlock::End);
-    WindowFindings beyondEnd;
-    for (auto block = cutOff; block != blocks.end(); ++block)
-        beyondEnd.failedBlocks.push_back(block->Place());
-    maker.Take(std::move(beyondEnd));
-    return maker.Make();
+    return maker.Make({cutOff, blocks.end()});
 }
 
 }  // namespace pastille::store

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "format/Bytes.h"
 
@@ -36,12 +37,12 @@ bool BeginsStream(std::span<const std::byte> packed)
            (std::to_integer<unsigned>(packed[0]) * 256 + std::to_integer<unsigned>(packed[1])) % 31 == 0;
 }
 
-/// The first bytes that a zlib stream holds; zeros when it is none.
-Header InflateFirst(std::span<const std::byte> packed)
+/// The first bytes that a zlib stream holds; nothing when it is none.
+std::optional<Header> InflateFirst(std::span<const std::byte> packed)
 {
-    Header header{};
     if (!BeginsStream(packed))
-        return header;
+        return std::nullopt;
+    Header header{};
     std::array<std::byte, kProbeBytes> input;
     const std::size_t size = std::min(packed.size(), input.size());
     std::copy_n(packed.begin(), size, input.begin());
@@ -50,11 +51,11 @@ Header InflateFirst(std::span<const std::byte> packed)
     stream.avail_in = static_cast<uInt>(size);
     stream.next_out = reinterpret_cast<Bytef*>(header.data());
     stream.avail_out = static_cast<uInt>(header.size());
-    if (inflateInit(&stream) == Z_OK) {
-        inflate(&stream, Z_NO_FLUSH);
-        inflateEnd(&stream);
-    }
-    return header;
+    if (inflateInit(&stream) != Z_OK)
+        return std::nullopt;
+    inflate(&stream, Z_NO_FLUSH);
+    inflateEnd(&stream);
+    return stream.avail_out == 0 ? std::optional(header) : std::nullopt;
 }
 
 bool BeginsHeapEncoded(FileKind kind, CryptMethod method, std::uint32_t bid, Header header)
@@ -75,7 +76,8 @@ bool BeginsPackedHeap(FileKind kind, CryptMethod method, std::uint32_t bid, std:
     const auto bytes = std::span(decoded).first(std::min(head.size(), decoded.size()));
     std::copy_n(head.begin(), bytes.size(), bytes.begin());
     format::DecodeBlock(method, bid, bytes);
-    return BeginsHeap(kind, InflateFirst(bytes));
+    const auto header = InflateFirst(bytes);
+    return header && BeginsHeap(kind, *header);
 }
 
 }  // namespace
@@ -103,12 +105,12 @@ std::uint8_t HeapMethods(FileKind kind, const format::VariantLayout& layout, std
 {
     const bool mayBePacked = layout.variant == format::Variant::Unicode4k;
     const Header stored = FirstBytes(head);
-    const Header unpacked = mayBePacked ? InflateFirst(head) : Header{};
+    const auto unpacked = mayBePacked ? InflateFirst(head) : std::nullopt;
     std::uint8_t methods = 0;
     for (const CryptMethod method : format::kCryptMethods) {
         if (BeginsHeapEncoded(kind, method, bid, stored) ||
-            (mayBePacked && (BeginsHeapEncoded(kind, method, bid, unpacked) ||
-                             (method != CryptMethod::None && BeginsPackedHeap(kind, method, bid, head)))))
+            (unpacked && BeginsHeapEncoded(kind, method, bid, *unpacked)) ||
+            (mayBePacked && method != CryptMethod::None && BeginsPackedHeap(kind, method, bid, head)))
             methods |= MethodBit(method);
     }
     return methods;

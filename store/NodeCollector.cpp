@@ -18,24 +18,25 @@ struct WindowNodes {
     PageFindings findings;
 };
 
-/// A leaf page is taken even with a wrong signature; a page with entries of 24 bytes only with a right one.
+/// Whether the entries of a page are read: of a leaf even with a wrong signature, of a page with entries of
+/// 24 bytes only with a right one.
 bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
                 PageFindings& findings)
 {
     const std::size_t entrySize = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset);
-    const bool isLeaf = entrySize == layout.nodeEntrySize;
-    if (!isLeaf && entrySize != kIntermediateEntrySize) {
-        ++findings.refusedEntrySize;
-        return false;
-    }
     const auto bid = page.ReadOrZero<std::uint32_t>(layout.pageBidOffset);
     const bool isSigned =
         page.ReadOrZero<std::uint16_t>(layout.signatureOffset) == format::ComputeSignature(fileOffset, bid);
-    if (!isLeaf)
+    if (entrySize == layout.nodeEntrySize) {
+        ++findings.accepted;
+        findings.wrongSignature += !isSigned;
+        return true;
+    }
+    if (entrySize != kIntermediateEntrySize && entrySize != layout.blockEntrySize)
+        ++findings.refusedEntrySize;
+    else
         ++(isSigned ? findings.index : findings.refusedSignature);
-    else if (!isSigned)
-        ++findings.wrongSignature;
-    return isLeaf || isSigned;
+    return entrySize == kIntermediateEntrySize && isSigned;
 }
 
 /// Entries are read until a zero nid or the end of the entry area; the page's own count is not believed.
@@ -67,7 +68,6 @@ WindowNodes FindNodes(const ScanWindow& window, const format::VariantLayout& lay
         if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kNbt ||
             !AcceptPage(page, layout, offset, found.findings))
             continue;
-        ++found.findings.accepted;
         found.nodes.AddPage(offset, page.ReadOrZero<std::uint32_t>(layout.pageBidOffset));
         AddEntries(page, layout, found);
     }

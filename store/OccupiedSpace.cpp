@@ -35,10 +35,10 @@ void COccupiedSpace::Finish()
     m_stretches.resize(kept);
 }
 
-bool COccupiedSpace::Overlaps(const BlockRecord& record) const
+bool COccupiedSpace::Overlaps(std::uint64_t offset, std::uint64_t length) const
 {
-    const auto next = std::ranges::upper_bound(m_stretches, record.ib, {}, &Stretch::end);
-    return next != m_stretches.end() && next->start < record.ib + record.cb;
+    const auto next = std::ranges::upper_bound(m_stretches, offset, {}, &Stretch::end);
+    return next != m_stretches.end() && next->start < offset + length;
 }
 
 }  // namespace pastille::store

@@ -16,7 +16,8 @@ public:
     void Add(const COccupiedSpace& other);
     /// Joins what overlaps. REQUIRES: called before Overlaps; more may be added afterwards.
     void Finish();
-    bool Overlaps(const BlockRecord& record) const;
+    bool Overlaps(std::uint64_t offset, std::uint64_t length) const;
+    bool Overlaps(const BlockRecord& record) const { return Overlaps(record.ib, record.cb); }
 
 private:
     struct Stretch {

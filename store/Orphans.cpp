@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <tuple>
+#include <span>
 #include <vector>
 
 #include "format/Bytes.h"
@@ -13,17 +13,13 @@
 namespace pastille::store {
 namespace {
 
-/// A block of the table that no node refers to and that may be part of an item.
+/// A block of the table that no node refers to and that may be part of an item. 16 bytes.
 struct Candidate {
-    BlockRecord block;
+    std::uint64_t ib;
+    std::uint32_t bid;
     bool isSubnodes;
     std::uint8_t heapMethods;
 };
-
-auto ByPlace(const BlockRecord& record)
-{
-    return std::tuple(record.bid, record.ib, record.cb);
-}
 
 /// Looks at the first bytes of a block whose trailer was not found.
 Candidate Look(CSourceStore& source, const BlockRecord& block)
@@ -31,13 +27,13 @@ Candidate Look(CSourceStore& source, const BlockRecord& block)
     std::array<std::byte, kProbeBytes> stored;
     const auto head = std::span(stored).first(std::min<std::size_t>(stored.size(), block.cb));
     if (source.file.Read(block.ib, head) == 0)
-        return {block, false, 0};
+        return {block.ib, block.bid, false, 0};
     const format::VariantLayout& layout = source.reader.Layout();
-    return {block, IsMessageSubnodes(layout, block.cb, format::CByteView(head)),
+    return {block.ib, block.bid, IsMessageSubnodes(layout, block.cb, format::CByteView(head)),
             HeapMethods(source.reader.Kind(), layout, block.bid, head)};
 }
 
-/// How many sound blocks begin a heap under each method.
+/// How many of the blocks that have a trailer begin a heap under each method.
 class CVotes {
 public:
     void Add(std::uint8_t methods)
@@ -76,7 +72,8 @@ bool Sort(CSourceStore& source, std::span<const TrailerBlock> trailers, const st
         if (!isKnown)
             unknown.push_back(block);
         else if (trailer->Has(TrailerBlock::kSubnodes) || trailer->HeapMethods() != 0)
-            candidates.push_back({block, trailer->Has(TrailerBlock::kSubnodes), trailer->HeapMethods()});
+            candidates.push_back(
+                {block.ib, block.bid, trailer->Has(TrailerBlock::kSubnodes), trailer->HeapMethods()});
     }
     if (source.reader.IsMethodPending())
         votes.Decide(source.reader);
@@ -85,13 +82,14 @@ bool Sort(CSourceStore& source, std::span<const TrailerBlock> trailers, const st
 
 }  // namespace
 
-void FindOrphans(CSourceStore& source, std::span<const TrailerBlock> trailers,
+void FindOrphans(CSourceStore& source, std::vector<TrailerBlock> trailers,
                  const std::function<bool()>& proceed)
 {
     std::vector<Candidate> candidates;
     std::vector<BlockRecord> unknown;
     if (!Sort(source, trailers, proceed, candidates, unknown))
         return;
+    std::vector<TrailerBlock>().swap(trailers);
     std::ranges::sort(unknown, {}, &BlockRecord::ib);
     for (const BlockRecord& block : unknown) {
         if (!proceed())
@@ -100,12 +98,12 @@ void FindOrphans(CSourceStore& source, std::span<const TrailerBlock> trailers,
         if (candidate.isSubnodes || candidate.heapMethods != 0)
             candidates.push_back(candidate);
     }
-    std::ranges::stable_sort(candidates, {}, [](const Candidate& candidate) { return candidate.block.ib; });
-    for (const auto& [block, isSubnodes, heapMethods] : candidates) {
+    std::ranges::sort(candidates, {}, &Candidate::ib);
+    for (const auto& [ib, bid, isSubnodes, heapMethods] : candidates) {
         if (isSubnodes)
-            source.orphans.push_back({0, block.bid});
+            source.orphans.push_back({0, bid});
         else if (!source.reader.IsMethodPending() && (heapMethods & MethodBit(source.reader.Method())) != 0)
-            source.orphans.push_back({block.bid, 0});
+            source.orphans.push_back({bid, 0});
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <span>
+#include <vector>
 
 namespace pastille::store {
 
@@ -19,7 +19,7 @@ struct OrphanRecord {
 /// crypt method that is not known yet is found on the way: the one under which most blocks begin a heap;
 /// without one no property context is told from other blocks. `trailers` are those of the block scan: what
 /// they tell need not be read again. `proceed` is asked before each block; false ends the search.
-void FindOrphans(CSourceStore& source, std::span<const TrailerBlock> trailers,
+void FindOrphans(CSourceStore& source, std::vector<TrailerBlock> trailers,
                  const std::function<bool()>& proceed);
 
 }  // namespace pastille::store

@@ -1,6 +1,8 @@
 #include "store/OutLook.h"
 
 #include <exception>
+#include <utility>
+#include <vector>
 
 #include "store/BlockCollector.h"
 #include "store/NodeCollector.h"
@@ -207,9 +209,11 @@ bool COutLook::BuildBlockTable(RunContext& run)
         run.state.failed = true;
         return true;
     }
+    if (!run.settings.smartScan)
+        std::vector<TrailerBlock>().swap(trailers);
     source.blocks.Finish(proceed);
     if (run.settings.smartScan)
-        FindOrphans(source, trailers, proceed);
+        FindOrphans(source, std::move(trailers), proceed);
     return true;
 }
 

@@ -7,9 +7,9 @@ namespace pastille::store {
 /// Pages of one B-tree as a scan found them, wherever they lie: a page counts when its trailer says that
 /// type.
 struct PageFindings {
-    std::uint64_t accepted = 0;        ///< pages whose entries were taken
+    std::uint64_t accepted = 0;        ///< leaves whose entries were taken
     std::uint64_t wrongSignature = 0;  ///< of the accepted ones, those taken in spite of a wrong signature
-    std::uint64_t index = 0;           ///< inner pages with a right signature; nothing depends on them
+    std::uint64_t index = 0;           ///< inner pages with a right signature; the trees are not followed
     std::uint64_t entries = 0;         ///< taken from pages, repeats included
     std::uint64_t entriesRefused = 0;  ///< whose fields cannot be true
 

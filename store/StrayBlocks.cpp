@@ -8,11 +8,6 @@
 namespace pastille::store {
 namespace {
 
-auto ByPlace(const BlockRecord& record)
-{
-    return std::tuple(record.bid, record.ib, record.cb);
-}
-
 auto TrailerPlace(const TrailerBlock& block)
 {
     return ByPlace(block.Record());
@@ -82,9 +77,11 @@ public:
             return;
         std::vector<BlockRecord> moved;
         ForEachBid([&](Blocks blocks, Named named) { ChooseMoved(blocks, named, occupied, moved); });
-        for (const BlockRecord& record : moved) {
+        for (const BlockRecord& record : moved)
             m_blocks.Prefer(record);
-            occupied.Add(record);
+        for (const TrailerBlock& block : m_trailers) {  // second copies lie somewhere, too
+            if (HasMoved(block))
+                occupied.Add(block.Record());
         }
         for (const BlockRecord& record : m_named)
             occupied.Add(record);

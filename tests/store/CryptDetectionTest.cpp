@@ -66,6 +66,17 @@ TEST(CryptDetection, FailsOnOtherBlocksAndChangesNothing)
     EXPECT_FALSE(loaded.source.reader.IsMethodPending());
 }
 
+TEST(CryptDetection, APackedBlockTellsOnlyWhenThereIsAStream)
+{
+    // Four zeros decode to the signature of a heap under this BID.
+    constexpr std::uint32_t kBid = 0xA710;
+    std::array<std::byte, 4> zeros{};
+    format::DecodeBlock(CryptMethod::Cyclic, kBid, zeros);
+    ASSERT_EQ(format::LoadLE<std::uint16_t>(zeros, 2), 0xBCEC);
+    const Bytes text(100, std::byte{'x'});
+    EXPECT_EQ(store::HeapMethods(store::FileKind::Ost, format::kUnicode4kLayout, kBid, text), 0);
+}
+
 TEST(BlockContents, HeapsStayAsTheyAreAndStreamsInflate)
 {
     StoreFormat format;

@@ -40,7 +40,7 @@ std::map<std::uint32_t, std::uint64_t> Settle(const std::vector<BlockRecord>& na
                              blocks, findings);
     blocks.Finish();
     std::map<std::uint32_t, std::uint64_t> places;
-    for (std::uint32_t bid = 4; bid <= 48; bid += 4)
+    for (std::uint32_t bid = 4; bid <= 52; bid += 4)
         places[bid] = blocks.Find(bid).value_or(BlockRecord{}).ib;
     std::uint64_t strays = 0;
     for (const auto& [bid, place] : places)
