@@ -61,9 +61,9 @@ TEST(StrayBlocks, AnOldTrailerBehindReusedSpaceIsNoBlock)
                                     {{32, 100, 0x5020}, kMoved},
                                     {{36, 100, 0x5000}, kDoubtful},
                                     {{40, 100, 0x7000}, kDoubtful},
-                                    {{44, 100, 0x20100}, kMoved},    // in a page
-                                    {{48, 100, 0x201F0}, kDamaged},  // its beginning is a page
-                                    {{8, 100, 0x9000}, kMoved},      // a second copy of block 8 ...
+                                    {{44, 100, 0x20100}, kMoved},     // in a page
+                                    {{48, 100, 0x201F0}, kDamaged},   // its beginning is a page
+                                    {{8, 100, 0x9000}, kMoved},       // a second copy of block 8 ...
                                     {{52, 100, 0x9020}, kDamaged}});  // ... lies in it
     for (const std::uint32_t bid : {12, 16, 20, 28, 36, 44, 48, 52})
         EXPECT_EQ(places.at(bid), 0u) << bid;
