@@ -29,6 +29,14 @@ void WriteFailure(CommandContext& context, const std::string& message)
     WriteJson(context.out, report);
 }
 
+/// The command is the first argument that is no option.
+bool IsCommand(const std::vector<std::string>& arguments, std::string_view name)
+{
+    const auto command = std::ranges::find_if(
+        arguments, [](const std::string& argument) { return !argument.starts_with('-'); });
+    return command != arguments.end() && *command == name;
+}
+
 /// Help and version go to the output stream, complaints to the error stream.
 ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& error, bool asJson, bool isScan,
                             CommandContext& context)
@@ -66,7 +74,7 @@ try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
         return AnswerParseError(program, error, std::ranges::count(arguments, "--json") != 0,
-                                std::ranges::count(arguments, "scan") != 0, context);
+                                IsCommand(arguments, "scan"), context);
     }
     const auto chosen =
         std::ranges::find_if(commands, [](const auto& command) { return command->IsChosen(); });

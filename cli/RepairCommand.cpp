@@ -73,8 +73,7 @@ ExitStatus CRepairCommand::Execute(CommandContext& context)
         Repair(context, display, report);
         report.messages = display.Texts();
     }
-    m_options.WriteReport(context, report);
-    return StatusCode(report.status);
+    return m_options.WriteReport(context, report);
 }
 
 void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const

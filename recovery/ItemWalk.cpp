@@ -66,7 +66,6 @@ bool CItemWalk::WalkOrphans()
 {
     m_orphanMode = true;
     Guarded([&] { m_placement.OpenOrphanFolder(); });
-    const std::uint64_t before = m_recovery.figures.Items();
     for (const store::OrphanRecord& orphan : m_run.source.orphans) {
         if (m_run.state.MustStop())
             return false;
@@ -74,7 +73,6 @@ bool CItemWalk::WalkOrphans()
             m_placement.OpenOrphanFolder();
             ProcessNode(orphan.bidData, orphan.bidSub, 0);
         });
-        m_recovery.figures.orphanItems = m_recovery.figures.Items() - before;
         ReportProgress();
     }
     return !m_run.state.MustStop();

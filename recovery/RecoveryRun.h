@@ -18,7 +18,6 @@ struct RecoveryFigures {
     std::uint64_t folders = 0;                         ///< of the source, that exist in the new store
     std::uint64_t foldersCreated = 0;                  ///< of these, the ones that the run had to make
     std::array<std::uint64_t, kItemFamilies> items{};  ///< saved, by ItemFamily; without embedded messages
-    std::uint64_t orphanItems = 0;                     ///< of these, the ones that no node referred to
     std::uint64_t attachments = 0;                     ///< files attached, pictures of contacts included
     std::uint64_t embeddedMessages = 0;                ///< items attached to other items
 

@@ -108,6 +108,8 @@ void CSurvey::RecoverItems(store::RunContext& run)
 bool CSurvey::CountItems(store::RunContext& run, SurveyFindings& findings)
 {
     for (const FolderRecord& folder : m_folders.Records()) {
+        if (IsFull())
+            break;  // paths are long to build, too
         const auto path = m_folders.Path(folder.nodeId);
         if (path && !path->empty())
             FolderAt(*path, findings);
@@ -193,10 +195,10 @@ void CSurvey::AddItem(std::size_t folder, const std::u16string& messageClass, It
 /// number of characters the rest is one folder.
 std::size_t CSurvey::FolderAt(std::u16string path, SurveyFindings& findings)
 {
-    constexpr std::size_t kLongestShown = 1000, kEndShown = 700, kMostCharacters = 4'000'000;
+    constexpr std::size_t kLongestShown = 1000, kEndShown = 700;
     if (path.size() > kLongestShown)
         path = path.substr(0, kLongestShown - kEndShown) + u"..." + path.substr(path.size() - kEndShown);
-    if (m_folderCharacters >= kMostCharacters && !m_folderIndex.contains(path))
+    if (IsFull() && !m_folderIndex.contains(path))
         path = u"\\...";
     const auto [known, isNew] = m_folderIndex.emplace(path, findings.folders.size());
     if (isNew) {

@@ -77,6 +77,8 @@ private:
     static void AddItem(std::size_t folder, const std::u16string& messageClass, ItemFamily family,
                         SurveyFindings& findings);
     std::size_t FolderAt(std::u16string path, SurveyFindings& findings);
+    /// True when no more folders are told apart.
+    bool IsFull() const { return m_folderCharacters >= 4'000'000; }
 
     CFolderList m_folders;
     std::unordered_map<std::u16string, std::size_t> m_folderIndex;

@@ -1,5 +1,6 @@
 #include "store/BlockCollector.h"
 
+#include <span>
 #include <utility>
 
 #include "format/Bytes.h"
@@ -25,17 +26,23 @@ struct WindowBlocks {
     PageFindings findings;
 };
 
+format::BlockEntry EntryAt(format::CByteView page, const format::VariantLayout& layout, std::size_t index)
+{
+    const auto bytes = page.Sub(index * layout.blockEntrySize, layout.blockEntrySize);
+    return format::DecodeBlockEntry(layout, bytes.value_or(format::CByteView()))
+        .value_or(format::BlockEntry());
+}
+
 /// What a leaf has in it and an inner page has not: places and sizes of blocks.
 bool HoldsBlockEntries(format::CByteView page, const format::VariantLayout& layout, std::size_t count)
 {
-    bool holds = count != 0;
-    for (std::size_t i = 0; i < count && holds; ++i) {
-        const std::size_t at = i * layout.blockEntrySize;
-        const std::uint64_t ib = page.ReadKey(at + layout.keyWidth, layout.keyWidth).value_or(0);
-        const std::size_t cb = page.ReadOrZero<std::uint16_t>(at + 2 * layout.keyWidth);
-        holds = ib != 0 && ib % layout.blockAlignment == 0 && cb != 0 && cb <= layout.largestBlock;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto [reference, size, inflatedSize, references] = EntryAt(page, layout, i);
+        if (reference.offset == 0 || reference.offset % layout.blockAlignment != 0 || size == 0 ||
+            size > layout.largestBlock)
+            return false;
     }
-    return holds;
+    return count != 0;
 }
 
 /// Whether a page with the type word of the BBT gives entries; the reason goes to the findings when not.
@@ -66,18 +73,15 @@ bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std
 void AddEntries(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileSize,
                 WindowBlocks& found)
 {
-    const std::size_t width = layout.keyWidth;
     const std::size_t count = page.ReadOrZero<std::uint8_t>(layout.countOffset);
     for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t at = i * layout.blockEntrySize;
-        const std::uint64_t bid = page.ReadKey(at, width).value_or(0);
-        const std::uint64_t ib = page.ReadKey(at + width, width).value_or(0);
-        const std::uint32_t cb = page.ReadOrZero<std::uint16_t>(at + 2 * width);
-        if (bid == 0 || ib == 0 || cb == 0 || cb > kLargestBlock || ib >= fileSize || ib % kSlotBytes != 0) {
+        const auto [reference, size, inflatedSize, references] = EntryAt(page, layout, i);
+        if (reference.bid == 0 || reference.offset == 0 || size == 0 || size > kLargestBlock ||
+            reference.offset >= fileSize || reference.offset % kSlotBytes != 0) {
             found.findings.entriesRefused += count - i;
             return;
         }
-        found.records.push_back({static_cast<std::uint32_t>(bid), cb, ib});
+        found.records.push_back({static_cast<std::uint32_t>(reference.bid), size, reference.offset});
         ++found.findings.entries;
     }
 }
@@ -93,10 +97,8 @@ public:
     WindowBlocks operator()(const ScanWindow& window) const
     {
         WindowBlocks found;
-        const TrailerOptions options{m_options.smartScan, m_options.kind};
-        CTrailerSearch search(window, m_layout, options, m_fileSize);
+        CTrailerSearch search(window, m_layout, m_options, m_fileSize);
         const std::uint64_t end = window.start + window.transferred;
-        std::vector<TrailerBlock> trailers;
         for (std::uint64_t offset = window.start; offset < end; offset += m_layout.pageSize) {
             const format::CByteView page = window.At(offset, m_layout.pageSize);
             if (page.ReadOrZero<std::uint16_t>(m_layout.typeOffset) == format::pageword::kBbt &&
@@ -108,23 +110,21 @@ public:
                 continue;
             }
             // The trailer may be all that blocks have left of an old page.
-            trailers.clear();
-            search.SearchPage(offset, trailers);
-            AddTrailers(trailers, found);
+            const std::size_t before = found.trailers.size();
+            search.SearchPage(offset, found.trailers);
+            if (!m_layout.wide)
+                AppendSigned(std::span(found.trailers).subspan(before), found.records);
         }
         return found;
     }
 
 private:
     /// In narrow files a signature is all that a trailer is asked for, and its record counts like a table's.
-    void AddTrailers(const std::vector<TrailerBlock>& trailers, WindowBlocks& found) const
+    static void AppendSigned(std::span<const TrailerBlock> trailers, std::vector<BlockRecord>& records)
     {
-        found.trailers.insert(found.trailers.end(), trailers.begin(), trailers.end());
-        if (m_layout.wide)
-            return;
         for (const TrailerBlock& block : trailers) {
             if (block.Has(TrailerBlock::kSigned))
-                found.records.push_back(block.Record());
+                records.push_back(block.Record());
         }
     }
 

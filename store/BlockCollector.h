@@ -12,11 +12,6 @@
 
 namespace pastille::store {
 
-struct BlockScanOptions {
-    bool smartScan = false;
-    FileKind kind = FileKind::Unknown;
-};
-
 /// Collects the entries of every page that looks like a BBT leaf into `blocks`, and from every page that is
 /// not sound as a page the blocks whose trailers stand in it; the caller finishes the table. `proceed` is
 /// asked after each 4096 bytes with the offset reached; false ends the scan. Returns false when it was ended

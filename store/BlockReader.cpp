@@ -1,11 +1,10 @@
 #include "store/BlockReader.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <array>
 
 #include "format/Bytes.h"
+#include "store/Inflate.h"
 
 namespace pastille::store {
 namespace {
@@ -36,17 +35,9 @@ bool BeginsTreeBlock(std::span<const std::byte> bytes)
 bool InflateStream(CBlockReader::Buffer& bytes, bool whole)
 {
     static thread_local CBlockReader::Buffer output(kLargestInflated);
-    z_stream stream{};
-    stream.next_in = reinterpret_cast<Bytef*>(bytes.data());
-    stream.avail_in = static_cast<uInt>(std::min(bytes.size(), kLargestPacked));
-    stream.next_out = reinterpret_cast<Bytef*>(output.data());
-    stream.avail_out = static_cast<uInt>(output.size());
-    if (inflateInit(&stream) != Z_OK)
-        return false;
-    const int result = inflate(&stream, Z_NO_FLUSH);
-    const std::size_t produced = output.size() - stream.avail_out;
-    inflateEnd(&stream);
-    if (produced == 0 || (whole && result != Z_STREAM_END))
+    const auto packed = std::span(bytes).first(std::min(bytes.size(), kLargestPacked));
+    const auto [produced, isWhole] = store::Inflate(packed, output);
+    if (produced == 0 || (whole && !isWhole))
         return false;
     bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));
     return true;

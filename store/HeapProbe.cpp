@@ -1,12 +1,11 @@
 #include "store/HeapProbe.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <array>
 #include <optional>
 
 #include "format/Bytes.h"
+#include "store/Inflate.h"
 
 namespace pastille::store {
 namespace {
@@ -43,19 +42,9 @@ std::optional<Header> InflateFirst(std::span<const std::byte> packed)
     if (!BeginsStream(packed))
         return std::nullopt;
     Header header{};
-    std::array<std::byte, kProbeBytes> input;
-    const std::size_t size = std::min(packed.size(), input.size());
-    std::copy_n(packed.begin(), size, input.begin());
-    z_stream stream{};
-    stream.next_in = reinterpret_cast<Bytef*>(input.data());
-    stream.avail_in = static_cast<uInt>(size);
-    stream.next_out = reinterpret_cast<Bytef*>(header.data());
-    stream.avail_out = static_cast<uInt>(header.size());
-    if (inflateInit(&stream) != Z_OK)
-        return std::nullopt;
-    inflate(&stream, Z_NO_FLUSH);
-    inflateEnd(&stream);
-    return stream.avail_out == 0 ? std::optional(header) : std::nullopt;
+    return Inflate(packed.first(std::min(packed.size(), kProbeBytes)), header).produced == header.size()
+               ? std::optional(header)
+               : std::nullopt;
 }
 
 bool BeginsHeapEncoded(FileKind kind, CryptMethod method, std::uint32_t bid, Header header)

@@ -4,6 +4,7 @@
 
 #include "format/Bytes.h"
 #include "format/Checksum.h"
+#include "format/Page.h"
 #include "store/WindowScan.h"
 
 namespace pastille::store {
@@ -42,16 +43,15 @@ bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std
 /// Entries are read until a zero nid or the end of the entry area; the page's own count is not believed.
 void AddEntries(format::CByteView page, const format::VariantLayout& layout, WindowNodes& found)
 {
-    const std::size_t width = layout.keyWidth;
     for (std::size_t at = 0; at < layout.entryAreaEnd; at += layout.nodeEntrySize) {
-        const auto nid = page.ReadOrZero<std::uint32_t>(at);
-        const auto bidData = page.ReadOrZero<std::uint32_t>(at + width);
-        const auto bidSub = page.ReadOrZero<std::uint32_t>(at + 2 * width);
-        const auto nidParent = page.ReadOrZero<std::uint32_t>(at + 3 * width);
-        if (nid == 0)
+        const auto bytes = page.Sub(at, layout.nodeEntrySize);
+        const auto entry = bytes ? format::DecodeNodeEntry(layout, *bytes) : std::nullopt;
+        if (!entry || static_cast<std::uint32_t>(entry->nid) == 0)
             return;
-        if (bidData < kValueLimit && bidSub < kValueLimit && nidParent < kValueLimit) {
-            found.nodes.Append(nid, bidData, bidSub, nidParent);
+        const auto bidData = static_cast<std::uint32_t>(entry->bidData);
+        const auto bidSub = static_cast<std::uint32_t>(entry->bidSub);
+        if (bidData < kValueLimit && bidSub < kValueLimit && entry->nidParent < kValueLimit) {
+            found.nodes.Append(static_cast<std::uint32_t>(entry->nid), bidData, bidSub, entry->nidParent);
             ++found.findings.entries;
         } else {
             ++found.findings.entriesRefused;

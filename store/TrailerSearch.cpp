@@ -37,7 +37,7 @@ bool IsMessageSubnodes(const format::VariantLayout& layout, std::uint32_t cb, fo
 }
 
 CTrailerSearch::CTrailerSearch(const ScanWindow& window, const format::VariantLayout& layout,
-                               const TrailerOptions& options, std::uint64_t fileSize)
+                               const BlockScanOptions& options, std::uint64_t fileSize)
     : m_window(window),
       m_layout(layout),
       m_options(options),

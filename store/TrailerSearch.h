@@ -47,9 +47,8 @@ static_assert(sizeof(TrailerBlock) == 12);
 /// message's subnodes. `head` are its first stored bytes. [MS-PST] 2.2.2.8.3.3.1
 bool IsMessageSubnodes(const format::VariantLayout& layout, std::uint32_t cb, format::CByteView head);
 
-/// How trailers are searched for.
-struct TrailerOptions {
-    bool smartScan = false;  ///< also those whose signature is wrong; looks into the blocks
+struct BlockScanOptions {
+    bool smartScan = false;  ///< also finds trailers whose signature is wrong, and looks into the blocks
     FileKind kind = FileKind::Unknown;
 };
 
@@ -59,7 +58,7 @@ class CTrailerSearch {
 public:
     /// The window and the layout must outlive this object.
     CTrailerSearch(const ScanWindow& window, const format::VariantLayout& layout,
-                   const TrailerOptions& options, std::uint64_t fileSize);
+                   const BlockScanOptions& options, std::uint64_t fileSize);
 
     /// Looks at the slots of one page of the window, adding what it finds. Pages must not go back.
     void SearchPage(std::uint64_t offset, std::vector<TrailerBlock>& found);
@@ -86,7 +85,7 @@ private:
 
     const ScanWindow& m_window;
     const format::VariantLayout& m_layout;
-    TrailerOptions m_options;
+    BlockScanOptions m_options;
     std::uint64_t m_fileSize;
     std::uint64_t m_firstBlock;
     std::size_t m_trailerOffset;   ///< of a trailer in the slot that it begins in: it ends on a slot border

@@ -1,0 +1,26 @@
+#include "check/Finding.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace pastille::check {
+
+void CFindings::Add(const Rule& rule, std::string place, std::string detail)
+{
+    auto count = std::ranges::find(m_counts, &rule, &RuleCount::rule);
+    if (count == m_counts.end())
+        count = m_counts.insert(m_counts.end(), {&rule, 0});
+    if (++count->count <= kMostPerRule)
+        m_kept.push_back({&rule, std::move(place), std::move(detail)});
+}
+
+std::uint64_t CFindings::Count(Severity severity) const
+{
+    std::uint64_t total = 0;
+    for (const RuleCount& count : m_counts)
+        if (count.rule->severity == severity)
+            total += count.count;
+    return total;
+}
+
+}  // namespace pastille::check
