@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Sourced by the scripts here, which have gone to the root of the source before.
 
-# prepare: builds the programs with optimisation. Sets program, maker, and work: a folder in memory that is gone
+# prepare [TARGET...]: builds the programs, and these, with optimisation. Sets program, maker, and work: a folder in memory that is gone
 # when the script ends.
 prepare() {
     # shellcheck source=cmake/packages.sh
@@ -10,7 +10,7 @@ prepare() {
 
     local build=build/bench
     [[ -f $build/build.ninja ]] || cmake --preset bench >&2
-    ninja --quiet -C "$build" pastille store_maker | sed '/^ninja: no work to do\.$/d' >&2
+    ninja --quiet -C "$build" pastille store_maker "$@" | sed '/^ninja: no work to do\.$/d' >&2
     if ! grep -q '^CMAKE_BUILD_TYPE:[A-Z]*=Release$' "$build/CMakeCache.txt" ||
         grep -q '^PASTILLE_SANITIZE:[A-Z]*=\(ON\|1\|TRUE\)$' "$build/CMakeCache.txt"; then
         printf 'Only a release build without sanitizers is worth measuring; %s is none.\n' "$build" >&2

@@ -16,8 +16,9 @@
 namespace pastille::check {
 
 /// The node database of a store as its header, trees and blocks give it, for the checks of what lies above.
-/// What cannot be read is not there; why, has been noted as a finding by then, once for each page and block.
-/// Memory: about 32 bytes for each block and 24 for each node. [MS-PST] 2.2
+/// What cannot be read is not there; why, Open and CheckReferences note, once for each page and block, and
+/// the operations that read say nothing more. Memory: about 48 bytes for each block and 24 for each node, and
+/// what 64 blocks hold. [MS-PST] 2.2
 class CDatabase {
 public:
     struct Node {
@@ -36,8 +37,8 @@ public:
     CDatabase(platform::IByteSource& source, IFindings& findings);
     ~CDatabase();
 
-    /// Reads the header, both trees, every block's trailer. False when the file is no store that could be
-    /// checked at all; nothing else may be asked then.
+    /// Reads the header, both trees, every block with its trailer. False when the file is no store that could
+    /// be checked at all: no header, or a tree without a root. Nothing else may be asked then.
     bool Open();
 
     const format::VariantLayout& Layout() const;
@@ -46,6 +47,8 @@ public:
     /// All nodes by rising NID, each once.
     std::span<const Node> Nodes() const;
     const Node* FindNode(std::uint32_t nid) const;
+    /// False when a page of the node tree could not be read: nodes that something refers to may be missing.
+    bool HasAllNodes() const;
 
     /// The decoded bytes of a block; nullptr when it is not there or not sound.
     format::SharedBytes ReadBlock(std::uint64_t bid);
@@ -69,11 +72,14 @@ public:
         std::uint64_t m_size;
     };
     std::optional<CDataTree> OpenData(std::uint64_t bid);
-    /// The subnodes directly below a subnode tree's root by rising NID; what can be read of them.
+    /// The subnodes directly below a subnode tree's root by rising NID, each once; what can be read of them,
+    /// and none of a tree that contains itself. The same tree may be below many nodes, and as deep as blocks
+    /// last.
     std::vector<Subnode> Subnodes(std::uint64_t bidSub);
 
     /// Counts what the nodes refer to, compares it with each block's cRef and the allocation maps with what
-    /// is used, and the header's counters with what they have to be above.
+    /// is used, and the header's counters with what they have to be above. Comes before the checks of what
+    /// lies above: it finds the subnode trees that contain themselves.
     void CheckReferences();
 
 private:

@@ -1,9 +1,21 @@
 #include "check/Finding.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <utility>
 
 namespace pastille::check {
+
+std::string Hex(std::uint64_t number)
+{
+    std::array<char, 16> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), number, 16).ptr;
+    std::string text = "0x";
+    for (auto at = digits.begin(); at != end; ++at)
+        text += static_cast<char>(*at >= 'a' ? *at - 'a' + 'A' : *at);
+    return text;
+}
 
 void CFindings::Add(const Rule& rule, std::string place, std::string detail)
 {

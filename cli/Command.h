@@ -17,9 +17,10 @@ namespace pastille::cli {
 /// What the process returns.
 enum class ExitStatus : int {
     Done = 0,
-    Failed = 1,   ///< the run failed; its message is on the error stream
-    Usage = 2,    ///< the command line was wrong; nothing was done
-    Stopped = 3,  ///< the run was stopped by a signal; what was written so far stays
+    Failed = 1,          ///< the run failed; its message is on the error stream
+    Usage = 2,           ///< the command line was wrong; nothing was done
+    Stopped = 3,         ///< the run was stopped by a signal; what was written so far stays
+    Unreadable = Usage,  ///< the file to be checked cannot be opened, or is no store
 };
 
 /// What a command works with. Everything outlives the command.

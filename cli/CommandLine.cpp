@@ -1,5 +1,9 @@
 #include "cli/CommandLine.h"
 
+#include "cli/CheckCommand.h"
+#include "cli/CheckReport.h"
+#include "cli/ListCommand.h"
+#include "cli/ListReport.h"
 #include "cli/RepairCommand.h"
 #include "cli/RunReport.h"
 #include "cli/ScanCommand.h"
@@ -30,16 +34,16 @@ void WriteFailure(CommandContext& context, const std::string& message)
 }
 
 /// The command is the first argument that is no option.
-bool IsCommand(const std::vector<std::string>& arguments, std::string_view name)
+std::string CommandOf(const std::vector<std::string>& arguments)
 {
     const auto command = std::ranges::find_if(
         arguments, [](const std::string& argument) { return !argument.starts_with('-'); });
-    return command != arguments.end() && *command == name;
+    return command != arguments.end() ? *command : std::string();
 }
 
 /// Help and version go to the output stream, complaints to the error stream.
-ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& error, bool asJson, bool isScan,
-                            CommandContext& context)
+ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& error,
+                            const std::vector<std::string>& arguments, CommandContext& context)
 {
     std::ostringstream answer;
     std::ostringstream complaint;
@@ -48,9 +52,16 @@ ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& erro
         return ExitStatus::Done;
     }
     context.err << Printable(complaint.str(), LineBreaks::Keep) << std::flush;
-    if (asJson && isScan)
+    if (std::ranges::count(arguments, "--json") == 0)
+        return ExitStatus::Usage;
+    const std::string command = CommandOf(arguments);
+    if (command == "scan")
         WriteFailure<ScanReport>(context, error.what());
-    else if (asJson)
+    else if (command == "check")
+        WriteFailure<CheckReport>(context, error.what());
+    else if (command == "list")
+        WriteListFailure(context.out, error.what());
+    else
         WriteFailure<RunReport>(context, error.what());
     return ExitStatus::Usage;
 }
@@ -67,14 +78,15 @@ try {
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CRepairCommand>());
     commands.push_back(std::make_unique<CScanCommand>());
+    commands.push_back(std::make_unique<CListCommand>());
+    commands.push_back(std::make_unique<CCheckCommand>());
     for (const auto& command : commands)
         command->Declare(program);
 
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::ParseError& error) {
-        return AnswerParseError(program, error, std::ranges::count(arguments, "--json") != 0,
-                                IsCommand(arguments, "scan"), context);
+        return AnswerParseError(program, error, arguments, context);
     }
     const auto chosen =
         std::ranges::find_if(commands, [](const auto& command) { return command->IsChosen(); });

@@ -1,5 +1,6 @@
 #include "cli/RepairCommand.h"
 
+#include "cli/CheckReport.h"
 #include "cli/RunDisplay.h"
 #include "cli/RunReport.h"
 #include "cli/StopSignals.h"
@@ -34,7 +35,13 @@ void Conclude(CommandContext& context, const platform::RunState& state, CRunDisp
         return;
     report.outputPath = ExistingOrEmpty(state.outputPath);
     report.logPath = ExistingOrEmpty(state.logPath);
-    if (report.status == RunStatus::Failed || state.outputPath.empty())
+    if (report.status == RunStatus::Failed) {
+        // No items counted: there is no store, or it cannot be read.
+        if (auto left = display.Summary().Count(context.component, state); left.total != 0)
+            report.summary = std::move(left);
+        return;
+    }
+    if (state.outputPath.empty())
         return;
     auto counts = display.Summary().Write(context.component, context.fileSystem, state,
                                           [] { return std::chrono::system_clock::now(); });
@@ -58,6 +65,7 @@ void CRepairCommand::Declare(CLI::App& program)
         ->required()
         ->check(RefuseEmpty)
         ->option_text("FOLDER REQUIRED");
+    m_command->add_flag("--verify", m_verify, "Check the new store in the end, as the command check does");
 }
 
 bool CRepairCommand::IsChosen() const
@@ -71,6 +79,8 @@ ExitStatus CRepairCommand::Execute(CommandContext& context)
     {
         CRunDisplay display(context.err, m_options.ProgressMode(context));
         Repair(context, display, report);
+        if (m_verify)
+            Verify(context, display, report);
         report.messages = display.Texts();
     }
     return m_options.WriteReport(context, report);
@@ -91,6 +101,8 @@ void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunRe
             report.figures = engine.Figures();
         if (display.LastPhase() > kSetUpPhase)
             report.folders = recovery.Figures().folders;
+        if (recovery.Failure())
+            report.reason = ReasonText(*recovery.Failure());
     } catch (const std::exception& error) {
         display.ShowError(error.what());
     }
@@ -98,6 +110,18 @@ void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunRe
     if (report.status == RunStatus::Failed && display.Texts().empty())
         display.ShowError("The run ended without a result.");
     Conclude(context, state, display, report);
+}
+
+void CRepairCommand::Verify(CommandContext& context, CRunDisplay& display, RunReport& report) const
+{
+    if (report.outputPath.empty())
+        return;
+    report.check = CheckFile(context.fileSystem, report.outputPath);
+    if (report.check->status != CheckReport::Status::Errors &&
+        report.check->status != CheckReport::Status::Unreadable)
+        return;
+    display.ShowError("The new store is not sound: " + Summary(*report.check));
+    report.status = RunStatus::Failed;
 }
 
 }  // namespace pastille::cli

@@ -10,7 +10,8 @@ namespace pastille::cli {
 class CRunDisplay;
 struct RunReport;
 
-/// `repair SOURCE --to FOLDER`: one run, then its summary.
+/// `repair SOURCE --to FOLDER`: one run, then its summary, and the check of the new store when it is asked
+/// for.
 class CRepairCommand final : public ICommand {
 public:
     void Declare(CLI::App& program) override;
@@ -19,10 +20,12 @@ public:
 
 private:
     void Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const;
+    void Verify(CommandContext& context, CRunDisplay& display, RunReport& report) const;
 
     CLI::App* m_command = nullptr;  ///< owned by the program
     RunOptions m_options;
     std::string m_destination;
+    bool m_verify = false;
 };
 
 }  // namespace pastille::cli

@@ -9,14 +9,6 @@
 #include <system_error>
 
 namespace pastille::cli {
-namespace {
-
-std::string RefuseUnknownCodePage(const std::string& name)
-{
-    return platform::CCodePage::IsKnown(name) ? "" : "The code page \"" + name + "\" is not known.";
-}
-
-}  // namespace
 
 void RunOptions::Declare(CLI::App& command)
 {
@@ -46,6 +38,11 @@ CProgressLine::Mode RunOptions::ProgressMode(const CommandContext& context) cons
     if (quiet)
         return CProgressLine::Mode::Silent;
     return context.errIsTerminal ? CProgressLine::Mode::InPlace : CProgressLine::Mode::LinePerPhase;
+}
+
+std::string RefuseUnknownCodePage(const std::string& name)
+{
+    return platform::CCodePage::IsKnown(name) ? "" : "The code page \"" + name + "\" is not known.";
 }
 
 std::string RefuseEmpty(const std::string& text)

@@ -44,8 +44,9 @@ struct RunOptions {
     }
 };
 
-/// Complaints about an argument, "" when there is nothing to complain about.
+// Complaints about an argument, "" when there is nothing to complain about.
 std::string RefuseEmpty(const std::string& text);
+std::string RefuseUnknownCodePage(const std::string& name);
 
 /// The log and the messages name whole paths. ".." stays: after a symbolic link it is not the folder before.
 std::filesystem::path WholePath(const std::filesystem::path& path);

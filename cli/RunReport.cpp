@@ -80,6 +80,10 @@ void WriteText(std::ostream& out, const RunReport& report)
             out << std::left << std::setw(14) << (std::string(count.label) + " :")
                 << (*report.summary).*count.value << '\n';
     }
+    if (report.check) {
+        out << "\nCheck:\n";
+        WriteText(out, *report.check);
+    }
     out << std::flush;
 }
 
@@ -87,6 +91,7 @@ void WriteJson(std::ostream& out, const RunReport& report)
 {
     Json object = Json::object();
     object["status"] = StatusText(report.status);
+    object["reason"] = report.reason == nullptr ? Json(nullptr) : Json(report.reason);
     object["messages"] = report.messages;
     object["source"] = PathOrNull(report.sourcePath);
     object["output"] = PathOrNull(report.outputPath);
@@ -94,6 +99,7 @@ void WriteJson(std::ostream& out, const RunReport& report)
     object["folders"] = report.folders ? Json(*report.folders) : Json(nullptr);
     AddSummary(object, report.summary);
     AddFigures(object, report.figures);
+    object["check"] = report.check ? Json::parse(JsonText(*report.check)) : Json(nullptr);
     out << object.dump(2, ' ', true, Json::error_handler_t::replace) << std::endl;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/CheckReport.h"
 #include "cli/RunStatus.h"
 #include "recovery/RunSummary.h"
 #include "store/OutLook.h"
@@ -16,6 +17,7 @@ namespace pastille::cli {
 /// What the command line tells of a run after it.
 struct RunReport {
     RunStatus status = RunStatus::Failed;
+    const char* reason = nullptr;       ///< what of the new store ended the run early, see ReasonText
     std::vector<std::string> messages;  ///< texts shown, UTF-8, in order
     std::filesystem::path sourcePath;
     std::filesystem::path outputPath;  ///< empty when the run did not come so far; likewise below
@@ -23,6 +25,7 @@ struct RunReport {
     std::optional<store::RunFigures> figures;        ///< once the source was recognised
     std::optional<std::uint64_t> folders;            ///< of the source, that exist in the new store
     std::optional<recovery::SummaryCounts> summary;  ///< when the new store could be counted
+    std::optional<CheckReport> check;                ///< of the new store, when that was asked for
 };
 
 /// For people: where the result lies and what it holds.

@@ -15,6 +15,18 @@ const char* StatusText(RunStatus status)
     return "failed";
 }
 
+const char* ReasonText(writer::HRESULT failure)
+{
+    switch (failure) {
+        case writer::E_MEDIUMFULL:
+            return "no-room";
+        case writer::E_WRITEFAULT:
+            return "write-error";
+        default:
+            return "component-error";
+    }
+}
+
 const char* VariantText(format::Variant variant)
 {
     switch (variant) {

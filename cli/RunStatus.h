@@ -2,6 +2,7 @@
 
 #include "format/Crypt.h"
 #include "format/Layout.h"
+#include "writer/ComError.h"
 
 namespace pastille::cli {
 
@@ -9,6 +10,7 @@ enum class RunStatus { Done, Failed, Stopped };
 
 // Names as the reports' JSON has them.
 const char* StatusText(RunStatus status);
+const char* ReasonText(writer::HRESULT failure);
 const char* VariantText(format::Variant variant);
 const char* CryptMethodText(format::CryptMethod method);
 

@@ -74,6 +74,25 @@ std::string Printable(std::string_view text, LineBreaks lineBreaks)
     return out;
 }
 
+std::string PrintableJson(std::string_view json)
+{
+    std::string out;
+    out.reserve(json.size());
+    while (!json.empty()) {
+        const Decoded first = DecodeFirst(json);
+        const std::size_t length = first.length == 0 ? 1 : first.length;
+        if (first.length == 0 || IsHarmless(first.codePoint)) {
+            out += json.substr(0, length);
+        } else {
+            std::array<char, 8> escape{};
+            std::snprintf(escape.data(), escape.size(), "\\u%04X", static_cast<unsigned>(first.codePoint));
+            out += escape.data();
+        }
+        json.remove_prefix(length);
+    }
+    return out;
+}
+
 std::string ElapsedText(std::chrono::steady_clock::duration elapsed)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();

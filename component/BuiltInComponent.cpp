@@ -6,6 +6,7 @@
 #include "component/Folder.h"
 #include "component/Guard.h"
 #include "component/SessionState.h"
+#include "platform/Text.h"
 
 namespace pastille::component {
 namespace {
@@ -75,6 +76,18 @@ public:
             return MakeStore(m_state->AddStore(path, TextOf(displayName)));
         });
     }
+    CRef<IMessageStore> OpenPstStore(const std::filesystem::path& path,
+                                     const writer::Variant& codePage) override
+    {
+        return Guarded<IStoreList>([&] {
+            const bool isUsual = std::holds_alternative<writer::Missing>(codePage);
+            const std::string name =
+                isUsual ? pst::CPstStore::kUsualCodePage : platform::ToUtf8(TextOf(codePage));
+            if (!platform::CCodePage::IsKnown(name))
+                throw CStoreError(Refusal::BadArgument);
+            return MakeStore(m_state->OpenStore(path, name));
+        });
+    }
 
 private:
     std::shared_ptr<CSessionState> m_state;
@@ -112,8 +125,9 @@ class CAuxiliary final : public writer::IStoreAuxiliary {};
 
 }  // namespace
 
-CBuiltInComponent::CBuiltInComponent(platform::IFileSystem& files, std::filesystem::path profileFolder)
-    : m_files(files), m_profileFolder(std::move(profileFolder))
+CBuiltInComponent::CBuiltInComponent(platform::IFileSystem& files, std::filesystem::path profileFolder,
+                                     pst::CheckpointPolicy checkpoints)
+    : m_files(files), m_profileFolder(std::move(profileFolder)), m_checkpoints(checkpoints)
 {
 }
 
@@ -125,7 +139,7 @@ CRef<IStoreProfiles> CBuiltInComponent::CreateProfiles()
 CRef<IStoreSession> CBuiltInComponent::CreateSession()
 {
     return CRef<IStoreSession>(
-        std::make_shared<CSession>(std::make_shared<CSessionState>(m_files, m_profileFolder)));
+        std::make_shared<CSession>(std::make_shared<CSessionState>(m_files, m_profileFolder, m_checkpoints)));
 }
 
 CRef<writer::IStoreAuxiliary> CBuiltInComponent::CreateAuxiliary()

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "component/pst/messaging/CheckpointPolicy.h"
 #include "platform/FileSystem.h"
 #include "writer/Component.h"
 
@@ -16,7 +17,8 @@ class CBuiltInComponent final : public writer::IComponentFactory {
 public:
     /// `profileFolder` holds the profile files; it is made when the first profile is added. `files` outlives
     /// the factory and everything that comes from it.
-    CBuiltInComponent(platform::IFileSystem& files, std::filesystem::path profileFolder);
+    CBuiltInComponent(platform::IFileSystem& files, std::filesystem::path profileFolder,
+                      pst::CheckpointPolicy checkpoints = {});
 
     writer::CRef<writer::IStoreProfiles> CreateProfiles() override;
     writer::CRef<writer::IStoreSession> CreateSession() override;
@@ -25,6 +27,7 @@ public:
 private:
     platform::IFileSystem& m_files;
     std::filesystem::path m_profileFolder;
+    pst::CheckpointPolicy m_checkpoints;
 };
 
 }  // namespace pastille::component

@@ -1,10 +1,13 @@
 #include "component/Folder.h"
 
 #include <array>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "component/Guard.h"
 #include "component/Item.h"
@@ -52,6 +55,14 @@ struct FolderHandle {
     pst::Folder* folder;
 };
 
+/// Number of an entry of a list that counts from 1; nothing when it is none of them.
+std::optional<std::size_t> PlaceOf(std::int32_t number, std::size_t count)
+{
+    if (number < 1 || static_cast<std::size_t>(number) > count)
+        return std::nullopt;
+    return static_cast<std::size_t>(number) - 1;
+}
+
 class CItemList final : public IItemList {
 public:
     explicit CItemList(FolderHandle handle) : m_handle(std::move(handle)) {}
@@ -76,23 +87,43 @@ public:
     CRef<IMessageItem> GetNext() override
     {
         return Guarded<IItemList>([&] {
-            const auto& messages = m_handle.store->MessagesOf(*m_handle.folder);
-            if (m_next >= messages.size())
+            if (m_next >= Count())
                 return CRef<IMessageItem>();
             // Moved on first: after an item that cannot be read the next one can.
-            const format::Nid message{messages[m_next++]};
-            return CRef<IMessageItem>(
-                MakeItem(std::make_shared<CItemCore>(m_handle.store, *m_handle.folder, message)));
+            return Open(m_next++);
+        });
+    }
+    CRef<IMessageItem> GetItem(std::int32_t number) override
+    {
+        return Guarded<IItemList>([&] {
+            const auto place = PlaceOf(number, Count());
+            return place ? Open(*place) : CRef<IMessageItem>();
         });
     }
     std::int32_t GetCount() override
     {
-        return Guarded<IItemList>(
-            [&] { return static_cast<std::int32_t>(m_handle.store->MessagesOf(*m_handle.folder).size()); });
+        return Guarded<IItemList>([&] { return static_cast<std::int32_t>(Count()); });
     }
 
 private:
+    std::size_t Count()
+    {
+        if (m_handle.store->IsWritable())
+            return m_handle.folder->items.size();
+        if (!m_contents)
+            m_contents = m_handle.store->OpenContents(*m_handle.folder);
+        return m_contents->RowCount();
+    }
+    /// REQUIRES: place < Count(), which has opened the table.
+    CRef<IMessageItem> Open(std::size_t place)
+    {
+        const format::Nid message{m_contents ? m_contents->RowIdAt(place) : m_handle.folder->items[place]};
+        return CRef<IMessageItem>(
+            MakeItem(std::make_shared<CItemCore>(m_handle.store, *m_handle.folder, message)));
+    }
+
     FolderHandle m_handle;
+    std::unique_ptr<pst::CTableReader> m_contents;  ///< of a store opened for reading, once asked
     std::size_t m_next = 0;
 };
 
@@ -113,6 +144,13 @@ public:
         return Guarded<IFolderList>(
             [&] { return static_cast<std::int32_t>(m_handle.store->SubfoldersOf(*m_handle.folder).size()); });
     }
+    std::int32_t GetUnreadableCount() override
+    {
+        return Guarded<IFolderList>([&] {
+            m_handle.store->SubfoldersOf(*m_handle.folder);
+            return static_cast<std::int32_t>(m_handle.folder->unreadableChildren);
+        });
+    }
 
 private:
     pst::Folder* Find(const writer::Variant& index)
@@ -123,9 +161,8 @@ private:
         if (number == nullptr)
             throw CStoreError(Refusal::BadArgument);
         const auto& children = m_handle.store->SubfoldersOf(*m_handle.folder);
-        if (*number < 1 || static_cast<std::size_t>(*number) > children.size())
-            return nullptr;
-        return children[static_cast<std::size_t>(*number) - 1];
+        const auto place = PlaceOf(*number, children.size());
+        return place ? children[*place] : nullptr;
     }
     std::u16string_view InheritedClass() const
     {
@@ -155,6 +192,11 @@ public:
     }
     std::u16string GetName() override { return m_handle.folder->name; }
     std::u16string GetContainerClass() override { return m_handle.folder->containerClass; }
+    std::int32_t GetUnreadCount() override
+    {
+        return Guarded<IStoreFolder>(
+            [&] { return static_cast<std::int32_t>(m_handle.store->UnreadCount(*m_handle.folder)); });
+    }
 
     void SetDefaultFolderKind(std::int32_t kind) override
     {
@@ -199,6 +241,8 @@ public:
     {
         return Guarded<IMessageStore>([&] { return MakeFolder(m_store, m_store->RootFolder()); });
     }
+    std::u16string GetDisplayName() override { return m_store->DisplayName(); }
+    std::vector<std::string> GetOpeningFaults() override { return m_store->OpeningFaults(); }
     void Commit() override
     {
         Guarded<IMessageStore>([&] { m_store->Commit(); });

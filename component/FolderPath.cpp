@@ -18,6 +18,11 @@ struct Step {
     std::size_t used;  ///< units of the path
 };
 
+bool IsEndOfName(std::u16string_view path, std::size_t at)
+{
+    return at == path.size() || (at < path.size() && path[at] == kSeparator);
+}
+
 /// The sub-folders that the path can go on with, the longest name last.
 std::vector<Step> StepsFrom(pst::CPstStore& store, const Step& from, std::u16string_view path)
 {
@@ -25,19 +30,24 @@ std::vector<Step> StepsFrom(pst::CPstStore& store, const Step& from, std::u16str
     // The stored form of the names that start here grows with them until it is cut, so it is built once and
     // looked up at every separator.
     std::u16string stored;
-    bool metCut = false;
     const std::size_t start = from.used + 1;
     for (std::size_t at = start; at <= path.size(); ++at) {
-        if (at == path.size() || path[at] == kSeparator) {
-            const bool isCut = stored.size() > pst::kLongestFolderName;
+        const bool isCut = stored.size() > pst::kLongestFolderName;
+        if (IsEndOfName(path, at)) {
             pst::Folder* const found = store.FindSubfolder(*from.folder, stored);
+            if (found)
+                steps.push_back({found, at});
             // Whatever follows a cut name has the same stored form. It is part of the name only when the
             // folder was made under it.
-            if (found && (!isCut || !metCut || found->wholeName == path.substr(start, at - start)))
-                steps.push_back({found, at});
-            metCut = metCut || isCut;
+            if (isCut) {
+                const std::size_t whole = found ? start + found->wholeName.size() : 0;
+                if (whole > at && IsEndOfName(path, whole) &&
+                    path.substr(start).starts_with(found->wholeName))
+                    steps.push_back({found, whole});
+                break;
+            }
         }
-        if (at < path.size() && stored.size() <= pst::kLongestFolderName && !pst::IsControl(path[at]))
+        if (at < path.size() && !isCut && !pst::IsControl(path[at]))
             stored.push_back(path[at]);
     }
     return steps;

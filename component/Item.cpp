@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "component/AttachmentList.h"
 #include "component/Guard.h"
 #include "component/ItemFamily.h"
 
@@ -14,33 +15,6 @@ using writer::IMessageItem;
 using writer::IObject;
 using writer::IStoreItem;
 using writer::ItemProperty;
-
-class CAttachmentList final : public IAttachmentList {
-public:
-    explicit CAttachmentList(std::shared_ptr<CItemCore> core) : m_core(std::move(core)) {}
-
-    void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
-                       std::u16string_view displayName) override
-    {
-        Guarded<IAttachmentList>([&] { m_core->AddFile(content, fileName, displayName); });
-    }
-    void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) override
-    {
-        if (!item)
-            throw writer::_com_error(writer::E_POINTER, kInterfaceId);
-        const auto object = std::dynamic_pointer_cast<IItemObject>(item.Shared());
-        if (!object)
-            throw writer::_com_error(writer::E_INVALIDARG, kInterfaceId);
-        Guarded<IAttachmentList>([&] { m_core->AddItem(object->Core(), displayName); });
-    }
-    std::int32_t GetCount() override
-    {
-        return Guarded<IAttachmentList>([&] { return m_core->AttachmentCount(); });
-    }
-
-private:
-    std::shared_ptr<CItemCore> m_core;
-};
 
 /// What Reply and Forward return: the answer itself is never made.
 class CAnswer final : public IObject {};
@@ -93,10 +67,7 @@ public:
     {
         Guarded<IMessageItem>([&] { m_core->SetNumber(property, value); });
     }
-    CRef<IAttachmentList> GetAttachments() override
-    {
-        return CRef<IAttachmentList>(std::make_shared<CAttachmentList>(m_core));
-    }
+    CRef<IAttachmentList> GetAttachments() override { return MakeAttachmentList(m_core); }
     CRef<IObject> Reply() override
     {
         Guarded<IMessageItem>([&] { m_core->SetReplied(); });

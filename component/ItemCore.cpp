@@ -100,11 +100,21 @@ CItemCore::CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder,
 {
 }
 
+CItemCore::CItemCore(const CItemCore& outer, const pst::NodeRecord& embedded)
+    : m_store(outer.m_store), m_folder(outer.m_folder), m_embedded(embedded)
+{
+}
+
+pst::NodeRecord CItemCore::Node()
+{
+    return m_embedded ? *m_embedded : m_store->MessageNode(*m_message);
+}
+
 std::optional<PropertyValue> CItemCore::Value(std::uint16_t id)
 {
     if (!m_draft) {
         if (!m_reader)
-            m_reader = m_store->OpenMessage(*m_message);
+            m_reader = m_store->OpenProperties(Node());
         return m_reader->Read(id, kLargestValue);
     }
     const auto* value = m_draft->properties.Find(id);
@@ -148,11 +158,12 @@ std::uint16_t CItemCore::MakeId(const ItemProperty& property)
 
 pst::MessageDraft& CItemCore::Draft()
 {
-    if (!m_store->IsWritable())
+    if (!m_store->IsWritable() || m_embedded)
         throw pst::CStoreError(pst::Refusal::ReadOnly);
     if (!m_draft) {
         m_draft = m_store->ReadMessage(*m_message);
         m_reader.reset();
+        m_attachments.reset();
     }
     return *m_draft;
 }
@@ -168,7 +179,19 @@ void CItemCore::Put(std::uint16_t id, std::optional<PropertyValue> value)
 std::u16string CItemCore::Class()
 {
     const auto value = Value(pid::kMessageClass);
-    return value ? pst::AsString(*value).value_or(std::u16string()) : std::u16string();
+    return value ? TextOf(*value) : std::u16string();
+}
+
+std::u16string CItemCore::TextOf(const PropertyValue& value)
+{
+    const bool isWide = value.tag.type == format::PropertyType::String;
+    return m_store->Strings().Read(value, isWide ? 0 : TextCodePage()).value_or(std::u16string());
+}
+
+std::uint32_t CItemCore::TextCodePage()
+{
+    const auto codePage = Value(pid::kMessageCodepage);
+    return codePage ? pst::AsInteger32(*codePage).value_or(0) : 0;
 }
 
 std::u16string CItemCore::Text(const ItemProperty& property)
@@ -178,7 +201,9 @@ std::u16string CItemCore::Text(const ItemProperty& property)
     const auto value = id ? Value(*id) : std::nullopt;
     if (!value)
         return {};
-    return LoadText(property, *value, *id == pid::kHtml ? HtmlCodePage() : 0);
+    const bool isWide = value->tag.type == format::PropertyType::String;
+    return LoadText(m_store->Strings(), property, *value,
+                    {*id == pid::kHtml ? HtmlCodePage() : 0, isWide ? 0 : TextCodePage()});
 }
 
 std::uint32_t CItemCore::HtmlCodePage()
@@ -265,10 +290,24 @@ void CItemCore::Save()
     m_message = m_store->SaveMessage(m_folder, m_message, draft);
 }
 
-std::int32_t CItemCore::AttachmentCount()
+const std::vector<format::Nid>& CItemCore::SavedAttachments()
 {
-    return m_draft ? static_cast<std::int32_t>(m_draft->attachments.size())
-                   : m_store->AttachmentCount(*m_message);
+    if (!m_attachments)
+        m_attachments = m_store->AttachmentsOf(Node());
+    return *m_attachments;
+}
+
+std::size_t CItemCore::AttachmentCount()
+{
+    return m_draft ? m_draft->attachments.size() : SavedAttachments().size();
+}
+
+pst::NodeRecord CItemCore::AttachmentNode(std::size_t index)
+{
+    if (!m_draft)
+        return m_store->AttachmentNode(Node(), SavedAttachments()[index]);
+    const pst::Attachment& attachment = m_draft->attachments[index];
+    return {attachment.nid, attachment.data, attachment.sub, {}};
 }
 
 pst::Attachment& CItemCore::AddFile(const pst::AttachmentFile& file)

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "component/pst/messaging/PstStore.h"
 #include "writer/ItemProperties.h"
@@ -22,6 +23,8 @@ public:
     CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, std::u16string_view messageClass);
     /// A saved one.
     CItemCore(std::shared_ptr<pst::CPstStore> store, pst::Folder& folder, format::Nid message);
+    /// One that is embedded in another one; it cannot be changed.
+    CItemCore(const CItemCore& outer, const pst::NodeRecord& embedded);
 
     std::u16string Class();
     std::u16string Text(const writer::ItemProperty& property);
@@ -36,7 +39,9 @@ public:
     void SetForwarded() { SetLastVerb(0x106, 104); }
     void Save();
 
-    std::int32_t AttachmentCount();
+    std::size_t AttachmentCount();
+    /// REQUIRES: index < AttachmentCount().
+    pst::NodeRecord AttachmentNode(std::size_t index);
     void AddFile(platform::IByteStream& content, std::u16string_view fileName,
                  std::u16string_view displayName);
     /// As AddFile; what begins like a picture becomes the contact's picture when it has none yet.
@@ -45,6 +50,8 @@ public:
     void AddItem(CItemCore& item, std::u16string_view displayName);
 
     pst::CPstStore& Store() { return *m_store; }
+    /// The text of a string value of this item or of its attachments.
+    std::u16string TextOf(const pst::PropertyValue& value);
 
 private:
     std::optional<pst::PropertyValue> Value(std::uint16_t id);
@@ -53,6 +60,9 @@ private:
     void Put(std::uint16_t id, std::optional<pst::PropertyValue> value);
     std::uint32_t Flags();
     std::uint32_t HtmlCodePage();
+    std::uint32_t TextCodePage();
+    pst::NodeRecord Node();
+    const std::vector<format::Nid>& SavedAttachments();
     void SetLastVerb(std::uint32_t iconIndex, std::uint32_t verb);
     pst::MessageDraft& Draft();
     pst::Attachment& AddFile(const pst::AttachmentFile& file);
@@ -62,10 +72,13 @@ private:
 
     std::shared_ptr<pst::CPstStore> m_store;
     pst::Folder& m_folder;
-    std::optional<format::Nid> m_message;            ///< once saved
-    bool m_livesInAnother = false;                   ///< saving it puts it into no folder
-    std::optional<pst::MessageDraft> m_draft;        ///< once changed
-    std::unique_ptr<pst::CPropertyReader> m_reader;  ///< of the saved item, while there is no draft
+    std::optional<format::Nid> m_message;       ///< once saved
+    std::optional<pst::NodeRecord> m_embedded;  ///< in place of `m_message`
+    bool m_livesInAnother = false;              ///< saving it puts it into no folder
+    std::optional<pst::MessageDraft> m_draft;   ///< once changed
+    // Of the saved item, while there is no draft.
+    std::unique_ptr<pst::CPropertyReader> m_reader;
+    std::optional<std::vector<format::Nid>> m_attachments;
 };
 
 }  // namespace pastille::component

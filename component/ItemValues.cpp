@@ -7,7 +7,6 @@
 #include "component/pst/ltp/StringEncoding.h"
 #include "component/pst/messaging/RtfStream.h"
 #include "component/pst/messaging/StoredText.h"
-#include "format/PropertyContext.h"
 #include "format/PropertyIds.h"
 #include "platform/Text.h"
 #include "writer/OleDate.h"
@@ -126,22 +125,16 @@ std::optional<PropertyValue> StoreText(pst::CPstStore& store, const writer::Item
     return value.Finish({id, isUtf16 ? PropertyType::String : property.storedType});
 }
 
-std::u16string LoadText(const writer::ItemProperty& property, const PropertyValue& value,
-                        std::uint32_t codePage)
+std::u16string LoadText(pst::CStringReader& strings, const writer::ItemProperty& property,
+                        const PropertyValue& value, const ItemCodePages& codePages)
 {
-    switch (value.tag.type) {
-        case PropertyType::String: {
-            std::u16string text = pst::DecodeString(value.bytes);
-            return IsSubject(property) ? WithoutPrefixMark(std::move(text)) : text;
-        }
-        case PropertyType::MultipleString:
-            return pst::DecodeStringList(value.bytes);
-        case PropertyType::Binary:
-        case PropertyType::String8:
-            return LoadBytes(property, value.bytes, codePage);
-        default:
-            return {};
-    }
+    if (value.tag.type == PropertyType::Binary)
+        return LoadBytes(property, value.bytes, codePages.html);
+    // HTML is text of 8 bits whatever its type says.
+    if (value.tag.type == PropertyType::String8 && property.number == format::pid::kHtml)
+        return LoadBytes(property, value.bytes, codePages.html);
+    std::u16string text = strings.Read(value, codePages.text).value_or(std::u16string());
+    return IsSubject(property) ? WithoutPrefixMark(std::move(text)) : text;
 }
 
 std::optional<PropertyValue> StoreDate(std::uint16_t id, double date)

@@ -19,9 +19,13 @@ namespace pastille::component {
 std::optional<pst::PropertyValue> StoreText(pst::CPstStore& store, const writer::ItemProperty& property,
                                             std::uint16_t id, std::u16string_view text,
                                             std::uint32_t codePage);
-/// `codePage`: of 8-bit HTML; UTF-8 when it is unknown.
-std::u16string LoadText(const writer::ItemProperty& property, const pst::PropertyValue& value,
-                        std::uint32_t codePage);
+/// Numbers of the code pages that an item states, 0: none.
+struct ItemCodePages {
+    std::uint32_t html = 0;  ///< PidTagInternetCodepage; UTF-8 when it is unknown
+    std::uint32_t text = 0;  ///< PidTagMessageCodepage, of 8-bit strings; the store's when it is unknown
+};
+std::u16string LoadText(pst::CStringReader& strings, const writer::ItemProperty& property,
+                        const pst::PropertyValue& value, const ItemCodePages& codePages);
 
 /// Nothing for kNoDate and for dates that the file cannot hold.
 std::optional<pst::PropertyValue> StoreDate(std::uint16_t id, double date);

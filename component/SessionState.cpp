@@ -40,7 +40,7 @@ std::shared_ptr<pst::CPstStore> CSessionState::AddStore(const std::filesystem::p
     auto profile = m_profiles.Read(*m_profile);
     if (!profile)
         throw CStoreError(Refusal::NotFound);
-    auto store = pst::CPstStore::Create(m_files, path, displayName);
+    auto store = pst::CPstStore::Create(m_files, path, displayName, m_checkpoints);
     const ProfileStore description{std::filesystem::absolute(path), std::u16string(displayName)};
     profile->stores.push_back(description);
     try {
@@ -57,8 +57,10 @@ std::shared_ptr<pst::CPstStore> CSessionState::AddStore(const std::filesystem::p
 
 std::shared_ptr<pst::CPstStore> CSessionState::Open(Entry& entry)
 {
-    if (!entry.store)
+    if (!entry.store) {
+        pst::CPstStore::CompleteIfInterrupted(m_files, entry.description.path);
         entry.store = pst::CPstStore::Open(m_files, entry.description.path);
+    }
     return entry.store;
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,8 +17,9 @@ namespace pastille::component {
 /// and CProfileFiles raise.
 class CSessionState {
 public:
-    CSessionState(platform::IFileSystem& files, const std::filesystem::path& profileFolder)
-        : m_files(files), m_profiles(files, profileFolder)
+    CSessionState(platform::IFileSystem& files, const std::filesystem::path& profileFolder,
+                  pst::CheckpointPolicy checkpoints)
+        : m_files(files), m_profiles(files, profileFolder), m_checkpoints(checkpoints)
     {
     }
 
@@ -27,6 +29,11 @@ public:
     /// Creates a store and adds it to the profile. Nothing stays behind when the profile cannot be written.
     std::shared_ptr<pst::CPstStore> AddStore(const std::filesystem::path& path,
                                              std::u16string_view displayName);
+    /// Opens a store that belongs to no profile. Raises what CPstStore::Open raises.
+    std::shared_ptr<pst::CPstStore> OpenStore(const std::filesystem::path& path, const std::string& codePage)
+    {
+        return pst::CPstStore::Open(m_files, path, codePage);
+    }
     /// The store added last. Raises CStoreError (NotFound) when there is none or its file is no store.
     std::shared_ptr<pst::CPstStore> DefaultStore();
 
@@ -51,6 +58,7 @@ private:
 
     platform::IFileSystem& m_files;
     CProfileFiles m_profiles;
+    pst::CheckpointPolicy m_checkpoints;
     std::optional<std::u16string> m_profile;  ///< logged on to
     std::vector<Entry> m_stores;
 };

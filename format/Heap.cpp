@@ -97,6 +97,12 @@ Result<CHeapView> CHeapView::Open(const VariantLayout& layout, IBlockSequence& b
 
 Result<HeldBytes> CHeapView::Item(std::uint32_t hid) const
 {
+    HeapPlace place;
+    return Item(hid, place);
+}
+
+Result<HeldBytes> CHeapView::Item(std::uint32_t hid, HeapPlace& place) const
+{
     const Fault fault{"HID", "value", hid, 0};
     const unsigned shift = BlockIndexShift(*m_layout);
     const std::size_t blockIndex = hid >> shift;
@@ -116,6 +122,7 @@ Result<HeldBytes> CHeapView::Item(std::uint32_t hid) const
     if (!item)
         return fault;
     held.view = *item;
+    place = {blockIndex, index};
     return held;
 }
 

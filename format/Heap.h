@@ -105,6 +105,12 @@ struct HeldBytes {
     CByteView view;
 };
 
+/// Where in its heap an allocation lies.
+struct HeapPlace {
+    std::size_t block = 0;
+    std::size_t index = 0;  ///< from 1
+};
+
 /// A heap-on-node of any number of blocks. Keeps a reference to `blocks`, which must outlive it.
 /// [MS-PST] 2.3.1
 class CHeapView {
@@ -116,6 +122,8 @@ public:
     std::uint32_t UserRoot() const { return m_userRoot; }
     /// The allocation behind a HID: a fault when the identifier is no HID or 0, or leads nowhere.
     Result<HeldBytes> Item(std::uint32_t hid) const;
+    /// The same, and tells where it lies.
+    Result<HeldBytes> Item(std::uint32_t hid, HeapPlace& place) const;
     IBlockSequence& Blocks() const { return *m_blocks; }
 
 private:

@@ -134,6 +134,7 @@ inline constexpr std::uint16_t kOtherAddressStateOrProvince = 0x3A62;
 inline constexpr std::uint16_t kOtherAddressStreet = 0x3A63;
 inline constexpr std::uint16_t kOtherAddressPostOfficeBox = 0x3A64;
 inline constexpr std::uint16_t kInternetCodepage = 0x3FDE;
+inline constexpr std::uint16_t kMessageCodepage = 0x3FFD;
 inline constexpr std::uint16_t kUserEntryId = 0x6619;
 inline constexpr std::uint16_t kLtpRowId = 0x67F2;
 inline constexpr std::uint16_t kLtpRowVer = 0x67F3;

@@ -228,6 +228,28 @@ void WriteParts(const std::filesystem::path& root, format::Variant variant)
     }
 }
 
+/// Edits of a sound store: none, a field of the header, bytes of a few pages and blocks.
+void WriteEdits(const std::filesystem::path& root, format::Variant variant)
+{
+    struct Edit {
+        std::uint16_t place, offset;
+        std::uint8_t length, value;
+    };
+    const std::vector<std::vector<Edit>> seeds = {{},
+                                                  {{0, 0xB8, 0, 1}},
+                                                  {{1, 0, 3, 0x20}, {2, 8, 0, 0x55}, {3, 2, 1, 9}},
+                                                  {{5, 0, 7, 2}, {33, 4, 3, 1}}};
+    for (std::size_t i = 0; i < seeds.size(); ++i) {
+        CSeed seed(variant);
+        for (const Edit& edit : seeds[i])
+            seed.Add(edit.place)
+                .Add(edit.offset)
+                .Add(edit.length)
+                .Add(Bytes(edit.length + std::size_t{1}, static_cast<std::byte>(edit.value)));
+        seed.WriteTo(root / "check" / (std::to_string(static_cast<int>(variant)) + "-" + std::to_string(i)));
+    }
+}
+
 }  // namespace
 
 int main(int count, char** values)
@@ -239,7 +261,9 @@ int main(int count, char** values)
     const std::filesystem::path root = values[1];
     WriteFiles(root);
     WriteStrictFiles(root);
-    for (const format::Variant variant : kVariants)
+    for (const format::Variant variant : kVariants) {
         WriteParts(root, variant);
+        WriteEdits(root, variant);
+    }
     return 0;
 }

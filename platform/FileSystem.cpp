@@ -1,6 +1,7 @@
 #include "platform/FileSystem.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -97,7 +98,10 @@ private:
 
 class CHostFile final : public IFile {
 public:
-    explicit CHostFile(CDescriptor fd) : m_fd(std::move(fd)) {}
+    /// `folder`: of a file just made, which is on the disk only when its folder is; else empty.
+    CHostFile(CDescriptor fd, std::filesystem::path folder) : m_fd(std::move(fd)), m_folder(std::move(folder))
+    {
+    }
     std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override
     {
         return ReadFully(m_fd.Get(), offset, into);
@@ -126,9 +130,17 @@ public:
     }
     void Sync() override
     {
-        if (::fsync(m_fd.Get()) != 0)
+        if (::fdatasync(m_fd.Get()) != 0)
             RaiseErrno("flush");
+        if (m_folder.empty())
+            return;
+        // Not every file system can do it, and none fails only for a moment.
+        const CDescriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (folder.Get() >= 0)
+            static_cast<void>(::fsync(folder.Get()));
+        m_folder.clear();
     }
+    bool TryLock() override { return ::flock(m_fd.Get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
     std::unique_ptr<IMapping> Map() override
     {
         const std::uint64_t size = SizeOf(m_fd.Get());
@@ -142,6 +154,7 @@ public:
 
 private:
     CDescriptor m_fd;
+    std::filesystem::path m_folder;
 };
 
 class CHostFileSystem final : public IFileSystem {
@@ -197,7 +210,10 @@ private:
         const int fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW, 0666);
         if (fd < 0)
             RaiseErrno("open");
-        return std::make_unique<CHostFile>(CDescriptor(fd));
+        std::filesystem::path folder;
+        if ((flags & O_CREAT) != 0)
+            folder = path.has_parent_path() ? path.parent_path() : ".";
+        return std::make_unique<CHostFile>(CDescriptor(fd), std::move(folder));
     }
     static std::error_code Result(int returned)
     {

@@ -50,6 +50,9 @@ public:
     virtual void SetSize(std::uint64_t size) = 0;
     /// Returns when everything written is on the disk.
     virtual void Sync() = 0;
+    /// Takes the lock that says that this file is being written, until the file is closed. False when another
+    /// open file has it, in this process or another one. True where there are no such locks.
+    virtual bool TryLock() { return true; }
     /// Maps the whole file as it is now, read only. nullptr when the host cannot.
     virtual std::unique_ptr<IMapping> Map() = 0;
 };

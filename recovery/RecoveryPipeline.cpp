@@ -1,13 +1,32 @@
 #include "recovery/RecoveryPipeline.h"
 
+#include <string>
 #include <utility>
 
+#include "platform/Text.h"
 #include "recovery/FolderPhase.h"
 #include "recovery/ItemWalk.h"
 #include "recovery/OutputSetup.h"
+#include "recovery/StoreRemains.h"
 #include "recovery/Texts.h"
 
 namespace pastille::recovery {
+
+namespace {
+
+std::u16string_view CauseOf(writer::HRESULT failure)
+{
+    switch (failure) {
+        case writer::E_MEDIUMFULL:
+            return text::kNoRoom;
+        case writer::E_WRITEFAULT:
+            return text::kWriteFailed;
+        default:
+            return text::kNotCompleted;
+    }
+}
+
+}  // namespace
 
 using writer::_com_error;
 
@@ -21,13 +40,17 @@ void CRecoveryPipeline::SetUpOutput(store::RunContext& run)
     m_recovery.output.Release();
     m_recovery = RecoveryRun();
     m_recovery.clock = m_options.clock;
-    m_storeFailed = false;
+    m_failure.reset();
+    m_failureShown = false;
     const SetupHost host{m_options.clock, m_options.helperProgram, m_options.startProgram};
     try {
         COutputSetup(run, m_recovery, m_component, host).Run();
-    } catch (const _com_error&) {
+    } catch (const _com_error& error) {
         run.source.file.Close();
-        Fail(run);
+        m_recovery.log.Close();
+        Fail(run, error);
+        run.ShowError(text::kComponentFailed);
+        m_failureShown = true;
     }
 }
 
@@ -39,42 +62,56 @@ void CRecoveryPipeline::WriteLog(std::u16string_view entry)
 void CRecoveryPipeline::CollectFolders(store::RunContext& run)
 try {
     CFolderPhase(run, m_recovery).Run();
-} catch (const _com_error&) {
-    Fail(run);
+} catch (const _com_error& error) {
+    Fail(run, error);
 }
 
 void CRecoveryPipeline::RecoverItems(store::RunContext& run)
 try {
     CItemWalk(run, m_recovery).Run();
-} catch (const _com_error&) {
-    Fail(run);
+} catch (const _com_error& error) {
+    Fail(run, error);
 }
 
 void CRecoveryPipeline::CloseOutput(store::RunContext& run)
 {
-    m_recovery.log.Close();
-    if (m_recovery.output.store && !m_storeFailed) {
-        try {
-            m_recovery.output.store->Commit();
-        } catch (const _com_error&) {
-            Fail(run);
-        }
-    }
+    CompleteStore(run);
     m_recovery.output.Release();
-    // A file that could not be completed, or a failed run's empty one, must not pass for a result.
-    const bool isEmpty = m_recovery.figures.Items() == 0;
-    if ((m_storeFailed || (run.state.failed && isEmpty)) && m_recovery.ownsOutputFile)
-        run.fileSystem.Remove(run.state.outputPath);
+    bool isKept = true;
+    if (run.state.failed && m_recovery.ownsOutputFile) {
+        isKept = IsWorthKeeping(m_component, run.fileSystem, run.state.outputPath);
+        if (!isKept)
+            run.fileSystem.Remove(run.state.outputPath);
+    }
+    if (m_failure && !m_failureShown)
+        TellEarlyEnd(run, isKept);
+    m_recovery.log.Close();
     m_recovery.ownsOutputFile = false;
     m_recovery.folders.Clear();
 }
 
-void CRecoveryPipeline::Fail(store::RunContext& run)
+void CRecoveryPipeline::CompleteStore(store::RunContext& run)
+try {
+    if (m_recovery.output.store && !m_failure)
+        m_recovery.output.store->Commit();
+} catch (const _com_error& error) {
+    m_failureShown = run.state.failed;  // what came before, as a full disk mostly, has been told
+    Fail(run, error);
+}
+
+void CRecoveryPipeline::TellEarlyEnd(store::RunContext& run, bool isKept)
 {
-    m_storeFailed = true;
-    m_recovery.log.Close();
+    std::u16string told(CauseOf(*m_failure));
+    m_recovery.log.Write(u"\r\n\r\n" + told);
+    told.append(text::kEndedEarly).append(isKept ? text::kKept : text::kNothingKept);
+    run.ShowError(told + platform::PathText(run.state.outputPath));
+    m_failureShown = true;
+}
+
+void CRecoveryPipeline::Fail(store::RunContext& run, const _com_error& error)
+{
+    m_failure = error.Error();
     run.state.failed = true;
-    run.ShowError(text::kComponentFailed);
 }
 
 }  // namespace pastille::recovery

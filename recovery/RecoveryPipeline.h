@@ -3,11 +3,13 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "recovery/RecoveryRun.h"
 #include "recovery/RunLog.h"
 #include "store/OutLook.h"
+#include "writer/ComError.h"
 #include "writer/Component.h"
 
 namespace pastille::recovery {
@@ -25,7 +27,9 @@ struct RecoveryOptions {
 /// The recovery of one run after the other: everything that a run writes.
 ///
 /// A failing component costs one property, item or folder. A file below the new store that cannot be written
-/// ends the run: the failure flag is set, one message is shown, and the unfinished new store is removed.
+/// ends the run: nothing more is tried, the failure flag is set, and one message tells why and what there is.
+/// A failed run leaves its new store when that holds an item, as the component completed it last; without one
+/// the file is removed.
 class CRecoveryPipeline final : public store::IRecovery {
 public:
     /// The factory must outlive this object.
@@ -39,14 +43,19 @@ public:
 
     /// Of the run made last.
     const RecoveryFigures& Figures() const { return m_recovery.figures; }
+    /// What of the component ended that run early; nothing when the component did not.
+    const std::optional<writer::HRESULT>& Failure() const { return m_failure; }
 
 private:
-    void Fail(store::RunContext& run);
+    void Fail(store::RunContext& run, const writer::_com_error& error);
+    void CompleteStore(store::RunContext& run);
+    void TellEarlyEnd(store::RunContext& run, bool isKept);
 
     writer::IComponentFactory& m_component;
     RecoveryOptions m_options;
     RecoveryRun m_recovery;
-    bool m_storeFailed = false;
+    std::optional<writer::HRESULT> m_failure;
+    bool m_failureShown = false;
 };
 
 }  // namespace pastille::recovery

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 #include <system_error>
+#include <utility>
 
 #include "platform/Host.h"
 #include "platform/Text.h"
@@ -33,21 +34,50 @@ void CRunLog::OpenToAppend(platform::IFileSystem& fileSystem, const std::filesys
     m_end = m_file->Size();
 }
 
+CRunLog& CRunLog::operator=(CRunLog&& other)
+{
+    if (this != &other) {
+        Close();
+        m_file = std::move(other.m_file);
+        m_end = other.m_end;
+        m_waiting = std::exchange(other.m_waiting, {});
+        m_lastFlush = other.m_lastFlush;
+    }
+    return *this;
+}
+
+void CRunLog::Close()
+{
+    Flush();
+    m_file.reset();
+}
+
 void CRunLog::Write(std::u16string_view entry)
 {
+    constexpr std::size_t kMostWaiting = 64 * 1024;
+    constexpr auto kLongestWait = std::chrono::seconds(1);
     if (!IsOpen())
         return;
-    m_bytes.clear();
     for (const char16_t unit : entry) {
-        m_bytes += static_cast<char>(unit & 0xFF);
-        m_bytes += static_cast<char>(unit >> 8);
+        m_waiting += static_cast<char>(unit & 0xFF);
+        m_waiting += static_cast<char>(unit >> 8);
     }
+    if (m_waiting.size() >= kMostWaiting || std::chrono::steady_clock::now() - m_lastFlush >= kLongestWait)
+        Flush();
+}
+
+void CRunLog::Flush()
+{
+    if (!IsOpen() || m_waiting.empty())
+        return;
+    m_lastFlush = std::chrono::steady_clock::now();
     try {
-        m_file->WriteAt(m_end, std::as_bytes(std::span(m_bytes)));
-        m_end += m_bytes.size();
+        m_file->WriteAt(m_end, std::as_bytes(std::span(m_waiting)));
+        m_end += m_waiting.size();
     } catch (const std::system_error&) {
-        // The next entry takes the place of the one that could not be written.
+        // The next entries take the place of those that could not be written.
     }
+    m_waiting.clear();
 }
 
 std::u16string LogName(std::u16string_view name)

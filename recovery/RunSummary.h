@@ -44,14 +44,14 @@ public:
     /// folder that cannot be opened counts nothing. Raises nothing of the component.
     SummaryCounts Write(writer::IComponentFactory& component, platform::IFileSystem& fileSystem,
                         const platform::RunState& state, const Clock& clock) const;
+    /// Counts only, for the store that a failed run has left.
+    SummaryCounts Count(writer::IComponentFactory& component, const platform::RunState& state) const;
 
 private:
     struct Announced {
         std::u16string path;
         std::u16string containerClass;
     };
-
-    SummaryCounts Count(writer::IComponentFactory& component, const platform::RunState& state) const;
 
     std::vector<Announced> m_folders;
     std::unordered_map<std::u16string, std::size_t> m_index;

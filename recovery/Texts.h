@@ -27,6 +27,13 @@ inline constexpr std::u16string_view kRegistering =
 inline constexpr std::u16string_view kFolderNotCreated =
     u"Unable to create folder to save recovered .pst file.\n"
     u"Please select another location to save recovered .pst file.";
+// A run that ended early: what happened, and then, with the output path, what there is.
+inline constexpr std::u16string_view kNoRoom = u"There is no room left for the new .pst file.";
+inline constexpr std::u16string_view kWriteFailed = u"The new .pst file could not be written any further.";
+inline constexpr std::u16string_view kNotCompleted = u"The new .pst file could not be completed.";
+inline constexpr std::u16string_view kEndedEarly = u" The recovery ended early.\n";
+inline constexpr std::u16string_view kKept = u"What was saved until then is kept at:";
+inline constexpr std::u16string_view kNothingKept = u"Nothing could be saved at:";
 }  // namespace text
 
 }  // namespace pastille::recovery

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "format/Bytes.h"
-#include "store/Inflate.h"
+#include "format/Inflate.h"
 
 namespace pastille::store {
 namespace {
@@ -36,7 +36,7 @@ bool InflateStream(CBlockReader::Buffer& bytes, bool whole)
 {
     static thread_local CBlockReader::Buffer output(kLargestInflated);
     const auto packed = std::span(bytes).first(std::min(bytes.size(), kLargestPacked));
-    const auto [produced, isWhole] = store::Inflate(packed, output);
+    const auto [produced, isWhole] = format::Inflate(packed, output);
     if (produced == 0 || (whole && !isWhole))
         return false;
     bytes.assign(output.begin(), output.begin() + static_cast<std::ptrdiff_t>(produced));

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "format/Bytes.h"
-#include "store/Inflate.h"
+#include "format/Inflate.h"
 
 namespace pastille::store {
 namespace {
@@ -42,7 +42,7 @@ std::optional<Header> InflateFirst(std::span<const std::byte> packed)
     if (!BeginsStream(packed))
         return std::nullopt;
     Header header{};
-    return Inflate(packed.first(std::min(packed.size(), kProbeBytes)), header).produced == header.size()
+    return format::Inflate(packed.first(std::min(packed.size(), kProbeBytes)), header).produced == header.size()
                ? std::optional(header)
                : std::nullopt;
 }

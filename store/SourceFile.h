@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -38,11 +39,23 @@ public:
     std::vector<Range> UnreadableIn(std::uint64_t offset, std::uint64_t length) const;
 
 private:
+    /// Bytes read ahead, at a multiple of their size.
+    struct Window {
+        std::uint64_t start = 0;
+        std::uint64_t lastUse = 0;
+        std::vector<std::byte> bytes;
+    };
+
+    bool ReadNear(std::uint64_t offset, std::span<std::byte> into);
+    Window* WindowAt(std::uint64_t start, bool fill);
     void NoteUnreadable(std::uint64_t offset, std::uint64_t length);
     std::uint64_t KnownUnreadableEnd(std::uint64_t offset) const;
 
     std::unique_ptr<platform::IByteSource> m_source;
     std::uint64_t m_size = 0;
+    std::array<Window, 8> m_windows;
+    std::uint64_t m_uses = 0;
+    std::uint64_t m_lastOffset = 0;                       ///< of the last small read
     std::map<std::uint64_t, std::uint64_t> m_unreadable;  ///< start to end, neither touching nor overlapping
 };
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "format/Guid.h"
 #include "platform/FileSystem.h"
@@ -27,6 +28,7 @@ public:
 
 class IStoreItem;
 class IMessageItem;
+class IMessageStore;
 class IStoreFolder;
 
 /// Kinds of default folders.
@@ -43,20 +45,40 @@ inline constexpr std::int32_t kLocalFailures = 21;
 inline constexpr std::int32_t kServerFailures = 22;
 }  // namespace folderkind
 
+/// One attachment of an item.
+class IAttachment : public IObject {
+public:
+    static constexpr format::Guid kInterfaceId{
+        0x6D2F1B94, 0x3C0E, 0x4E7A, {0x9A, 0x51, 0x0B, 0x7D, 0xE3, 0x58, 0xC4, 0x1F}};
+    /// The long file name; else the short one; else the display name.
+    virtual std::u16string GetFileName() = 0;
+    /// PidTagAttachMethod. [MS-OXCMSG] 2.2.2.9
+    virtual std::int32_t GetMethod() = 0;
+    /// Bytes of its content; of an attachment without content of its own the size that it states.
+    virtual std::int64_t GetSize() = 0;
+    /// The bytes of its content, for one reader; nullptr when it has none of its own, as an embedded message
+    /// and a link. Keeps the store open.
+    virtual std::unique_ptr<platform::IByteStream> OpenContent() = 0;
+    /// The embedded message, which cannot be changed; empty when the attachment is none.
+    virtual CRef<IMessageItem> GetItem() = 0;
+};
+
 /// The attachments of an item.
 class IAttachmentList : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
         0x9ED8DA28, 0x908D, 0x4DA3, {0xB7, 0xAC, 0x8D, 0xF8, 0x58, 0x7A, 0x9D, 0xD0}};
     /// Adds the bytes of a stream, read to its end before the call returns; they never pass through a file of
-    /// a name that a mail has chosen. Both names are kept as they are; an empty display name is the file name.
-    /// Raises E_INVALIDARG when there are more than 2^31 - 1 bytes.
+    /// a name that a mail has chosen. Both names are kept as they are; an empty display name is the file
+    /// name. Raises E_INVALIDARG when there are more than 2^31 - 1 bytes.
     virtual void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
                                std::u16string_view displayName) = 0;
     /// Adds an item of the same store, as it is now, as an embedded message. An item that its folder does not
     /// have yet lives in the other one from then on: saving it puts it into no folder.
     virtual void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) = 0;
     virtual std::int32_t GetCount() = 0;
+    /// The attachment of that number (from 1); empty when there is none.
+    virtual CRef<IAttachment> GetAttachment(std::int32_t number) = 0;
 };
 
 /// Any item.
@@ -129,7 +151,9 @@ public:
         0x5BA25695, 0x866B, 0x4043, {0x83, 0x87, 0x5E, 0x52, 0x30, 0x79, 0xEB, 0x9A}};
 };
 
-/// The items of a folder in store order (the order in which they were first saved).
+/// The items of a folder in store order (the order in which they were first saved). Associated items, which
+/// hold settings of a folder, are not among them. An item is read when it is asked for, whatever its number;
+/// one that cannot be read raises, and those after it can be asked for still.
 class IItemList : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
@@ -139,6 +163,8 @@ public:
     /// The first item, and after it the one after the item returned last; empty at the end.
     virtual CRef<IMessageItem> GetFirst() = 0;
     virtual CRef<IMessageItem> GetNext() = 0;
+    /// The item of that number (from 1); empty when there is none.
+    virtual CRef<IMessageItem> GetItem(std::int32_t number) = 0;
     virtual std::int32_t GetCount() = 0;
 };
 
@@ -154,6 +180,8 @@ public:
     /// there is none.
     virtual CRef<IStoreFolder> GetFolder(const Variant& index) = 0;
     virtual std::int32_t GetCount() = 0;
+    /// Sub-folders that a damaged store names but that cannot be read; they are not among the others.
+    virtual std::int32_t GetUnreadableCount() = 0;
 };
 
 class IStoreFolder : public IObject {
@@ -164,6 +192,8 @@ public:
     virtual CRef<IFolderList> GetFolders() = 0;
     virtual std::u16string GetName() = 0;
     virtual std::u16string GetContainerClass() = 0;
+    /// Unread items as the folder counts them itself; no item is read for it.
+    virtual std::int32_t GetUnreadCount() = 0;
 };
 
 /// Settings of a folder just made; an interface of the object that AddFolder returns.
@@ -183,6 +213,10 @@ public:
         0x1EDC0526, 0x2A75, 0x4DBC, {0xB5, 0x32, 0xB3, 0x40, 0x2B, 0x69, 0x9B, 0x1B}};
     /// The folder whose sub-folders the user sees at the top.
     virtual CRef<IStoreFolder> GetRootFolder() = 0;
+    /// The name that the store gives itself.
+    virtual std::u16string GetDisplayName() = 0;
+    /// What of a damaged store as a whole could not be read when it was opened, a sentence each (UTF-8).
+    virtual std::vector<std::string> GetOpeningFaults() = 0;
     /// Completes the file on disk with everything saved so far. A store whose last reference goes without it
     /// is completed then, but nobody learns of a failure.
     virtual void Commit() = 0;
@@ -199,6 +233,11 @@ public:
     /// `format` is always missing. `displayName`: text.
     virtual CRef<IMessageStore> AddPstStore(const std::filesystem::path& path, const Variant& format,
                                             const Variant& displayName) = 0;
+    /// Opens an existing store for reading, without a profile and without writing anything anywhere: PST or
+    /// OST, of any variant, made by whatever program. `codePage`: name of the code page of 8-bit texts where
+    /// the store does not say (text); missing: windows-1252. Raises E_NOT_FOUND when there is no such file or
+    /// it has no folders, E_INVALIDARG when the code page is unknown, E_FAIL when it is no store.
+    virtual CRef<IMessageStore> OpenPstStore(const std::filesystem::path& path, const Variant& codePage) = 0;
 };
 
 /// A session on one profile.

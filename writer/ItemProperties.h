@@ -113,6 +113,8 @@ inline constexpr ItemProperty InternetCodepage = Number("InternetCodepage", form
 inline constexpr ItemProperty HtmlBody{"HtmlBody", PropertyKind::Text, PropertyStorage::Tag,
                                        format::pid::kHtml, format::PropertyType::Binary};
 inline constexpr ItemProperty Importance = Number("Importance", format::pid::kImportance);
+/// Bytes of the whole item; the component keeps it itself.
+inline constexpr ItemProperty MessageSize = Number("MessageSize", format::pid::kMessageSize);
 inline constexpr ItemProperty Mileage = NamedText("Mileage", format::propset::kCommon, format::lid::kMileage);
 inline constexpr ItemProperty AgingDontAgeMe =
     NamedFlag("AgingDontAgeMe", format::propset::kCommon, format::lid::kAgingDontAgeMe);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -69,6 +70,7 @@ TEST(RepairResult, JsonTellsWhereTheStoreLiesAndWhatItHolds)
 
     const auto report = nlohmann::json::parse(result.out);
     EXPECT_EQ(report.at("status"), "done");
+    EXPECT_TRUE(report.at("reason").is_null());
     EXPECT_EQ(report.at("messages"), nlohmann::json::array());
     EXPECT_EQ(report.at("output"), (fixture.to / "mail Recovered/mail Recovered.pst").string());
     EXPECT_EQ(report.at("log"), (fixture.to / "mail Recovered/LogInformation.log").string());
@@ -176,6 +178,51 @@ TEST(RepairResult, ProgressFitsWhatTheErrorStreamIs)
     EXPECT_EQ(inPlace.front(), '\r');
 
     EXPECT_EQ(fixture.Run({"--quiet"}, true).err, "");
+}
+
+/// No file of the process may become larger, as on a disk that is full.
+class CFileSizeLimit {
+public:
+    explicit CFileSizeLimit(rlim_t bytes)
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~CFileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+    CFileSizeLimit(const CFileSizeLimit&) = delete;
+    CFileSizeLimit& operator=(const CFileSizeLimit&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+TEST(RepairResult, AFullDiskIsToldAndFailsTheRun)
+{
+    StoreDescription description;
+    description.folders = {{.name = u"Inbox", .containerClass = u"IPF.Note"}};
+    description.folders[0].messages = {Mail(u"long", u"Ann", std::u16string(300'000, u'x'), 0)};
+    const CBuiltStore source(description);
+    for (const rlim_t room : {rlim_t{100'000}, rlim_t{300'000}}) {  // less and more than an empty store takes
+        const RepairFixture fixture;
+        source.WriteTo(fixture.source);
+        const std::string output = (fixture.to / "mail Recovered/mail Recovered.pst").string();
+        const std::string message =
+            room < 250'000 ? "Some component is missing.Please reinstall the application. "
+                           : "There is no room left for the new .pst file. The recovery ended early.\n"
+                             "Nothing could be saved at:" +
+                                 output;
+        const CFileSizeLimit limit(room);
+        const CommandResult result = RunProgram(fixture.Arguments({"--json", "--quiet"}), fixture.home);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "Error: " + message + "\n");
+        const auto report = nlohmann::json::parse(result.out);
+        EXPECT_EQ(report.at("status"), "failed");
+        EXPECT_EQ(report.at("reason"), "no-room");
+        EXPECT_EQ(report.at("messages"), nlohmann::json::array({message}));
+        EXPECT_TRUE(report.at("output").is_null());
+        EXPECT_FALSE(std::filesystem::exists(output));
+    }
 }
 
 TEST(RepairResult, AReaderThatGoesAwayDoesNotHurtTheRun)

@@ -26,6 +26,9 @@ TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
         {"repair", source, "--to", to, "--code-page", "windows-9999"},
         {"repair", source, "--to", to, "--code-page", ""},
         {"repair", source, "--to", to, "--harder"},
+        {"check"},
+        {"check", ""},
+        {"check", source, source},
         {"scan"},
         {"scan", ""},
         {"scan", source, "--to", to},
@@ -69,7 +72,7 @@ TEST(Usage, HelpAndVersionAreAnswersNotErrors)
 {
     const CScratchFolder scratch;
     const std::vector<std::vector<std::string>> questions = {
-        {"--help"}, {"--version"}, {"repair", "--help"}, {"scan", "--help"}};
+        {"--help"}, {"--version"}, {"repair", "--help"}, {"scan", "--help"}, {"check", "--help"}};
     for (const auto& arguments : questions) {
         const CommandResult result = RunHere(arguments, scratch.Path());
         EXPECT_EQ(result.status, 0);

@@ -50,7 +50,7 @@ TEST(LtpProperty, ValuesOfAllTypesReadBackFromWriterAndFile)
     const CPropertyBag bag = BagOfAllTypes(writer);
     const NodeRecord node = PutBag(writer, bag);
     writer.Commit();
-    ASSERT_NO_THROW(VerifyNodeDatabase(file));
+    ASSERT_EQ(DatabaseErrors(file), "");
     CNdbReader reader(file);
     INodeDatabase* const databases[] = {&writer, &reader};
     for (INodeDatabase* database : databases) {

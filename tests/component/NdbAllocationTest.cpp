@@ -3,7 +3,9 @@
 #include <map>
 
 #include "component/pst/ndb/AllocationPlan.h"
+#include "component/pst/ndb/MapPages.h"
 #include "component/pst/ndb/SortedList.h"
+#include "tests/component/NdbTestFile.h"
 
 namespace pastille::tests {
 namespace {
@@ -73,20 +75,34 @@ TEST(NdbAllocation, SkipsMapPagesAndNeverCrossesASection)
     }
 }
 
-TEST(NdbAllocation, BitsFollowWhatIsMarked)
+TEST(NdbAllocation, PagesGivenBackAreTakenFirst)
 {
     CAllocationPlan plan;
-    const std::uint64_t block = plan.TakeBlock(192);
-    EXPECT_EQ(plan.FreeBytes(), kSection - 1024) << "what is taken but not marked is free";
-    plan.Mark(block, 192);
-    EXPECT_EQ(plan.FreeBytes(), kSection - 1024 - 192);
-    EXPECT_EQ(plan.Bitmap(0)[1], std::byte{0xFF});
-    EXPECT_EQ(plan.Bitmap(0)[2], std::byte{0xE0}) << "most significant bit first";
-    plan.SetClean(0);
-    EXPECT_FALSE(plan.IsDirty(0));
-    plan.Clear(block + 64, 64);
-    EXPECT_TRUE(plan.IsDirty(0));
-    EXPECT_EQ(plan.Bitmap(0)[2], std::byte{0xA0});
+    const std::uint64_t page = plan.TakePage();
+    const std::uint64_t block = plan.TakeBlock(64);
+    plan.ReusePage(page);
+    EXPECT_EQ(plan.TakeBlock(64), block + 64) << "blocks never go back";
+    EXPECT_EQ(plan.TakePage(), page);
+    EXPECT_GT(plan.TakePage(), block);
+}
+
+TEST(NdbAllocation, MapsShowWhatIsInUse)
+{
+    CTestFile file;
+    component::pst::CMapPageWriter maps(file, 3);
+    maps.Add(0x4800, 192);
+    maps.Add(0x4400 + kSection + 512, 512);
+    EXPECT_THROW(maps.Add(0x4800, 64), std::logic_error);
+    const std::uint64_t free = maps.Finish(5);
+    EXPECT_EQ(free, 3 * kSection - 4 * 512 - 192 - 512) << "three AMaps, a PMap, and what is in use";
+    const auto byte = [&](std::uint64_t at) { return std::to_integer<unsigned>(file.bytes[at]); };
+    EXPECT_EQ(byte(0x4400), 0xFFu) << "the map itself";
+    EXPECT_EQ(byte(0x4402), 0xE0u) << "most significant bit first";
+    EXPECT_EQ(byte(0x4400 + kSection), 0xFFu);
+    EXPECT_EQ(byte(0x4400 + kSection + 1), 0xFFu);
+    EXPECT_EQ(byte(0x4400 + kSection + 2), 0u);
+    EXPECT_EQ(byte(0x4600), 0xFFu) << "the page map is full";
+    EXPECT_EQ(byte(0x4400 + 2 * kSection + 496), 0x84u) << "and every section has its map";
 }
 
 struct Entry {

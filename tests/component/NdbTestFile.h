@@ -12,6 +12,7 @@
 #include "component/pst/ndb/NdbReader.h"
 #include "component/pst/ndb/NdbWriter.h"
 #include "platform/FileSystem.h"
+#include "tests/support/StoreFindings.h"
 
 namespace pastille::tests {
 
@@ -32,6 +33,7 @@ public:
         const bool fails = CountOperation();
         const auto kept = fails ? data.first(data.size() / 2) : data;
         firstWritten = std::min(firstWritten, offset);
+        bytesWritten += kept.size();
         if (bytes.size() < offset + kept.size())
             bytes.resize(offset + kept.size());
         std::ranges::copy(kept, bytes.begin() + static_cast<std::ptrdiff_t>(offset));
@@ -53,6 +55,7 @@ public:
 
     std::vector<std::byte> bytes;
     std::uint64_t operations = 0;
+    std::uint64_t bytesWritten = 0;
     std::uint64_t failingOperation = 0;  ///< counted from 1; 0: none fails
     std::uint64_t firstWritten = std::numeric_limits<std::uint64_t>::max();  ///< lowest offset written to
 

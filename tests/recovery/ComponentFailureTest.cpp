@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "platform/Text.h"
 #include "tests/recovery/RecoverySupport.h"
 
 namespace pastille::tests {
@@ -76,36 +77,89 @@ TEST(ComponentFailure, OfTheFallbackFolderCostsItsItemsOnly)
     EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Note"});
 }
 
-TEST(StorageFailure, AnywhereEndsTheRunWithOneMessageAndNoStore)
+/// The text that an early end shows before the output path.
+std::u16string EarlyEnd(writer::HRESULT error, bool isKept)
 {
+    std::u16string text = error == writer::E_MEDIUMFULL ? u"There is no room left for the new .pst file."
+                          : error == writer::E_WRITEFAULT
+                              ? u"The new .pst file could not be written any further."
+                              : u"The new .pst file could not be completed.";
+    text += u" The recovery ended early.\n";
+    return text + (isKept ? u"What was saved until then is kept at:" : u"Nothing could be saved at:");
+}
+
+/// A call that fails, of those whose text begins so the one behind `skip` others.
+struct FailingCall {
+    const char* call;
+    int skip = 0;
+};
+
+/// One message, nothing tried after the failure, and a file just when it holds something.
+void ExpectEarlyEnd(CRecoveryScenario& scenario, const FailingCall& failing, writer::HRESULT error,
+                    bool isKept, std::u16string message)
+{
+    SCOPED_TRACE(std::string(failing.call) + " after " + std::to_string(failing.skip) +
+                 (isKept ? ", kept" : ", not kept"));
+    scenario.component.FailCalls(failing.call, error, failing.skip);
+    std::size_t callsBefore = 0;
+    scenario.component.onFailure = [&] { callsBefore = scenario.component.CountCalls("AddItem"); };
+    scenario.Run();
+    EXPECT_TRUE(scenario.state.failed);
+    EXPECT_EQ(scenario.pipeline->Failure(), error);
+    EXPECT_EQ(scenario.frontEnd.BoxTexts(), std::vector<std::u16string>{message});
+    EXPECT_EQ(exists(scenario.state.outputPath), isKept);
+    EXPECT_EQ(scenario.component.CountCalls("AddItem"), callsBefore) << "nothing more is tried";
+    EXPECT_EQ(scenario.component.liveStores, 0);
+    EXPECT_TRUE(scenario.frontEnd.All<platform::CompletionMessage>().empty());
+}
+
+TEST(StorageFailure, EndsTheRunAndKeepsWhatWasCompleted)
+{
+    constexpr FailingCall kBeforeTheFirstItem[] = {
+        {"AddFolder:Inbox"}, {"GetFolder:Inbox"},   {"GetFolderFromPath"}, {"AddItem"}, {"SetFlag:Sent"},
+        {"SetText:Subject"}, {"SetText:DisplayTo"}, {"SetText:Body"},      {"Save"}};
+    constexpr FailingCall kAfterIt[] = {{"AddItem", 1}, {"SetText:Body", 1}, {"Save", 1}, {"Commit"}};
     for (const auto error : {writer::E_MEDIUMFULL, writer::E_WRITEFAULT}) {
-        for (const char* call : {"AddPstStore", "AddFolder:Notes", "AddFolder:Inbox", "GetFolder:Inbox",
-                                 "GetFolderFromPath", "AddItem", "SetFlag:Sent", "SetText:Subject",
-                                 "SetText:DisplayTo", "SetText:Body", "Save", "Commit"}) {
+        const auto expect = [&](const FailingCall& call, bool completesOften, bool isKept) {
             CRecoveryScenario scenario(TwoMails());
-            scenario.component.FailCalls(call, error);
-            scenario.Run();
-            EXPECT_TRUE(scenario.state.failed) << call;
-            EXPECT_EQ(scenario.frontEnd.BoxTexts(),
-                      std::vector<std::u16string>{std::u16string(kComponentFailed)})
-                << call;
-            EXPECT_FALSE(exists(scenario.state.outputPath)) << call;
-            EXPECT_FALSE(scenario.component.committed) << call;
-            EXPECT_LE(scenario.component.CountCalls("AddItem"), call == std::string_view("Commit") ? 2u : 1u)
-                << call << ": nothing more is tried";
-            EXPECT_TRUE(scenario.frontEnd.All<platform::CompletionMessage>().empty()) << call;
+            scenario.component.commitsEverySave = completesOften;
+            const auto path = scenario.folder / "outlook Recovered" / "outlook Recovered.pst";
+            ExpectEarlyEnd(scenario, call, error, isKept, EarlyEnd(error, isKept) + platform::PathText(path));
+            EXPECT_EQ(scenario.CountInLog(EarlyEnd(error, isKept).substr(0, 30)), 1u);
+        };
+        for (const FailingCall& call : kBeforeTheFirstItem)
+            expect(call, true, false);
+        for (const FailingCall& call : kAfterIt) {
+            expect(call, true, true);
+            expect(call, false, false);
+        }
+        for (const char* call : {"AddPstStore", "AddFolder:Notes"}) {
+            CRecoveryScenario scenario(TwoMails());
+            ExpectEarlyEnd(scenario, {call}, error, false, std::u16string(kComponentFailed));
         }
     }
 }
 
 TEST(ComponentFailure, OfCompletingTheStoreIsAFailedRun)
 {
+    for (const bool isKept : {true, false}) {
+        CRecoveryScenario scenario(TwoMails());
+        scenario.component.commitsEverySave = isKept;
+        const auto path = scenario.folder / "outlook Recovered" / "outlook Recovered.pst";
+        ExpectEarlyEnd(scenario, {"Commit"}, writer::E_FAIL, isKept,
+                       EarlyEnd(writer::E_FAIL, isKept) + platform::PathText(path));
+    }
+}
+
+/// No store is lost because it cannot be read at the moment.
+TEST(StorageFailure, KeepsAStoreThatCannotBeOpenedNow)
+{
     CRecoveryScenario scenario(TwoMails());
-    scenario.component.FailCalls("Commit", writer::E_FAIL);
+    scenario.component.commitsEverySave = true;
+    scenario.component.FailCalls("Save", writer::E_WRITEFAULT, 1);
+    scenario.component.FailCalls("OpenPstStore", writer::E_FAIL);
     scenario.Run();
-    EXPECT_TRUE(scenario.state.failed);
-    EXPECT_FALSE(exists(scenario.state.outputPath));
-    EXPECT_EQ(scenario.frontEnd.BoxTexts().size(), 1u);
+    EXPECT_TRUE(exists(scenario.state.outputPath));
 }
 
 TEST(CloseOutput, ReleasesTheSessionBeforeTheStore)

@@ -183,21 +183,21 @@ TEST(RunLog, TheRunGoesOnWithoutALog)
     EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Note"});
 }
 
-TEST(RunLog, AFailingWriteCostsOneEntry)
+TEST(RunLog, AFailingWriteCostsTheEntriesThatWaitedForIt)
 {
     CTemporaryFolder folder;
     FileFaults faults;
-    faults.failingWrite = 3;
+    faults.failingWrite = 2;
     CFaultyFileSystem fileSystem(faults);
     recovery::CRunLog log;
     log.Create(fileSystem, folder / "log");
-    log.Write(u"one");
-    log.Write(u"two");
+    log.Write(u"lost");
+    log.Write(std::u16string(100'000, u'x'));  // more than waits
     fileSystem.faults.failingWrite.reset();
     log.Write(u"three");
     log.Close();
     log.Write(u"never");
-    EXPECT_EQ(file_size(folder / "log"), 2u + 2 * 8);
+    EXPECT_EQ(file_size(folder / "log"), 2u + 2 * 5);
 }
 
 }  // namespace

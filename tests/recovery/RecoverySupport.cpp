@@ -107,7 +107,7 @@ StoreAttachment File(std::u16string name, std::string_view bytes)
 
 CRecoveryScenario::CRecoveryScenario(const StoreDescription& description) : m_store(description)
 {
-    settings.sourcePath = "/mail/outlook.pst";
+    settings.sourcePath = CSourceInMemory::kSourcePath;
     settings.destinationFolder = folder.Path();
     options.clock = FixedClock();
 }

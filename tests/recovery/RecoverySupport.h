@@ -52,14 +52,18 @@ public:
 /// 22 November 2026, 21:05:09, in a time zone without offset.
 recovery::Clock FixedClock();
 
-/// The host's file system, but for sources: these are all one store in memory.
+/// The host's file system, but for the source at kSourcePath: that is a store in memory.
 class CSourceInMemory final : public platform::IFileSystem {
 public:
+    static constexpr std::string_view kSourcePath = "/mail/outlook.pst";
+
     /// `store` must outlive this object.
     explicit CSourceInMemory(std::span<const std::byte> store) : m_store(store) {}
-    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path&) override
+    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path& path) override
     {
-        return std::make_unique<CMemorySource>(m_store);
+        if (path == kSourcePath)
+            return std::make_unique<CMemorySource>(m_store);
+        return m_host.OpenSource(path);
     }
     std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override
     {

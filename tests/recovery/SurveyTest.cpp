@@ -144,7 +144,7 @@ TEST(Survey, CountsWhatARepairBrings)
         for (const bool smart : {false, true}) {
             SCOPED_TRACE(testing::Message() << "variant " << static_cast<int>(variant) << smart);
             platform::RunSettings settings;
-            settings.sourcePath = "/mail/outlook.pst";
+            settings.sourcePath = CSourceInMemory::kSourcePath;
             settings.smartScan = smart;
             CRecorder frontEnd;
             const auto survey = SurveyOf(files, settings, frontEnd);
@@ -213,7 +213,7 @@ TEST(Survey, AStopEndsItWithoutFindings)
                 state.stopRequested = true;
         };
         platform::RunSettings settings;
-        settings.sourcePath = "/mail/outlook.pst";
+        settings.sourcePath = CSourceInMemory::kSourcePath;
         store::COutLook(files, frontEnd, survey).Run(settings, state);
         EXPECT_FALSE(survey.Findings()) << phase;
     }

@@ -121,53 +121,6 @@ TEST(Faults, ADestinationThatIsAFileOrMissingIsRefused)
     }
 }
 
-/// Fails at write 1, 2, 3 and so on: whatever the moment, the run ends, says so, and leaves a store that
-/// opens or none.
-TEST(Faults, AFailingWriteIsToldAtEveryMoment)
-{
-    const CBuiltStore store(Letters(6));
-    std::uint64_t writes = 0;
-    {
-        CRepair repair(store.Content());
-        repair.Run();
-        ASSERT_EQ(repair.frontEnd.completions, 1);
-        writes = repair.files.writes;
-    }
-    const std::uint64_t step = writes / 40 + 1;
-    for (std::uint64_t at = 1; at <= writes; at += step) {
-        CRepair repair(store.Content());
-        repair.files.faults.failingWrite = at;
-        repair.Run();
-        const bool told = repair.state.failed || !repair.frontEnd.Boxes().empty();
-        // A log or a profile that cannot be written may be done without; the store itself not.
-        if (!told) {
-            EXPECT_EQ(CountItems(repair.ReadBack()), 6u) << "write " << at << " was lost silently";
-        }
-        if (repair.state.failed) {
-            EXPECT_EQ(repair.frontEnd.completions, 0) << at;
-        }
-    }
-}
-
-TEST(Faults, AFullDiskIsTold)
-{
-    const CBuiltStore store(Letters());
-    std::uint64_t written = 0;
-    {
-        CRepair repair(store.Content());
-        repair.Run();
-        ASSERT_EQ(repair.frontEnd.completions, 1);
-        written = repair.files.written;
-    }
-    for (std::uint64_t room = 0; room < written; room += written / 12 + 1) {
-        CRepair repair(store.Content());
-        repair.files.faults.diskBytes = room;
-        repair.Run();
-        EXPECT_TRUE(repair.state.failed || CountItems(repair.ReadBack()) == 20) << room;
-        EXPECT_EQ(repair.frontEnd.completions == 1, !repair.state.failed) << room;
-    }
-}
-
 TEST(Faults, AFileThatCannotBeCreatedIsToldOrDoneWithout)
 {
     const CBuiltStore store(Letters(6));

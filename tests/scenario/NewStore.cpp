@@ -7,6 +7,7 @@
 #include "component/pst/ndb/NdbReader.h"
 #include "format/Bytes.h"
 #include "platform/Text.h"
+#include "tests/support/StoreFindings.h"
 
 namespace pastille::tests {
 namespace {
@@ -189,7 +190,7 @@ std::vector<FoundItem> ReadNewStore(const std::filesystem::path& path)
 {
     try {
         const auto source = platform::HostFileSystem().OpenSource(path);
-        VerifyNodeDatabase(*source);
+        EXPECT_EQ(CheckedStore(*source).errors, "");
         return CNewStoreReader(*source).ReadAll();
     } catch (const std::exception& error) {
         ADD_FAILURE() << "the new store is not sound: " << error.what();

@@ -98,6 +98,19 @@ void PrintTo(const SeenItem& item, std::ostream* out)
          << " '" << ToUtf8(item.body.substr(0, 40)) << "']";
 }
 
+SeenStore ReadStore(const std::filesystem::path& path)
+{
+    SeenStore store;
+    try {
+        component::CBuiltInComponent component(platform::HostFileSystem(), "none");
+        const auto opened = component.CreateSession()->GetStores()->OpenPstStore(path, writer::Missing{});
+        AddFolder(opened->GetRootFolder(), u"", store);
+    } catch (const writer::_com_error& error) {
+        ADD_FAILURE() << "the store cannot be read: " << error.what();
+    }
+    return store;
+}
+
 SeenStore Expected(const StoreDescription& description)
 {
     SeenStore store;
@@ -152,7 +165,7 @@ void CRepair::Prepare()
 
 void CRepair::Run()
 {
-    component::CBuiltInComponent component(files, folder / "profiles");
+    component::CBuiltInComponent component(files, folder / "profiles", checkpoints);
     recovery::CRecoveryPipeline pipeline(component);
     store::COutLook engine(files, frontEnd, pipeline);
     engine.Run(settings, state);

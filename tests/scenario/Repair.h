@@ -29,6 +29,9 @@ void PrintTo(const SeenItem& item, std::ostream* out);
 /// Folders by path below the root ("\Inbox\Old"; "" is the root), each with its items in order of subject.
 using SeenStore = std::map<std::u16string, std::vector<SeenItem>>;
 
+/// What any store holds that the component can open.
+SeenStore ReadStore(const std::filesystem::path& path);
+
 /// What a description holds, at the paths that a repair gives it. Mails only as far as SeenItem goes.
 SeenStore Expected(const StoreDescription& description);
 std::size_t CountItems(const SeenStore& store);
@@ -60,6 +63,7 @@ public:
     platform::RunState state;
     CRecordingFrontEnd frontEnd;
     CFaultyFileSystem files;  ///< under the engine and under the component
+    component::pst::CheckpointPolicy checkpoints;
 
 private:
     void Prepare();

@@ -61,6 +61,7 @@ public:
             {.displayName = std::u16string(displayName), .embedded = object->Shared()});
     }
     std::int32_t GetCount() override { return static_cast<std::int32_t>(m_item->attachments.size()); }
+    CRef<IAttachment> GetAttachment(std::int32_t) override { return {}; }
 
 private:
     CFakeComponent& m_owner;
@@ -78,6 +79,8 @@ public:
     {
         m_owner.Enter("Save:" + platform::ToUtf8(m_item->messageClass), IStoreItem::kInterfaceId);
         ++m_item->saves;
+        if (m_owner.commitsEverySave)
+            m_owner.Commit();
     }
     std::u16string GetMessageClass() override { return m_item->messageClass; }
     std::u16string GetText(const ItemProperty& property) override
@@ -198,6 +201,7 @@ public:
     }
     CRef<IMessageItem> GetFirst() override { return {}; }
     CRef<IMessageItem> GetNext() override { return {}; }
+    CRef<IMessageItem> GetItem(std::int32_t) override { return {}; }
     std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.Saved().size()); }
 
 private:
@@ -217,6 +221,7 @@ public:
     CRef<IFolderList> GetFolders() override;
     std::u16string GetName() override { return m_folder.name; }
     std::u16string GetContainerClass() override { return m_folder.containerClass; }
+    std::int32_t GetUnreadCount() override { return 0; }
     void SetDefaultFolderKind(std::int32_t kind) override
     {
         m_owner.Enter("SetDefaultFolderKind:" + std::to_string(kind), IFolderSettings::kInterfaceId);
@@ -253,11 +258,14 @@ public:
     CRef<IStoreFolder> GetFolder(const Variant& index) override
     {
         m_owner.Enter("GetFolder:" + Narrow(index), kInterfaceId);
-        FakeFolder* found = m_folder.Find(std::get<std::u16string>(index));
+        const auto* number = std::get_if<std::int32_t>(&index);
+        FakeFolder* found = number == nullptr ? m_folder.Find(std::get<std::u16string>(index))
+                                              : m_folder.folders[static_cast<std::size_t>(*number - 1)].get();
         return found == nullptr ? CRef<IStoreFolder>()
                                 : CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *found));
     }
     std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.folders.size()); }
+    std::int32_t GetUnreadableCount() override { return 0; }
 
 private:
     CFakeComponent& m_owner;
@@ -271,16 +279,22 @@ CRef<IFolderList> CFolder::GetFolders()
 
 class CStore final : public IMessageStore {
 public:
-    explicit CStore(CFakeComponent& owner) : m_owner(owner) {}
-    ~CStore() override { m_owner.calls.emplace_back("ReleaseStore"); }
+    explicit CStore(CFakeComponent& owner) : m_owner(owner) { ++m_owner.liveStores; }
+    ~CStore() override
+    {
+        --m_owner.liveStores;
+        m_owner.calls.emplace_back("ReleaseStore");
+    }
     CRef<IStoreFolder> GetRootFolder() override
     {
         return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, m_owner.root));
     }
+    std::u16string GetDisplayName() override { return m_owner.storeName; }
+    std::vector<std::string> GetOpeningFaults() override { return {}; }
     void Commit() override
     {
         m_owner.Enter("Commit", kInterfaceId);
-        m_owner.committed = true;
+        m_owner.Commit();
     }
 
 private:
@@ -304,6 +318,13 @@ public:
             throw _com_error(E_INVALIDARG, kInterfaceId);
         m_owner.storePath = path;
         m_owner.storeName = std::get<std::u16string>(displayName);
+        return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
+    }
+    CRef<IMessageStore> OpenPstStore(const std::filesystem::path&, const Variant&) override
+    {
+        m_owner.Enter("OpenPstStore", kInterfaceId);
+        if (!m_owner.committed)
+            throw _com_error(E_FAIL, kInterfaceId);
         return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
     }
 
@@ -415,6 +436,12 @@ CRef<IStoreAuxiliary> CFakeComponent::CreateAuxiliary()
     return CRef<IStoreAuxiliary>(std::make_shared<IStoreAuxiliary>());
 }
 
+void CFakeComponent::Commit()
+{
+    committed = true;
+    std::ofstream(storePath) << "!BDN, and more";
+}
+
 void CFakeComponent::FailCalls(std::string call, HRESULT error, int skip, int times)
 {
     m_failures.push_back({std::move(call), error, skip, times});
@@ -426,8 +453,11 @@ void CFakeComponent::Enter(const std::string& call, const format::Guid& interfac
     for (Failure& failure : m_failures) {
         if (!call.starts_with(failure.call) || failure.skip-- > 0)
             continue;
-        if (failure.times-- > 0)
-            throw _com_error(failure.error, interfaceId);
+        if (failure.times-- <= 0)
+            continue;
+        if (onFailure)
+            onFailure();
+        throw _com_error(failure.error, interfaceId);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -65,6 +66,7 @@ public:
     void FailCalls(std::string call, writer::HRESULT error, int skip = 0, int times = 1'000'000);
     /// Notes a call; raises when it is to fail.
     void Enter(const std::string& call, const format::Guid& interfaceId);
+    std::function<void()> onFailure;  ///< called when a call fails
     std::size_t CountCalls(std::string_view beginning) const;
 
     bool isRegistered = true;
@@ -77,6 +79,11 @@ public:
     std::u16string storeName;
     FakeFolder root;
     bool committed = false;
+    bool commitsEverySave = false;  ///< as a component does that completes its file now and then
+    int liveStores = 0;             ///< store objects that are held
+
+    /// What is saved by now is on the disk.
+    void Commit();
 
     /// The folder at a path below the root; nullptr when there is none.
     FakeFolder* Folder(std::u16string_view path);

@@ -43,8 +43,9 @@ private:
 
 class CFaultyFile final : public platform::IFile {
 public:
-    CFaultyFile(std::unique_ptr<platform::IFile> below, CFaultyFileSystem& counter)
-        : m_below(std::move(below)), m_counter(counter)
+    using Kind = FileChange::Kind;
+    CFaultyFile(std::unique_ptr<platform::IFile> below, std::filesystem::path path, CFaultyFileSystem& owner)
+        : m_below(std::move(below)), m_path(std::move(path)), m_owner(owner)
     {
     }
 
@@ -55,20 +56,27 @@ public:
     std::uint64_t Size() const noexcept override { return m_below->Size(); }
     void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) override
     {
-        m_counter.CountWrite(bytes.size());
+        m_owner.Meet({Kind::Write, m_path, offset, bytes, m_below.get()});
         m_below->WriteAt(offset, bytes);
     }
-    void SetSize(std::uint64_t size) override { m_below->SetSize(size); }
+    void SetSize(std::uint64_t size) override
+    {
+        m_owner.Meet({Kind::SetSize, m_path, size, {}, m_below.get()});
+        m_below->SetSize(size);
+    }
     void Sync() override
     {
-        m_counter.CountSync();
-        m_below->Sync();
+        m_owner.Meet({Kind::Sync, m_path, 0, {}, m_below.get()});
+        if (m_owner.faults.syncs)
+            m_below->Sync();
     }
+    bool TryLock() override { return m_below->TryLock(); }
     std::unique_ptr<platform::IMapping> Map() override { return m_below->Map(); }
 
 private:
     std::unique_ptr<platform::IFile> m_below;
-    CFaultyFileSystem& m_counter;
+    std::filesystem::path m_path;
+    CFaultyFileSystem& m_owner;
 };
 
 [[noreturn]] void Fail(std::errc code)
@@ -78,20 +86,32 @@ private:
 
 }  // namespace
 
-void CFaultyFileSystem::CountWrite(std::uint64_t bytes)
+void MakeHalf(const FileChange& change)
 {
+    constexpr std::uint64_t kPage = 4096;
+    const std::uint64_t middle = (change.offset + change.bytes.size() / 2) / kPage * kPage;
+    if (change.kind == FileChange::Kind::Write && middle > change.offset)
+        change.below->WriteAt(change.offset, change.bytes.first(middle - change.offset));
+}
+
+void CFaultyFileSystem::Meet(const FileChange& change)
+{
+    const std::scoped_lock lock(m_mutex);
+    if (faults.onChange)
+        faults.onChange(change);
+    if (change.kind == FileChange::Kind::Create) {
+        made.push_back(change.path);
+        if (++creates == faults.failingCreate)
+            Fail(std::errc::permission_denied);
+    }
+    if (change.kind != FileChange::Kind::Write)
+        return;
     ++writes;
     if (faults.failingWrite && writes >= *faults.failingWrite)
         Fail(std::errc::io_error);
-    if (faults.diskBytes && written + bytes > *faults.diskBytes)
+    if (faults.diskBytes && written + change.bytes.size() > *faults.diskBytes)
         Fail(std::errc::no_space_on_device);
-    written += bytes;
-}
-
-void CFaultyFileSystem::CountSync()
-{
-    if (++syncs == faults.failingSync)
-        Fail(std::errc::io_error);
+    written += change.bytes.size();
 }
 
 std::unique_ptr<platform::IByteSource> CFaultyFileSystem::OpenSource(const std::filesystem::path& path)
@@ -102,15 +122,13 @@ std::unique_ptr<platform::IByteSource> CFaultyFileSystem::OpenSource(const std::
 
 std::unique_ptr<platform::IFile> CFaultyFileSystem::Create(const std::filesystem::path& path)
 {
-    made.push_back(path);
-    if (++creates == faults.failingCreate)
-        Fail(std::errc::permission_denied);
-    return std::make_unique<CFaultyFile>(m_below.Create(path), *this);
+    Meet({FileChange::Kind::Create, path});
+    return std::make_unique<CFaultyFile>(m_below.Create(path), path, *this);
 }
 
 std::unique_ptr<platform::IFile> CFaultyFileSystem::OpenExisting(const std::filesystem::path& path)
 {
-    return std::make_unique<CFaultyFile>(m_below.OpenExisting(path), *this);
+    return std::make_unique<CFaultyFile>(m_below.OpenExisting(path), path, *this);
 }
 
 std::size_t CMemorySource::ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept

@@ -4,7 +4,9 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,19 +15,35 @@
 
 namespace pastille::tests {
 
+/// A change of a file that is about to be made.
+struct FileChange {
+    enum class Kind { Create, Write, SetSize, Sync };
+    Kind kind;
+    const std::filesystem::path& path;
+    std::uint64_t offset = 0;            ///< of a write; the new size of SetSize
+    std::span<const std::byte> bytes{};  ///< of a write
+    platform::IFile* below = nullptr;    ///< what it is to be made to; nullptr before the file is created
+};
+
+/// Makes half of a change: some of a write's pages, none of the others. Hosts write pages of 4096 bytes
+/// whole.
+void MakeHalf(const FileChange& change);
+
 /// What goes wrong below the engine. Numbers count from 1 over all files of one file system.
 struct FileFaults {
     struct Range {
         std::uint64_t offset, length;
     };
-    std::vector<Range> unreadable{};               ///< of every source: reads stop before it
-    std::size_t longestRead = 0;                   ///< no read of a source gives more; 0: no limit
-    std::optional<std::uint64_t> shrinksTo{};      ///< sources end here, though they say they are longer
-    std::optional<std::uint64_t> diskBytes{};      ///< writing fails once so many bytes were written
-    std::optional<std::uint64_t> failingWrite{};   ///< this write fails and all after it
-    std::optional<std::uint64_t> failingCreate{};  ///< this creation of a file fails
-    std::optional<std::uint64_t> failingSync{};
+    std::vector<Range> unreadable{};                    ///< of every source: reads stop before it
+    std::size_t longestRead = 0;                        ///< no read of a source gives more; 0: no limit
+    std::optional<std::uint64_t> shrinksTo{};           ///< sources end here, though they say they are longer
+    std::optional<std::uint64_t> diskBytes{};           ///< writing fails once so many bytes were written
+    std::optional<std::uint64_t> failingWrite{};        ///< this write fails and all after it
+    std::optional<std::uint64_t> failingCreate{};       ///< this creation of a file fails
+    bool syncs = true;                                  ///< false: what was written need not reach the disk
     std::function<void(std::uint64_t)> onSourceRead{};  ///< called with the offset of each read
+    /// Called before each change, by one thread at a time. It may raise, or end the process.
+    std::function<void(const FileChange&)> onChange{};
 };
 
 /// Hands everything to another file system, but for the faults. Counts what it sees.
@@ -53,19 +71,18 @@ public:
     }
 
     /// Raises std::system_error where the faults say so.
-    void CountWrite(std::uint64_t bytes);
-    void CountSync();
+    void Meet(const FileChange& change);
 
     FileFaults faults;
     std::uint64_t writes = 0;
     std::uint64_t written = 0;
     std::uint64_t creates = 0;
-    std::uint64_t syncs = 0;
     std::vector<std::filesystem::path>
         made{};  ///< every file and folder that was to be created, or renamed to
 
 private:
     platform::IFileSystem& m_below;
+    std::mutex m_mutex;
 };
 
 /// Bytes in memory as a source, with the same read faults.

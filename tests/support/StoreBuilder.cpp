@@ -18,6 +18,7 @@ constexpr std::uint32_t kRootFolder = 0x122;
 constexpr std::uint32_t kSearchRoot = 0x8042;
 constexpr std::uint32_t kDeletedItems = 0x8062;
 constexpr std::uint32_t kSearchFolder = 0x2223;
+constexpr std::u16string_view kSearchFolderName = u"SPAM Search Folder 2";
 constexpr std::uint16_t kHashBuckets = 251;
 
 /// Bytes that look random and are the same in every build.
@@ -223,7 +224,7 @@ SubnodeRef CStoreBuilder::WriteTable(std::uint32_t nid, std::vector<std::uint32_
         return *property.hnid;
     };
     const BuiltTable table = BuildTable(Columns(std::move(tags)), rows, toSubnode, m_store.BlockBytes(),
-                                        HidShift(), !m_store.IsWide());
+                                        HidShift(), !m_store.IsWide(), m_counters);
     if (!table.rows.empty())
         parts.subnodes.push_back(
             {BuiltTable::kRowMatrixNid, m_store.WriteDataTree(table.rows, name + "/rows"), 0});
@@ -485,15 +486,15 @@ void CStoreBuilder::WriteFolder(std::uint32_t nid, const Folder& folder)
     entry.parent = folder.facts.parent.value_or(folder.parent);
     m_store.AddNode(entry, parts.name);
 
+    const auto type = static_cast<std::uint32_t>(StringType());
+    const auto text = [this](std::u16string_view value) {
+        return m_store.IsWide() ? Text(0, value).value : CodePageText(Text(0, value).value);
+    };
     std::vector<TableRow> rows;
     for (const std::uint32_t child : folder.children) {
         const Folder& below = m_folders.at(child);
         TableRow row;
         row.id = child;
-        const auto text = [this](std::u16string_view value) {
-            return m_store.IsWide() ? Text(0, value).value : CodePageText(Text(0, value).value);
-        };
-        const auto type = static_cast<std::uint32_t>(StringType());
         row.cells = {{0x30010000 | type, text(below.facts.name)},
                      {0x36020003, Stored(below.count)},
                      {0x36030003, Stored(below.unread)},
@@ -505,6 +506,10 @@ void CStoreBuilder::WriteFolder(std::uint32_t nid, const Folder& folder)
     if (nid == kRootFolder) {
         TableRow row;
         row.id = kSearchFolder;
+        row.cells = {{0x30010000 | type, text(kSearchFolderName)},
+                     {0x36020003, Bytes(4)},
+                     {0x36030003, Bytes(4)},
+                     {0x360A000B, Bytes(1)}};
         rows.push_back(std::move(row));
     }
     AddTableNode(WithType(nid, 0x0D), kHierarchyColumns, rows, parts.name + "/hierarchy");
@@ -552,7 +557,7 @@ void CStoreBuilder::WriteFixedNodes()
     Parts search{"search folder", {}, 0};
     Properties found;
     for (const StoreProperty& property :
-         {Text(pid::kDisplayName, u"SPAM Search Folder 2"), Number(pid::kContentCount, 0),
+         {Text(pid::kDisplayName, kSearchFolderName), Number(pid::kContentCount, 0),
           Number(pid::kContentUnreadCount, 0), Flag(pid::kSubfolders, false)})
         Insert(found, property, property.id, search);
     entry = WriteContextNode(found, search);

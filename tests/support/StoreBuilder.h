@@ -98,6 +98,7 @@ private:
     std::map<StoreName, std::uint16_t> m_ids;
     std::map<const StoreMessage*, std::pair<SubnodeRef, std::size_t>> m_shared;  ///< and their bytes
     std::function<void(NameStreams&)> m_editNames;
+    TableCounters m_counters;
     std::uint32_t m_unlabelled = 0;
 };
 

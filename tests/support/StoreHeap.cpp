@@ -272,14 +272,15 @@ Bytes TableInfo(const RowLayout& layout, std::uint32_t rowIndexHid, std::uint32_
     return info;
 }
 
-Bytes RowBytes(const RowLayout& layout, const TableRow& row, CHeapBuilder& heap, const SubnodeSink& toSubnode)
+Bytes RowBytes(const RowLayout& layout, const TableRow& row, std::uint32_t version, CHeapBuilder& heap,
+               const SubnodeSink& toSubnode)
 {
     Bytes bytes(layout.ends[3]);
     const std::span<std::byte> at(bytes);
     for (const Column& column : layout.columns) {
         const auto cell = row.cells.find(column.tag);
         if (column.tag == kRowIdTag || column.tag == kRowVersionTag) {
-            StoreLE(at, column.offset, column.tag == kRowIdTag ? row.id : row.id & 0xFFFFFF);
+            StoreLE(at, column.offset, column.tag == kRowIdTag ? row.id : version);
         } else if (cell == row.cells.end()) {
             continue;
         } else if (FixedSize(static_cast<PropertyType>(column.tag & 0xFFFF)) != 0) {
@@ -315,7 +316,8 @@ std::vector<Bytes> RowIndexRecords(const std::vector<TableRow>& rows, bool ansi)
 }  // namespace
 
 BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRow>& rows,
-                      const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi)
+                      const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi,
+                      TableCounters& counters)
 {
     const RowLayout layout = PlanColumns(std::move(tags));
     CHeapBuilder heap(0x7C, blockBytes, blockShift);
@@ -341,7 +343,7 @@ BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRo
     BuiltTable table;
     Bytes matrix;
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const Bytes row = RowBytes(layout, rows[i], heap, toSubnode);
+        const Bytes row = RowBytes(layout, rows[i], ++counters.rowVersion, heap, toSubnode);
         if (!inHeap && i != 0 && i % perBlock == 0) {
             matrix.resize(blockBytes);
             table.rows.push_back(std::move(matrix));

@@ -75,6 +75,11 @@ struct TableRow {
     std::map<std::uint32_t, Bytes> cells;  ///< by tag, values as stored
 };
 
+/// What all tables of a store draw from.
+struct TableCounters {
+    std::uint32_t rowVersion = 0;  ///< the last one given to a row
+};
+
 /// What the node of a table holds: heap blocks, and the blocks of its row matrix when that lies in a subnode.
 struct BuiltTable {
     std::vector<Bytes> heap;
@@ -84,6 +89,7 @@ struct BuiltTable {
 
 /// A table context. `tags` need not hold the row id and row version, and are sorted here. [MS-PST] 2.3.4
 BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRow>& rows,
-                      const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi);
+                      const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi,
+                      TableCounters& counters);
 
 }  // namespace pastille::tests

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
+#include "component/pst/ndb/FormatError.h"
 #include "format/Bth.h"
 #include "format/Bytes.h"
 
@@ -10,7 +12,6 @@ namespace pastille::component::pst {
 namespace {
 
 constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
-constexpr std::size_t kMostBlocks = 65536;         ///< that the 16 bits of a HID can number
 constexpr std::size_t kFirstFillLevelOffset = 8;   ///< in HNHDR
 constexpr std::size_t kBitmapFillLevelOffset = 2;  ///< in HNBITMAPHDR
 constexpr std::size_t kFillLevelsOfFirst = 8;
@@ -30,7 +31,7 @@ std::size_t EndOfPageMap(std::size_t itemsEnd, std::size_t itemCount)
 }  // namespace
 
 CHeapWriter::CHeapWriter(std::uint8_t clientSignature)
-    : m_clientSignature(clientSignature), m_current(MakeBlock(0)), m_blocks(1)
+    : m_clientSignature(clientSignature), m_current(MakeBlock(0)), m_fillLevels(1)
 {
 }
 
@@ -38,13 +39,60 @@ CHeapWriter::OpenBlock CHeapWriter::MakeBlock(std::size_t index)
 {
     OpenBlock block;
     block.index = index;
-    block.bytes.resize(format::HeapHeaderSize(index));
+    block.begin = format::HeapHeaderSize(index);
     return block;
+}
+
+/// Brings the items of a parked block into memory.
+void CHeapWriter::Load(CNdbWriter& writer, OpenBlock& block)
+{
+    if (block.parked.value == 0)
+        return;
+    const format::SharedBytes stored = writer.ReadBlock(block.parked);
+    const auto view = Require(format::CHeapBlockView::Parse(format::CByteView(*stored), block.index));
+    OpenBlock whole = MakeBlock(block.index);
+    whole.bytes.reserve(block.End());
+    for (std::size_t i = 1; i <= block.parkedItems; ++i) {
+        const auto item = view.Item(i);
+        if (!item)
+            throw CFormatError({"HNPAGEMAP", "rgibAlloc", i, block.parked.value});
+        whole.bytes.insert(whole.bytes.end(), item->Bytes().begin(), item->Bytes().end());
+        whole.ends.push_back(static_cast<std::uint16_t>(whole.End()));
+    }
+    if (whole.End() != block.begin)
+        throw CFormatError({"HNPAGEMAP", "rgibAlloc", whole.End(), block.parked.value});
+    whole.bytes.insert(whole.bytes.end(), block.bytes.begin(), block.bytes.end());
+    whole.ends.insert(whole.ends.end(), block.ends.begin(), block.ends.end());
+    block = std::move(whole);
+}
+
+/// Frees the memory of a block whose items are the first ones of the block `bid` of the file.
+void CHeapWriter::Park(OpenBlock& block, format::Bid bid)
+{
+    block.parked = bid;
+    block.parkedItems = block.Count();
+    block.begin = block.End();
+    std::vector<std::byte>().swap(block.bytes);
+    std::vector<std::uint16_t>().swap(block.ends);
+}
+
+void CHeapWriter::Park(const CHeapWriter& finished)
+{
+    for (OpenBlock* block : {&m_current, m_first ? &*m_first : nullptr, m_bitmap ? &*m_bitmap : nullptr})
+        if (block != nullptr)
+            Park(*block, finished.BlockOf(format::HeapId::Make(block->index, 1)));
+    m_tree.TakeIndexes(finished.m_tree);
+}
+
+format::Bid CHeapWriter::BlockOf(format::HeapId id) const
+{
+    const std::size_t index = id.value >> 16;
+    return index < m_tree.Count() ? m_tree.At(index) : m_last;
 }
 
 std::size_t CHeapWriter::FreeBytes(const OpenBlock& block) const
 {
-    return kFullBlock - std::min(kFullBlock, EndOfPageMap(block.bytes.size(), block.ends.size()));
+    return kFullBlock - std::min(kFullBlock, EndOfPageMap(block.End(), block.Count()));
 }
 
 format::HeapId CHeapWriter::Add(CNdbWriter& writer, std::span<const std::byte> bytes)
@@ -53,80 +101,95 @@ format::HeapId CHeapWriter::Add(CNdbWriter& writer, std::span<const std::byte> b
         return {};
     if (bytes.size() > format::kLargestHeapItem)
         throw std::length_error("a heap item has at most 3580 bytes");
-    const std::size_t itemsEnd = m_current.bytes.size() + bytes.size();
-    if (m_current.ends.size() == format::kMostHeapItems ||
-        EndOfPageMap(itemsEnd, m_current.ends.size() + 1) > kFullBlock)
+    if (m_current.Count() == format::kMostHeapItems ||
+        EndOfPageMap(m_current.End() + bytes.size(), m_current.Count() + 1) > kFullBlock)
         CloseCurrent(writer);
     m_current.bytes.insert(m_current.bytes.end(), bytes.begin(), bytes.end());
-    m_current.ends.push_back(static_cast<std::uint16_t>(m_current.bytes.size()));
-    return format::HeapId::Make(m_current.index, m_current.ends.size());
+    m_current.ends.push_back(static_cast<std::uint16_t>(m_current.End()));
+    return format::HeapId::Make(m_current.index, m_current.Count());
 }
 
-/// Item number `index`, counted from 1. REQUIRES: the block has it.
+/// Item number `index` of those in memory, counted from 1, or nothing.
 std::span<const std::byte> CHeapWriter::ItemOf(const OpenBlock& block, std::size_t index)
 {
-    const std::size_t begin = index == 1 ? format::HeapHeaderSize(block.index) : block.ends[index - 2];
-    return std::span(block.bytes).subspan(begin, block.ends[index - 1] - begin);
+    if (index == 0 || index > block.ends.size())
+        return {};
+    const std::size_t begin = index == 1 ? block.begin : block.ends[index - 2];
+    return std::span(block.bytes).subspan(begin - block.begin, block.ends[index - 1] - begin);
 }
 
-std::optional<std::span<const std::byte>> CHeapWriter::FindItem(format::HeapId id) const
+const CHeapWriter::OpenBlock* CHeapWriter::FindOpen(std::size_t index) const
+{
+    if (index == m_current.index)
+        return &m_current;
+    if (m_first && index == 0)
+        return &*m_first;
+    return m_bitmap && index == m_bitmap->index ? &*m_bitmap : nullptr;
+}
+
+std::vector<std::byte> CHeapWriter::Item(CNdbWriter& writer, format::HeapId id) const
 {
     const std::size_t blockIndex = id.value >> 16;
     const std::size_t index = (id.value & 0xFFFF) >> 5;
-    const OpenBlock* const block = blockIndex == m_current.index ? &m_current
-                                   : m_first && blockIndex == 0  ? &*m_first
-                                                                 : nullptr;
-    if (block == nullptr || index == 0 || index > block->ends.size())
-        return std::nullopt;
-    return ItemOf(*block, index);
+    const OpenBlock* const open = FindOpen(blockIndex);
+    if (open != nullptr && index > open->parkedItems) {
+        const auto item = ItemOf(*open, index - open->parkedItems);
+        return {item.begin(), item.end()};
+    }
+    const format::SharedBytes stored = writer.ReadBlock(open != nullptr ? open->parked : BlockOf(id));
+    const auto view = Require(format::CHeapBlockView::Parse(format::CByteView(*stored), blockIndex));
+    const auto item = view.Item(index);
+    if (!item)
+        throw std::logic_error("no item of the heap");
+    return {item->Bytes().begin(), item->Bytes().end()};
 }
 
-std::span<std::byte> CHeapWriter::ItemOfFirstBlock(format::HeapId id)
+std::span<std::byte> CHeapWriter::ItemOfFirstBlock(CNdbWriter& writer, format::HeapId id)
 {
     OpenBlock& first = m_first ? *m_first : m_current;
-    const std::size_t index = id.value >> 5;
-    if (id.value >> 16 != 0 || index == 0 || index > first.ends.size())
+    Load(writer, first);
+    const auto item = ItemOf(first, id.value >> 5);
+    if (id.value >> 16 != 0 || item.empty())
         throw std::logic_error("no item of the heap's first block");
-    const auto item = ItemOf(first, index);
     return std::span(first.bytes)
         .subspan(static_cast<std::size_t>(item.data() - first.bytes.data()), item.size());
 }
 
-/// Sets the current block aside and begins the next. A block whose header tells of later blocks stays in
-/// memory until they are complete.
+/// Sets the current block aside and begins the next. A block whose header tells of later blocks stays open
+/// until they are complete.
 void CHeapWriter::CloseCurrent(CNdbWriter& writer)
 {
-    if (m_blocks.size() == kMostBlocks)
+    if (m_fillLevels.size() == kMostBlocks)
         throw std::length_error("a heap has at most 65536 blocks");
     const std::size_t index = m_current.index;
-    m_blocks[index].fillLevel = format::HeapFillLevel(FreeBytes(m_current));
+    m_fillLevels[index] = format::HeapFillLevel(FreeBytes(m_current));
     OpenBlock closed = std::exchange(m_current, MakeBlock(index + 1));
+    m_tree.Append();
     if (index == 0)
         m_first = std::move(closed);
     else if (HasBitmapHeader(index))
         m_bitmap = std::move(closed);
     else
-        m_blocks[index].bid = WriteBlock(writer, closed, false).value;
+        m_tree.Set(index, WriteBlock(writer, closed, false));
     // The next bitmap block ends the range of the one before it.
     if (m_bitmap && m_bitmap->index + kFillLevelsOfBitmap == index + 1) {
-        m_blocks[m_bitmap->index].bid = WriteBlock(writer, *m_bitmap, false).value;
+        m_tree.Set(m_bitmap->index, WriteBlock(writer, *m_bitmap, false));
         m_bitmap.reset();
     }
-    m_blocks.emplace_back();
+    m_fillLevels.emplace_back();
 }
 
+/// REQUIRES: the block is not parked.
 std::vector<std::byte> CHeapWriter::Encode(const OpenBlock& block, bool isLast) const
 {
-    const std::size_t itemsEnd = block.bytes.size();
+    const std::size_t itemsEnd = block.End();
     const std::size_t pageMap = itemsEnd + itemsEnd % 2;
-    const std::size_t end = EndOfPageMap(itemsEnd, block.ends.size());
-    std::vector<std::byte> bytes = block.bytes;
-    bytes.resize(isLast ? end : kFullBlock);
+    std::vector<std::byte> bytes(isLast ? EndOfPageMap(itemsEnd, block.ends.size()) : kFullBlock);
+    std::ranges::copy(block.bytes, bytes.begin() + static_cast<std::ptrdiff_t>(block.begin));
     format::StoreLE<std::uint16_t>(bytes, 0, static_cast<std::uint16_t>(pageMap));
     format::StoreLE<std::uint16_t>(bytes, pageMap, static_cast<std::uint16_t>(block.ends.size()));
     std::size_t place = pageMap + 4;
-    format::StoreLE<std::uint16_t>(bytes, place,
-                                   static_cast<std::uint16_t>(format::HeapHeaderSize(block.index)));
+    format::StoreLE<std::uint16_t>(bytes, place, static_cast<std::uint16_t>(block.begin));
     for (const std::uint16_t itemEnd : block.ends)
         format::StoreLE<std::uint16_t>(bytes, place += 2, itemEnd);
     if (block.index == 0) {
@@ -138,30 +201,37 @@ std::vector<std::byte> CHeapWriter::Encode(const OpenBlock& block, bool isLast) 
     }
     const std::size_t levels = block.index == 0 ? kFirstFillLevelOffset : kBitmapFillLevelOffset;
     const std::size_t count = block.index == 0 ? kFillLevelsOfFirst : kFillLevelsOfBitmap;
-    for (std::size_t i = 0; i < count && block.index + i < m_blocks.size(); ++i)
-        bytes[levels + i / 2] |= static_cast<std::byte>(m_blocks[block.index + i].fillLevel << (i % 2 * 4));
+    for (std::size_t i = 0; i < count && block.index + i < m_fillLevels.size(); ++i)
+        bytes[levels + i / 2] |= static_cast<std::byte>(m_fillLevels[block.index + i] << (i % 2 * 4));
     return bytes;
 }
 
-format::Bid CHeapWriter::WriteBlock(CNdbWriter& writer, const OpenBlock& block, bool isLast) const
+format::Bid CHeapWriter::WriteBlock(CNdbWriter& writer, OpenBlock& block, bool isLast) const
 {
+    Load(writer, block);
     return writer.AddDataBlock(Encode(block, isLast));
 }
 
 format::Bid CHeapWriter::Finish(CNdbWriter& writer)
 {
-    m_blocks.back().fillLevel = format::HeapFillLevel(FreeBytes(m_current));
-    const std::vector<std::byte> last = Encode(m_current, true);
-    if (m_first)
-        m_blocks.front().bid = WriteBlock(writer, *m_first, false).value;
-    if (m_bitmap)
-        m_blocks[m_bitmap->index].bid = WriteBlock(writer, *m_bitmap, false).value;
-    CDataTreeWriter tree(writer);
-    for (std::size_t i = 0; i + 1 < m_blocks.size(); ++i)
-        tree.AppendExistingBlock({m_blocks[i].bid}, kFullBlock);
-    tree.AppendWholeBlock(last);
-    m_size = tree.Size();
-    return tree.Finish();
+    m_fillLevels.back() = format::HeapFillLevel(FreeBytes(m_current));
+    for (auto* block : {&m_first, &m_bitmap})
+        if (*block)
+            m_tree.Set((*block)->index, WriteBlock(writer, **block, false));
+    m_last = WriteBlock(writer, m_current, true);
+    const std::size_t lastSize = EndOfPageMap(m_current.End(), m_current.Count());
+    m_size = m_tree.Count() * kFullBlock + lastSize;
+    return m_tree.Finish(writer, m_last, lastSize);
+}
+
+std::size_t CHeapWriter::HeldBytes() const
+{
+    std::size_t held = m_tree.HeldBytes() + m_fillLevels.capacity();
+    for (const OpenBlock* block :
+         {&m_current, m_first ? &*m_first : nullptr, m_bitmap ? &*m_bitmap : nullptr})
+        if (block != nullptr)
+            held += block->bytes.capacity() + block->ends.capacity() * sizeof(std::uint16_t);
+    return held;
 }
 
 namespace {
@@ -197,19 +267,28 @@ void EncodeBthHeader(std::span<std::byte> header, std::size_t keySize, std::size
     format::StoreLE<std::uint32_t>(header, 4, root.value);
 }
 
+std::vector<std::byte> WriteBthLeaves(CNdbWriter& writer, CHeapWriter& heap, std::size_t keySize,
+                                      std::size_t dataSize, std::span<const std::byte> records)
+{
+    return WriteBthLevel(writer, heap, keySize, keySize + dataSize, records);
+}
+
+void WriteBthIndex(CNdbWriter& writer, CHeapWriter& heap, format::HeapId header, std::size_t keySize,
+                   std::size_t dataSize, std::vector<std::byte> index)
+{
+    const std::size_t recordSize = keySize + kHidSize;
+    unsigned levels = 0;
+    for (; index.size() > recordSize; ++levels)
+        index = WriteBthLevel(writer, heap, keySize, recordSize, index);
+    const format::HeapId root{index.empty() ? 0 : format::LoadLE<std::uint32_t>(index, keySize)};
+    EncodeBthHeader(heap.ItemOfFirstBlock(writer, header), keySize, dataSize, levels, root);
+}
+
 void WriteBth(CNdbWriter& writer, CHeapWriter& heap, format::HeapId header, std::size_t keySize,
               std::size_t dataSize, std::span<const std::byte> records)
 {
-    unsigned levels = 0;
-    format::HeapId root;
-    if (!records.empty()) {
-        const std::size_t indexSize = keySize + kHidSize;
-        std::vector<std::byte> index = WriteBthLevel(writer, heap, keySize, keySize + dataSize, records);
-        for (; index.size() > indexSize; ++levels)
-            index = WriteBthLevel(writer, heap, keySize, indexSize, index);
-        root.value = format::LoadLE<std::uint32_t>(index, keySize);
-    }
-    EncodeBthHeader(heap.ItemOfFirstBlock(header), keySize, dataSize, levels, root);
+    WriteBthIndex(writer, heap, header, keySize, dataSize,
+                  WriteBthLeaves(writer, heap, keySize, dataSize, records));
 }
 
 }  // namespace pastille::component::pst

@@ -37,8 +37,8 @@ public:
         const format::HeapId array = m_heap.Add(m_writer, std::vector<std::byte>(recordBytes));
         const std::vector<std::byte> records = MakeRecords(bag);
         if (array.value != 0)
-            std::ranges::copy(records, m_heap.ItemOfFirstBlock(array).begin());
-        EncodeBthHeader(m_heap.ItemOfFirstBlock(header), kKeySize, kDataSize, 0, array);
+            std::ranges::copy(records, m_heap.ItemOfFirstBlock(m_writer, array).begin());
+        EncodeBthHeader(m_heap.ItemOfFirstBlock(m_writer, header), kKeySize, kDataSize, 0, array);
         return Finish();
     }
 

@@ -24,6 +24,11 @@ public:
     /// Tags of all properties by rising id.
     std::vector<format::PropertyTag> Tags() const;
     bool Has(std::uint16_t id) const { return FindRecord(id) != nullptr; }
+    std::optional<format::PropertyType> TypeOf(std::uint16_t id) const
+    {
+        const auto* const record = FindRecord(id);
+        return record == nullptr ? std::nullopt : std::optional(record->tag.type);
+    }
     /// Size in bytes of a value; nothing when the object lacks the property.
     std::optional<std::uint64_t> SizeOf(std::uint16_t id);
     /// The value with all its bytes. Nothing when the object lacks the property or when the value has more

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "component/pst/ndb/DataTree.h"
+#include "component/pst/ndb/FormatError.h"
 #include "format/PropertyContext.h"
 #include "format/PropertyIds.h"
 
@@ -14,8 +14,13 @@ constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
 constexpr std::size_t kBthHeaderSize = 8;
 constexpr std::size_t kIndexKeySize = 4;
 constexpr std::size_t kIndexDataSize = 4;
-/// Blocks of rows in memory at most, the last one of the table among them.
-constexpr std::size_t kMostOpenRowBlocks = 4;
+constexpr std::size_t kIndexRecordSize = kIndexKeySize + kIndexDataSize;
+constexpr std::size_t kRowsPerLeaf = format::kLargestHeapItem / kIndexRecordSize;
+/// Full blocks in memory, because rows of theirs have changed.
+constexpr std::size_t kMostChangedBlocks = 3;
+/// Blocks of the heap that are kept for what Finish adds to it (the rows or the end of their index) and for
+/// the values of one row.
+constexpr std::size_t kSpareBlocks = 32;
 
 format::TableInfo LayOut(std::span<const format::TableColumn> columns)
 {
@@ -53,10 +58,34 @@ std::uint32_t HnidOf(const format::TableInfo& info, std::span<const std::byte> r
     return cell ? cell->ReadOrZero<std::uint32_t>(0) : 0;
 }
 
+struct IndexRecord {
+    std::uint32_t key, data;
+};
+
+/// The last of sorted index records (key 4, data 4) whose key is not above `key`.
+std::optional<IndexRecord> LastNotAbove(std::span<const std::byte> records, std::uint32_t key)
+{
+    std::size_t low = 0;
+    for (std::size_t high = records.size() / kIndexRecordSize; low < high;) {
+        const std::size_t middle = low + (high - low) / 2;
+        if (format::LoadLE<std::uint32_t>(records, middle * kIndexRecordSize) <= key)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    if (low == 0)
+        return std::nullopt;
+    const std::size_t at = (low - 1) * kIndexRecordSize;
+    return IndexRecord{format::LoadLE<std::uint32_t>(records, at),
+                       format::LoadLE<std::uint32_t>(records, at + kIndexKeySize)};
+}
+
 }  // namespace
 
-CTableWriter::CTableWriter(CNdbWriter& writer, std::span<const format::TableColumn> columns)
+CTableWriter::CTableWriter(CNdbWriter& writer, std::span<const format::TableColumn> columns,
+                           const TableLimits& limits)
     : m_writer(writer),
+      m_limits(limits),
       m_info(LayOut(columns)),
       m_heap(format::clientsig::kTableContext),
       m_indexHeader(m_heap.Add(writer, std::vector<std::byte>(kBthHeaderSize))),
@@ -65,6 +94,19 @@ CTableWriter::CTableWriter(CNdbWriter& writer, std::span<const format::TableColu
 {
     m_heap.SetUserRoot(m_infoItem);
     m_info.rowIndex = m_indexHeader.value;
+}
+
+/// Refuses a row before anything of it is stored, so that Finish never meets a limit.
+void CTableWriter::RequireRoom(const CPropertyBag& cells) const
+{
+    const std::size_t indexBlocks = m_indexLeaves.size() / kRowsPerLeaf / kIndexRecordSize;
+    if (m_heap.BlockCount() + indexBlocks + kSpareBlocks > m_limits.heapBlocks)
+        throw std::length_error("the heap of a table is full");
+    const auto large = std::ranges::count_if(
+        cells.Values(), [](const PropertyValue& value) { return value.Size() > format::kLargestHeapItem; });
+    // One more is for the rows.
+    if (large != 0 && m_largeCells.size() + static_cast<std::size_t>(large) + 1 > m_limits.subnodes)
+        throw std::length_error("a table has too many long values");
 }
 
 /// The bytes of a row. Values that stand in `oldRow` (may be empty) already are used again.
@@ -106,8 +148,7 @@ bool CTableWriter::HoldsValue(std::uint32_t hnid, const PropertyValue& value) co
         const auto known = m_largeCells.find(hnid);
         return value.tree && known != m_largeCells.end() && known->second.root == value.tree->root;
     }
-    const auto item = m_heap.FindItem({hnid});
-    return !value.tree && item && std::ranges::equal(*item, value.bytes);
+    return !value.tree && m_heap.Item(m_writer, {hnid}) == value.bytes;
 }
 
 std::uint32_t CTableWriter::StoreVariable(const PropertyValue& value)
@@ -139,124 +180,149 @@ void CTableWriter::DropLargeCells(std::span<const std::byte> row, std::span<cons
     }
 }
 
-std::size_t CTableWriter::RowsInBlock(std::size_t block) const
+/// The rows behind the last full block, all of them in memory.
+std::vector<std::byte>& CTableWriter::OpenLastRows()
 {
-    return std::min(m_geometry.RowsPerBlock(), m_rowIds.size() - block * m_geometry.RowsPerBlock());
+    if (m_lastRows.parked.value == 0)
+        return m_lastRows.bytes;
+    const format::SharedBytes stored = m_writer.ReadBlock(m_lastRows.parked);
+    format::CByteView rows(*stored);
+    if (const auto item = m_lastRows.parkedItem; item.value != 0) {
+        const auto block = Require(format::CHeapBlockView::Parse(rows, item.value >> 16));
+        rows = block.Item((item.value & 0xFFFF) >> 5).value_or(format::CByteView());
+    }
+    if (rows.Size() < m_lastRows.parkedSize)
+        throw CFormatError({"row matrix", "size", rows.Size(), m_lastRows.parked.value});
+    const auto first = rows.Bytes().first(m_lastRows.parkedSize);
+    OpenRows whole;
+    whole.bytes.reserve(m_lastRows.Size() + m_info.rowSize);
+    whole.bytes.assign(first.begin(), first.end());
+    whole.bytes.insert(whole.bytes.end(), m_lastRows.bytes.begin(), m_lastRows.bytes.end());
+    m_lastRows = std::move(whole);
+    return m_lastRows.bytes;
 }
 
-std::vector<std::byte>& CTableWriter::OpenRowBlock(std::size_t block)
+/// Writes the last rows, which fill a block.
+void CTableWriter::CloseLastRows()
 {
-    if (const auto open = m_openRowBlocks.find(block); open != m_openRowBlocks.end())
+    std::vector<std::byte>& rows = OpenLastRows();
+    rows.resize(kFullBlock);
+    m_rowBlocks.Append(m_writer.AddDataBlock(rows));
+    m_lastRows = {};
+}
+
+std::vector<std::byte>& CTableWriter::OpenChangedBlock(std::size_t block)
+{
+    if (const auto open = m_changedBlocks.find(block); open != m_changedBlocks.end())
         return open->second;
-    const std::size_t last = m_rowIds.empty() ? 0 : m_geometry.BlockOf(m_rowIds.size() - 1);
-    while (m_openRowBlocks.size() >= kMostOpenRowBlocks) {
-        const auto victim =
-            std::ranges::find_if(m_openRowBlocks, [last](const auto& b) { return b.first != last; });
-        FlushRowBlock(victim->first);
-    }
-    std::vector<std::byte> bytes;
-    if (block < m_rowBlocks.size() && m_rowBlocks[block].value != 0) {
-        bytes = *m_writer.ReadBlock(m_rowBlocks[block]);
-        bytes.resize(RowsInBlock(block) * m_info.rowSize);
-    }
-    return m_openRowBlocks.emplace(block, std::move(bytes)).first->second;
+    if (m_changedBlocks.size() == kMostChangedBlocks)
+        FlushChangedBlocks();
+    return m_changedBlocks.emplace(block, *m_writer.ReadBlock(m_rowBlocks.At(block))).first->second;
+}
+
+void CTableWriter::FlushChangedBlocks()
+{
+    for (const auto& [block, bytes] : m_changedBlocks)
+        m_rowBlocks.Set(block, m_writer.AddDataBlock(bytes));
+    m_changedBlocks.clear();
 }
 
 std::span<std::byte> CTableWriter::RowAt(std::size_t row)
 {
-    return std::span(OpenRowBlock(m_geometry.BlockOf(row))).subspan(m_geometry.OffsetOf(row), m_info.rowSize);
-}
-
-/// Writes a block that is not the table's last, filled up, and takes it out of memory.
-void CTableWriter::FlushRowBlock(std::size_t block)
-{
-    const auto open = m_openRowBlocks.find(block);
-    open->second.resize(kFullBlock);
-    m_rowBlocks.resize(std::max(m_rowBlocks.size(), block + 1));
-    m_rowBlocks[block] = m_writer.AddDataBlock(open->second);
-    m_openRowBlocks.erase(open);
+    const std::size_t block = m_geometry.BlockOf(row);
+    std::vector<std::byte>& bytes = block == m_rowBlocks.Count() ? OpenLastRows() : OpenChangedBlock(block);
+    return std::span(bytes).subspan(m_geometry.OffsetOf(row), m_info.rowSize);
 }
 
 void CTableWriter::AddRow(std::uint32_t rowId, const CPropertyBag& cells)
 {
-    if (HasRow(rowId))
-        throw std::invalid_argument("the row exists");
+    if (RowCount() != 0 && rowId <= m_lastId)
+        throw std::invalid_argument("row ids rise");
+    RequireRoom(cells);
+    const bool isBlockFull = m_lastRows.Size() == m_geometry.RowsPerBlock() * m_info.rowSize;
+    if (isBlockFull && m_rowBlocks.Count() >= m_limits.rowBlocks)
+        throw std::length_error("a table has no room for further rows");
     const Row row = MakeRow(rowId, cells, {});
-    const std::size_t number = m_rowIds.size();
-    std::vector<std::byte>& block = OpenRowBlock(m_geometry.BlockOf(number));
-    block.insert(block.end(), row.begin(), row.end());
-    m_rowIds.push_back(rowId);
-    m_index.Insert({rowId, static_cast<std::uint32_t>(number)});
+    if (isBlockFull)
+        CloseLastRows();
+    m_lastRows.bytes.insert(m_lastRows.bytes.end(), row.begin(), row.end());
+    m_latestIds.push_back(m_lastId = rowId);
+    IndexFullLeaf();
 }
 
 bool CTableWriter::UpdateRow(std::uint32_t rowId, const CPropertyBag& cells)
 {
-    const IndexEntry* const entry = m_index.Find(rowId);
-    if (entry == nullptr)
+    const auto number = FindRow(rowId);
+    if (!number)
         return false;
-    const std::span<std::byte> place = RowAt(entry->row);
+    RequireRoom(cells);
+    const std::span<std::byte> place = RowAt(*number);
     const Row row = MakeRow(rowId, cells, place);
     DropLargeCells(place, row);
     std::ranges::copy(row, place.begin());
     return true;
 }
 
-bool CTableWriter::RemoveRow(std::uint32_t rowId)
+/// Row number of a row id.
+std::optional<std::size_t> CTableWriter::FindRow(std::uint32_t rowId) const
 {
-    const IndexEntry* const entry = m_index.Find(rowId);
-    if (entry == nullptr)
-        return false;
-    const std::size_t number = entry->row;
-    const std::size_t last = m_rowIds.size() - 1;
-    const std::span<std::byte> lastBytes = RowAt(last);
-    const Row lastRow(lastBytes.begin(), lastBytes.end());
-    const std::span<std::byte> place = RowAt(number);
-    DropLargeCells(place, {});
-    std::ranges::copy(lastRow, place.begin());
-    m_index.Find(m_rowIds[last])->row = static_cast<std::uint32_t>(number);
-    m_rowIds[number] = m_rowIds[last];
-    m_index.Erase(rowId);
-
-    std::vector<std::byte>& block = OpenRowBlock(m_geometry.BlockOf(last));
-    block.resize(block.size() - m_info.rowSize);
-    const bool isBlockEmpty = block.empty();
-    m_rowIds.pop_back();
-    if (isBlockEmpty) {
-        m_openRowBlocks.erase(m_geometry.BlockOf(last));
-        m_rowBlocks.resize(std::min(m_rowBlocks.size(), m_geometry.BlockOf(last)));
-    }
-    return true;
+    const auto latest = std::ranges::lower_bound(m_latestIds, rowId);
+    if (latest != m_latestIds.end() && *latest == rowId)
+        return m_indexedRows + static_cast<std::size_t>(latest - m_latestIds.begin());
+    const auto leaf = LastNotAbove(m_indexLeaves, rowId);
+    if (!leaf)
+        return std::nullopt;
+    const auto records = m_heap.Item(m_writer, {leaf->data});
+    const auto record = LastNotAbove(records, rowId);
+    return record && record->key == rowId ? std::optional<std::size_t>(record->data) : std::nullopt;
 }
 
-bool CTableWriter::IsMatrixInHeap() const
+/// Records of the row index, which are sorted because row ids rise.
+std::vector<std::byte> CTableWriter::LatestIndexRecords() const
 {
-    return m_matrixNid.value == 0 && m_rowIds.size() * m_info.rowSize <= format::kLargestHeapItem;
-}
-
-std::vector<std::byte> CTableWriter::IndexRecords()
-{
-    std::vector<std::byte> records(m_rowIds.size() * (kIndexKeySize + kIndexDataSize));
-    std::size_t offset = 0;
-    for (const IndexEntry& entry : m_index.Sorted()) {
-        format::StoreLE<std::uint32_t>(records, offset, entry.rowId);
-        format::StoreLE<std::uint32_t>(records, offset + kIndexKeySize, entry.row);
-        offset += kIndexKeySize + kIndexDataSize;
+    std::vector<std::byte> records(m_latestIds.size() * kIndexRecordSize);
+    for (std::size_t i = 0; i < m_latestIds.size(); ++i) {
+        const std::size_t offset = i * kIndexRecordSize;
+        format::StoreLE<std::uint32_t>(records, offset, m_latestIds[i]);
+        format::StoreLE<std::uint32_t>(records, offset + kIndexKeySize,
+                                       static_cast<std::uint32_t>(m_indexedRows + i));
     }
     return records;
 }
 
-format::Bid CTableWriter::WriteRowMatrix()
+/// Puts the latest rows into the row index for good, once they fill a leaf.
+void CTableWriter::IndexFullLeaf()
 {
-    const std::size_t last = m_geometry.BlockOf(m_rowIds.size() - 1);
-    // The last block, which is written short, stays open for the rows to come.
-    OpenRowBlock(last);
-    while (m_openRowBlocks.size() > 1)
-        FlushRowBlock(m_openRowBlocks.begin()->first);
-    CDataTreeWriter tree(m_writer);
-    for (std::size_t block = 0; block < last; ++block)
-        tree.AppendExistingBlock(m_rowBlocks[block], kFullBlock);
-    tree.AppendWholeBlock(m_openRowBlocks.at(last));
-    return tree.Finish();
+    if (m_latestIds.size() < kRowsPerLeaf)
+        return;
+    const auto leaf = WriteBthLeaves(m_writer, m_heap, kIndexKeySize, kIndexDataSize, LatestIndexRecords());
+    m_indexLeaves.insert(m_indexLeaves.end(), leaf.begin(), leaf.end());
+    m_indexedRows += m_latestIds.size();
+    m_latestIds.clear();
+}
+
+bool CTableWriter::IsMatrixInHeap() const
+{
+    return m_matrixNid.value == 0 && RowCount() * m_info.rowSize <= format::kLargestHeapItem;
+}
+
+/// Writes the rows, of which there are some.
+void CTableWriter::WriteRowMatrix(CHeapWriter& heap, format::TableInfo& info, CSubnodeTreeWriter& subnodes,
+                                  NodeContent& content)
+{
+    FlushChangedBlocks();
+    const std::vector<std::byte>& last = OpenLastRows();
+    if (IsMatrixInHeap()) {
+        info.rows = heap.Add(m_writer, last).value;
+        return;
+    }
+    if (m_matrixNid.value == 0)
+        m_matrixNid = m_writer.AllocateNid(format::NidType::Ltp);
+    const format::Bid lastBlock = m_writer.AddDataBlock(last);
+    subnodes.Add(m_matrixNid, m_rowBlocks.Finish(m_writer, lastBlock, last.size()));
+    content.subnodeSize += m_rowBlocks.Count() * kFullBlock + last.size();
+    info.rows = m_matrixNid.value;
+    m_lastRows = {lastBlock, {}, last.size(), {}};
 }
 
 NodeContent CTableWriter::Finish()
@@ -266,26 +332,40 @@ NodeContent CTableWriter::Finish()
     format::TableInfo info = m_info;
     NodeContent content;
     CSubnodeTreeWriter subnodes;
-    WriteBth(m_writer, heap, m_indexHeader, kIndexKeySize, kIndexDataSize, IndexRecords());
-    if (!m_rowIds.empty() && IsMatrixInHeap()) {
-        info.rows = heap.Add(m_writer, OpenRowBlock(0)).value;
-    } else if (!m_rowIds.empty()) {
-        if (m_matrixNid.value == 0)
-            m_matrixNid = m_writer.AllocateNid(format::NidType::Ltp);
-        const format::Bid matrix = WriteRowMatrix();
-        subnodes.Add(m_matrixNid, matrix);
-        content.subnodeSize += DataTreeSize(m_writer, matrix);
-        info.rows = m_matrixNid.value;
-    }
+    std::vector<std::byte> index =
+        WriteBthLeaves(m_writer, heap, kIndexKeySize, kIndexDataSize, LatestIndexRecords());
+    index.insert(index.begin(), m_indexLeaves.begin(), m_indexLeaves.end());
+    WriteBthIndex(m_writer, heap, m_indexHeader, kIndexKeySize, kIndexDataSize, std::move(index));
+    if (RowCount() != 0)
+        WriteRowMatrix(heap, info, subnodes, content);
     for (const auto& [nid, tree] : m_largeCells) {
         subnodes.Add({nid}, tree.root);
         content.subnodeSize += tree.size;
     }
-    std::ranges::copy(format::EncodeTableInfo(info), heap.ItemOfFirstBlock(m_infoItem).begin());
+    std::ranges::copy(format::EncodeTableInfo(info), heap.ItemOfFirstBlock(m_writer, m_infoItem).begin());
     content.data = heap.Finish(m_writer);
     content.dataSize = heap.Size();
     content.sub = subnodes.Finish(m_writer);
+    Park(heap, {format::IsHeapId(info.rows) ? info.rows : 0});
     return content;
+}
+
+/// Keeps what stands in the blocks of a table just finished there only. `rows`: the heap item that has all
+/// rows, when one has.
+void CTableWriter::Park(const CHeapWriter& finished, format::HeapId rows)
+{
+    m_heap.Park(finished);
+    if (rows.value != 0)
+        m_lastRows = {finished.BlockOf(rows), rows, m_lastRows.Size(), {}};
+}
+
+std::size_t CTableWriter::HeldBytes() const
+{
+    std::size_t held = m_latestIds.capacity() * sizeof(std::uint32_t) + m_indexLeaves.capacity() +
+                       m_heap.HeldBytes() + m_rowBlocks.HeldBytes() + m_lastRows.bytes.capacity();
+    for (const auto& [block, bytes] : m_changedBlocks)
+        held += bytes.capacity();
+    return held + m_largeCells.size() * sizeof(*m_largeCells.begin());
 }
 
 }  // namespace pastille::component::pst

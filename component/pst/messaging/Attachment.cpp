@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <vector>
 
 #include "component/pst/ltp/PropertyContextWriter.h"
@@ -20,7 +19,8 @@ namespace {
 
 using format::PropertyType;
 
-constexpr std::uint64_t kLargestAttachment = std::numeric_limits<std::int32_t>::max();
+/// Subnodes that a node can have, less some for the tables and long values of the message.
+constexpr std::uint32_t kMostAttachments = 340 * 510 - 1000;
 constexpr std::size_t kCopyBytes = 1u << 18;
 /// Embedded messages below one another: few readers follow more.
 constexpr unsigned kDeepestNesting = 100;
@@ -43,6 +43,8 @@ std::u16string_view ExtensionOf(std::u16string_view name)
 
 CPropertyBag AttachmentProperties(std::u16string_view displayName, std::uint32_t method, std::uint32_t number)
 {
+    if (number >= kMostAttachments)
+        throw CStoreError(Refusal::TooLarge);
     CPropertyBag bag;
     bag.Set(Integer32Value(format::pid::kAttachMethod, method));
     bag.Set(Integer32Value(format::pid::kRenderingPosition, kNotRendered));
@@ -116,11 +118,8 @@ PropertyValue CopyStream(CNdbWriter& writer, std::span<const std::byte> start, p
     CLongValueWriter value(writer);
     value.Append(start);
     std::vector<std::byte> chunk(kCopyBytes);
-    while (const std::size_t got = rest.Read(chunk)) {
-        if (value.Size() + got > kLargestAttachment)
-            throw CStoreError(Refusal::TooLarge);
+    while (const std::size_t got = rest.Read(chunk))
         value.Append(std::span(chunk).first(got));
-    }
     return value.Finish(kDataTag);
 }
 

@@ -20,8 +20,10 @@ struct AttachmentFile {
     bool mayBeContactPhoto = false;
 };
 
-/// Copies the bytes of a stream into the store as attachment number `number` (from 0). Raises CStoreError
-/// (TooLarge) when there are more than 2^31 - 1.
+// Both raise CStoreError (TooLarge) for a number (from 0) that a message's subnodes have no room for.
+
+/// Copies the bytes of a stream into the store as attachment number `number`. Raises CStoreError (TooLarge)
+/// when there are more than 2^31 - 1.
 Attachment WriteFileAttachment(CNdbWriter& writer, const AttachmentFile& file, std::uint32_t number);
 /// Writes a message as it is now as an embedded one, with its own recipients and attachments. Completes the
 /// draft; the bytes of its long values and attachments are shared with it. [MS-PST] 2.4.6.2.2

@@ -23,9 +23,9 @@ struct Folder {
     std::vector<std::uint32_t> items;                         ///< NIDs of the messages in store order
     std::uint32_t unreadCount = 0;
 
-    // Of a store opened for reading: whether `children` and `items` were read from the file.
+    // Of a store opened for reading: whether `children` were read from the file. `items` is not read.
     bool childrenKnown = true;
-    bool itemsKnown = true;
+    std::uint32_t unreadableChildren = 0;  ///< rows of the hierarchy table that lead to no folder
     // Of a store being written: what differs from the file.
     bool contentsChanged = true;
     bool hierarchyChanged = true;  ///< a child is new, or a child's row differs

@@ -5,10 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include "component/pst/messaging/StoreError.h"
 #include "format/Heap.h"
 
 namespace pastille::component::pst {
 namespace {
+
+constexpr std::uint64_t kLargestValue = std::numeric_limits<std::int32_t>::max();
 
 StoredTree WriteTree(CNdbWriter& writer, std::span<const std::byte> bytes)
 {
@@ -22,10 +25,12 @@ StoredTree WriteTree(CNdbWriter& writer, std::span<const std::byte> bytes)
 
 void CLongValueWriter::Append(std::span<const std::byte> bytes)
 {
+    if (bytes.size() > kLargestValue - Size())
+        throw CStoreError(Refusal::TooLarge);
     if (!m_tree && m_start.size() + bytes.size() > format::kLargestHeapItem) {
         m_tree.emplace(m_writer);
         m_tree->Append(m_start);
-        m_start = {};
+        std::vector<std::byte>().swap(m_start);
     }
     if (m_tree)
         m_tree->Append(bytes);
@@ -61,8 +66,7 @@ std::uint64_t SizeOfTrees(const CPropertyBag& bag)
 
 std::uint32_t SizeValue(std::uint64_t size)
 {
-    return static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max()));
+    return static_cast<std::uint32_t>(std::min(size, kLargestValue));
 }
 
 }  // namespace pastille::component::pst

@@ -20,6 +20,8 @@ public:
     /// `writer` must outlive this object.
     explicit CLongValueWriter(CNdbWriter& writer) : m_writer(writer) {}
 
+    /// Raises CStoreError (TooLarge) when that makes more than 2^31 - 1 bytes, which no size property can
+    /// state.
     void Append(std::span<const std::byte> bytes);
     std::uint64_t Size() const { return m_tree ? m_tree->Size() : m_start.size(); }  ///< bytes so far
     /// Ends the value. Nothing may be appended afterwards.
@@ -33,7 +35,8 @@ private:
 
 /// Bytes of all values given as trees.
 std::uint64_t SizeOfTrees(const CPropertyBag& bag);
-/// A size as PidTagMessageSize and PidTagAttachSize state it: signed, 32 bits.
+/// A size as PidTagMessageSize and PidTagAttachSize state it: signed, 32 bits. A message whose parts are more
+/// than that together states the largest.
 std::uint32_t SizeValue(std::uint64_t size);
 
 }  // namespace pastille::component::pst

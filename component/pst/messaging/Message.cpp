@@ -28,11 +28,21 @@ std::uint64_t ContextSize(const CPropertyBag& bag)
     return (end + 1) / 2 * 2 + 4 + 2 * (items + 1);
 }
 
+/// The bytes of a recipient table without rows, which are the same in every message. Each has its own copy.
+const std::vector<std::byte>& EmptyRecipientTable(CNdbWriter& writer)
+{
+    static const std::vector<std::byte> bytes = [&writer] {
+        const auto table = CTableWriter(writer, tabletemplate::kRecipientTableColumns).Finish();
+        return *writer.ReadBlock(table.data);
+    }();
+    return bytes;
+}
+
 std::uint64_t AddRecipientTable(CNdbWriter& writer, CSubnodeTreeWriter& subnodes)
 {
-    const auto table = CTableWriter(writer, tabletemplate::kRecipientTableColumns).Finish();
-    subnodes.Add(format::nids::kRecipientTable, table.data, table.sub);
-    return table.dataSize + table.subnodeSize;
+    const std::vector<std::byte>& table = EmptyRecipientTable(writer);
+    subnodes.Add(format::nids::kRecipientTable, writer.AddDataBlock(table));
+    return table.size();
 }
 
 std::uint64_t AddAttachments(CNdbWriter& writer, const std::vector<Attachment>& attachments,

@@ -109,9 +109,9 @@ void PutMandatoryNodes(CNdbWriter& writer, const RecordKey& key, std::u16string_
 void AddMandatoryFolders(CFolderTree& folders)
 {
     Folder& root = folders.Add(nullptr, nids::kRootFolder, u"");
+    folders.Add(&root, nids::kSpamSearchFolder, u"SPAM Search Folder 2");
     Folder& subtree = folders.Add(&root, nids::kIpmSubtree, u"Top of Personal Folders");
     folders.Add(&root, nids::kSearchRoot, u"Search Root");
-    folders.Add(&root, nids::kSpamSearchFolder, u"SPAM Search Folder 2");
     Folder& deleted = folders.Add(&subtree, nids::kDeletedItems, u"Deleted Items");
     deleted.containerClass = u"IPF.Note";
 }

@@ -3,12 +3,12 @@
 #include <exception>
 
 #include "component/pst/ltp/PropertyContextWriter.h"
-#include "component/pst/ltp/TableReader.h"
 #include "component/pst/ltp/TableTemplates.h"
 #include "component/pst/messaging/FolderWriter.h"
 #include "component/pst/messaging/MessagingIds.h"
 #include "component/pst/messaging/NewStore.h"
 #include "component/pst/messaging/StoreError.h"
+#include "component/pst/ndb/StoreCompletion.h"
 #include "format/PropertyIds.h"
 
 namespace pastille::component::pst {
@@ -21,65 +21,81 @@ using format::NidType;
 constexpr std::int32_t kDeletedItemsKind = 3;
 constexpr std::int32_t kFirstIpmKind = 9;    ///< calendar, contacts, journal, notes, tasks: one property each
 constexpr std::int32_t kFirstSyncKind = 19;  ///< conflicts, sync issues, local and server failures: one list
-constexpr std::size_t kIpmKinds = 5;
-constexpr std::size_t kSyncKinds = 4;
-
-constexpr std::uint64_t kLargestName = 1u << 16;
 
 bool IsUnread(const std::optional<PropertyValue>& flags)
 {
     return !flags || (AsInteger32(*flags).value_or(0) & messageflag::kRead) == 0;
 }
 
-std::u16string CellText(CTableReader& table, std::size_t row, std::uint16_t id)
-{
-    const auto cell = table.Cell(row, id, kLargestName);
-    return cell && !cell->tree ? AsString(*cell).value_or(std::u16string()) : std::u16string();
-}
+/// A long attachment must not keep what was saved before it from the disk.
+class CCheckpointingStream final : public platform::IByteStream {
+public:
+    CCheckpointingStream(CPstStore& store, platform::IByteStream& below) : m_store(store), m_below(below) {}
+    std::size_t Read(std::span<std::byte> into) override
+    {
+        m_store.CheckpointIfDue();
+        return m_below.Read(into);
+    }
 
-NodeRecord RequireNode(INodeDatabase& database, Nid nid)
-{
-    const auto node = database.FindNode(nid);
-    if (!node)
-        throw CStoreError(Refusal::NotFound);
-    return *node;
-}
+private:
+    CPstStore& m_store;
+    platform::IByteStream& m_below;
+};
 
 }  // namespace
 
 std::shared_ptr<CPstStore> CPstStore::Create(platform::IFileSystem& files, const std::filesystem::path& path,
-                                             std::u16string_view displayName)
+                                             std::u16string_view displayName, CheckpointPolicy policy)
 {
     if (files.OpenSource(path))
         throw CStoreError(Refusal::Exists);
     std::shared_ptr<CPstStore> store(new CPstStore);
+    store->m_policy = policy;
     store->m_file = files.Create(path);
-    store->m_writer.emplace(*store->m_file);
-    store->StartNew(displayName);
+    try {
+        store->m_file->TryLock();
+        store->m_writer.emplace(*store->m_file);
+        store->StartNew(displayName);
+        store->Checkpoint();
+    } catch (...) {
+        store->Abandon();
+        store.reset();
+        files.Remove(path);
+        throw;
+    }
     return store;
 }
 
-std::shared_ptr<CPstStore> CPstStore::Open(platform::IFileSystem& files, const std::filesystem::path& path)
+void CPstStore::CompleteIfInterrupted(platform::IFileSystem& files,
+                                      const std::filesystem::path& path) noexcept
 {
-    std::shared_ptr<CPstStore> store(new CPstStore);
-    store->m_source = files.OpenSource(path);
-    if (!store->m_source)
-        throw CStoreError(Refusal::NotFound);
-    store->m_reader = std::make_unique<CNdbReader>(*store->m_source);
-    store->StartReading();
-    return store;
+    try {
+        const auto source = files.OpenSource(path);
+        if (!source || !IsInterrupted(*source))
+            return;
+        const auto file = files.OpenExisting(path);
+        // The lock of a process that is writing the store goes with it.
+        if (file->TryLock())
+            CompleteStore(*file);
+    } catch (const std::exception&) {
+        // It can be read as it is.
+        static_cast<void>(path);
+    }
 }
 
 CPstStore::~CPstStore()
 {
-    if (!m_changed || m_abandoned)
+    if (!m_writer || m_abandoned)
         return;
     try {
-        Commit();
+        if (!m_writer->HasFailed() && (m_changed || !m_committed))
+            Commit();
     } catch (const std::exception&) {
-        // The file stays as the last commit left it; a caller who wants to know commits itself.
+        // A caller who wants to know commits itself.
         static_cast<void>(m_changed);
     }
+    if (m_writer->HasFailed())
+        m_writer->CompleteAfterFailure();
 }
 
 CNdbWriter& CPstStore::Writer()
@@ -98,6 +114,7 @@ INodeDatabase& CPstStore::Database()
 
 void CPstStore::StartNew(std::u16string_view displayName)
 {
+    m_displayName = displayName;
     m_recordKey = MakeRecordKey();
     PutMandatoryNodes(*m_writer, m_recordKey, displayName);
     AddCommonNames(m_names);
@@ -108,34 +125,41 @@ void CPstStore::StartNew(std::u16string_view displayName)
     m_changed = true;
 }
 
-void CPstStore::StartReading()
+void CPstStore::PutChanges()
 {
-    CPropertyReader store(*m_reader, RequireNode(*m_reader, format::nids::kMessageStore));
-    const auto nidBehind = [&](std::uint16_t id, Nid usual) {
-        const auto value = store.Read(id);
-        return value ? NidOfEntryId(value->bytes).value_or(usual) : usual;
-    };
-    m_deletedItems = nidBehind(format::pid::kIpmWastebasketEntryId, format::nids::kDeletedItems);
-    const Nid root = nidBehind(format::pid::kIpmSubtreeEntryId, format::nids::kIpmSubtree);
-    RequireNode(*m_reader, root);
-    m_rootFolder = &m_folders.Add(nullptr, root, u"");
-    m_rootFolder->childrenKnown = m_rootFolder->itemsKnown = false;
-    CPropertyReader properties(*m_reader, RequireNode(*m_reader, root));
-    if (const auto name = properties.Read(format::pid::kDisplayName, kLargestName))
-        m_rootFolder->name = AsString(*name).value_or(std::u16string());
-    if (const auto map = m_reader->FindNode(format::nids::kNameToIdMap))
-        m_names = CNameMap::Decode(CPropertyReader(*m_reader, *map).ReadAll(64u << 20));
-    ReadDefaultFolders();
+    PutChangedFolders();
+    PutNameMap();
 }
 
 void CPstStore::Commit()
 {
     if (!m_writer || m_abandoned)
         return;
-    PutChangedFolders();
-    PutNameMap();
+    PutChanges();
     m_writer->Commit();
     m_changed = false;
+    m_committed = true;
+    m_lastCheckpoint = std::chrono::steady_clock::now();
+    m_bytesAtCheckpoint = m_writer->FileBytes();
+}
+
+void CPstStore::CheckpointIfDue()
+{
+    if (!m_writer || m_abandoned || !m_changed)
+        return;
+    if (m_writer->FileBytes() - m_bytesAtCheckpoint >= m_policy.bytes ||
+        std::chrono::steady_clock::now() - m_lastCheckpoint >= m_policy.time)
+        Checkpoint();
+}
+
+void CPstStore::Checkpoint()
+{
+    PutChanges();
+    m_writer->Checkpoint();
+    m_changed = m_committed = false;
+    // From its end, so that on a slow disk one checkpoint does not follow upon the other.
+    m_lastCheckpoint = std::chrono::steady_clock::now();
+    m_bytesAtCheckpoint = m_writer->FileBytes();
 }
 
 Folder& CPstStore::RootFolder()
@@ -156,22 +180,6 @@ Folder* CPstStore::FindSubfolder(Folder& folder, std::u16string_view name)
     return CFolderTree::FindChild(folder, name);
 }
 
-void CPstStore::ReadSubfolders(Folder& folder)
-{
-    const auto node = RequireNode(*m_reader, Nid::Make(NidType::HierarchyTable, folder.nid.Index()));
-    CTableReader table(*m_reader, node);
-    for (std::size_t row = 0; row < table.RowCount(); ++row) {
-        const Nid nid{table.RowIdAt(row)};
-        // A row that names a folder already met would make the tree a ring.
-        if (nid.Type() != NidType::NormalFolder || m_folders.Find(nid) != nullptr)
-            continue;
-        Folder& child = m_folders.Add(&folder, nid, CellText(table, row, format::pid::kDisplayName));
-        child.containerClass = CellText(table, row, format::pid::kContainerClass);
-        child.childrenKnown = child.itemsKnown = false;
-    }
-    folder.childrenKnown = true;
-}
-
 Folder& CPstStore::AddFolder(Folder& parent, std::u16string_view name, std::u16string_view containerClass)
 {
     CNdbWriter& writer = Writer();
@@ -182,6 +190,7 @@ Folder& CPstStore::AddFolder(Folder& parent, std::u16string_view name, std::u16s
     PutEmptyFolderTables(writer, folder);
     FolderChanged(folder);
     FolderChanged(parent);
+    CheckpointIfDue();
     return folder;
 }
 
@@ -198,44 +207,6 @@ void CPstStore::FolderChanged(Folder& folder)
     if (folder.parent != nullptr)
         folder.parent->hierarchyChanged = true;
     m_changed = true;
-}
-
-const std::vector<std::uint32_t>& CPstStore::MessagesOf(Folder& folder)
-{
-    if (!folder.itemsKnown)
-        ReadMessages(folder);
-    return folder.items;
-}
-
-void CPstStore::ReadMessages(Folder& folder)
-{
-    const auto node = RequireNode(*m_reader, Nid::Make(NidType::ContentsTable, folder.nid.Index()));
-    CTableReader table(*m_reader, node);
-    for (std::size_t row = 0; row < table.RowCount(); ++row)
-        folder.items.push_back(table.RowIdAt(row));
-    folder.itemsKnown = true;
-}
-
-std::unique_ptr<CPropertyReader> CPstStore::OpenMessage(Nid message)
-{
-    return std::make_unique<CPropertyReader>(Database(), RequireNode(Database(), message));
-}
-
-MessageDraft CPstStore::ReadMessage(Nid message)
-{
-    return ReadDraft(Database(), RequireNode(Database(), message));
-}
-
-std::int32_t CPstStore::AttachmentCount(Nid message)
-{
-    const auto node = RequireNode(Database(), message);
-    const auto table = FindSubnode(Database(), node.sub, format::nids::kAttachmentTable);
-    return table ? static_cast<std::int32_t>(CTableReader(Database(), *table).RowCount()) : 0;
-}
-
-std::vector<std::byte> CPstStore::ReadTree(const StoredTree& tree)
-{
-    return CDataTreeReader(Database(), tree.root).ReadAll();
 }
 
 std::uint16_t CPstStore::IdOfName(const PropertyName& name)
@@ -258,7 +229,8 @@ CTableWriter& CPstStore::ContentsTable(Folder& folder)
 Nid CPstStore::SaveMessage(Folder& folder, std::optional<Nid> message, MessageDraft& draft)
 {
     CNdbWriter& writer = Writer();
-    const bool wasUnread = message && IsUnread(OpenMessage(*message)->Read(format::pid::kMessageFlags));
+    const bool wasUnread =
+        message && IsUnread(OpenProperties(MessageNode(*message))->Read(format::pid::kMessageFlags));
     const auto written = WriteMessage(writer, draft);
     const Nid nid = message ? *message : writer.AllocateNid(NidType::NormalMessage);
     CTableWriter& table = ContentsTable(folder);
@@ -276,12 +248,15 @@ Nid CPstStore::SaveMessage(Folder& folder, std::optional<Nid> message, MessageDr
     folder.unreadCount += IsUnread(flags ? std::optional(*flags) : std::nullopt) ? 1 : 0;
     folder.contentsChanged = true;
     FolderChanged(folder);
+    CheckpointIfDue();
     return nid;
 }
 
 Attachment CPstStore::AddFileAttachment(const AttachmentFile& file, std::uint32_t number)
 {
-    return WriteFileAttachment(Writer(), file, number);
+    CCheckpointingStream content(*this, file.content);
+    return WriteFileAttachment(Writer(), {content, file.fileName, file.displayName, file.mayBeContactPhoto},
+                               number);
 }
 
 Attachment CPstStore::AddEmbeddedMessage(MessageDraft& message, std::u16string_view displayName,
@@ -334,7 +309,7 @@ Folder* CPstStore::DefaultFolder(std::int32_t kind)
     if (m_reader) {
         // Only folders that were reached from the root are known so far.
         for (std::size_t i = 0; i < m_folders.All().size() && m_folders.Find(nid) == nullptr; ++i)
-            SubfoldersOf(*m_folders.All()[i]);
+            ReadSubfoldersIfSound(*m_folders.All()[i]);
     }
     return m_folders.Find(nid);
 }
@@ -372,21 +347,6 @@ CPropertyBag CPstStore::DefaultFolderProperties() const
                  format::JoinMultiple(others),
                  std::nullopt});
     return bag;
-}
-
-void CPstStore::ReadDefaultFolders()
-{
-    const auto root = m_reader->FindNode(format::nids::kRootFolder);
-    if (!root)
-        return;
-    CPropertyReader properties(*m_reader, *root);
-    for (std::size_t i = 0; i < kIpmKinds; ++i)
-        if (const auto value = properties.Read(static_cast<std::uint16_t>(pid::kIpmAppointmentEntryId + i)))
-            m_defaultFolders[i] = NidOfEntryId(value->bytes).value_or(Nid{});
-    const auto list = properties.Read(pid::kAdditionalRenEntryIds);
-    const auto entries = format::SplitMultiple(list ? format::CByteView(list->bytes) : format::CByteView());
-    for (std::size_t i = 0; entries && i < kSyncKinds && i < entries->size(); ++i)
-        m_defaultFolders[kIpmKinds + i] = NidOfEntryId((*entries)[i].Bytes()).value_or(Nid{});
 }
 
 }  // namespace pastille::component::pst

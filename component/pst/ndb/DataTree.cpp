@@ -23,6 +23,11 @@ CDataTreeReader::CDataTreeReader(INodeDatabase& database, format::Bid root) : m_
         return;
     }
     AddTree(root, 0);
+    // A block has one place. One that had more would make a tree as large as one cares to count.
+    auto sorted = m_blocks;
+    std::ranges::sort(sorted, {}, &format::Bid::value);
+    if (std::ranges::adjacent_find(sorted, {}, &format::Bid::Key) != sorted.end())
+        throw CFormatError({kTree, "rgbid, twice in a tree", m_blocks.size(), root.value});
     // 4 KB files may keep smaller blocks in a tree, all of one size but the last.
     if (database.Layout().variant == format::Variant::Unicode4k && m_blocks.size() > 1)
         m_fullBlock = database.ReadBlock(m_blocks[0])->size();

@@ -1,144 +1,165 @@
 #include <algorithm>
 #include <array>
-#include <functional>
+#include <limits>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "component/pst/ndb/MapPages.h"
 #include "component/pst/ndb/NdbWriter.h"
+#include "component/pst/ndb/StoreCompletion.h"
 #include "format/Page.h"
 
 namespace pastille::component::pst {
 namespace {
 
 constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::size_t kPageBytes = 512;
-using PageBytes = std::array<std::byte, kPageBytes>;
+constexpr std::uint64_t kPageBytes = 512;
+constexpr std::uint64_t kBidStep = 4;
 
-/// Builds one B-tree from entries given by rising key: leaves as they fill, the levels above from the leaves'
-/// first keys. [MS-PST] 2.2.2.7.7
-class CTreeBuilder {
-public:
-    /// Stores a finished page: takes its level and its number of entries, returns where it went.
-    using StorePage = std::function<format::BlockReference(PageBytes&, unsigned level, std::size_t count)>;
-
-    CTreeBuilder(format::PageType tree, StorePage store) : m_tree(tree), m_store(std::move(store)) {}
-
-    /// Room for the next leaf entry, whose key is `key`.
-    std::span<std::byte> AddLeafEntry(std::uint64_t key) { return AddEntry(0, key); }
-
-    format::BlockReference Finish()
-    {
-        if (m_levels.empty())
-            m_levels.emplace_back();
-        // Closing a level may open the one above; the topmost one with a single page is the root.
-        for (unsigned level = 0;; ++level) {
-            if (level + 1 == m_levels.size() && m_levels[level].pages == 0)
-                return m_store(m_levels[level].page, level, m_levels[level].count);
-            if (m_levels[level].count != 0)
-                ClosePage(level);
-        }
-    }
-
-private:
-    struct Level {
-        PageBytes page{};
-        std::size_t count = 0;
-        std::size_t pages = 0;  ///< closed so far
-        std::uint64_t firstKey = 0;
-    };
-
-    std::span<std::byte> AddEntry(unsigned level, std::uint64_t key)
-    {
-        if (m_levels.size() <= level)
-            m_levels.emplace_back();
-        const std::size_t entrySize = format::TreeEntrySize(kLayout, m_tree, level);
-        if (m_levels[level].count == format::TreePageCapacity(kLayout, entrySize))
-            ClosePage(level);
-        Level& open = m_levels[level];
-        if (open.count == 0)
-            open.firstKey = key;
-        return std::span(open.page).subspan(open.count++ * entrySize, entrySize);
-    }
-
-    void ClosePage(unsigned level)
-    {
-        const std::uint64_t firstKey = m_levels[level].firstKey;
-        const format::BlockReference place = m_store(m_levels[level].page, level, m_levels[level].count);
-        m_levels[level].count = 0;
-        ++m_levels[level].pages;
-        format::EncodeIndexEntry(kLayout, {firstKey, place}, AddEntry(level + 1, firstKey));
-    }
-
-    format::PageType m_tree;
-    StorePage m_store;
-    std::vector<Level> m_levels;
-};
+template <class Number>
+void SortOnce(std::vector<Number>& numbers)
+{
+    std::ranges::sort(numbers);
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+}
 
 }  // namespace
 
-format::BlockReference CNdbWriter::WriteTree(format::PageType tree)
+/// The maps of a completed store no longer hold once something is added: its header has to say so first.
+void CNdbWriter::BeginChanges()
 {
-    CTreeBuilder builder(tree, [&](PageBytes& page, unsigned level, std::size_t count) {
-        const format::BlockReference place{m_header.nextPageBid++, m_plan.TakePage()};
-        m_plan.Mark(place.offset, kPageBytes);
-        m_treePages.push_back(place.offset);
-        format::EncodeTreePage(kLayout, page, tree, level, count, place.offset, place.bid);
-        std::ranges::copy(page, m_output.Reserve(place.offset, kPageBytes).begin());
-        return place;
-    });
-    if (tree == format::PageType::NodeTree) {
-        for (const Node& node : m_nodes.Sorted())
-            format::EncodeNodeEntry(kLayout, {node.nid, node.data, node.sub, node.parent},
-                                    builder.AddLeafEntry(node.nid));
-        return builder.Finish();
+    if (!m_onDisk || m_onDisk->amapValid == format::amapvalid::kInvalid)
+        return;
+    m_onDisk->amapValid = format::amapvalid::kInvalid;
+    WriteHeaderTo(m_file, *m_onDisk);
+}
+
+format::BlockReference CNdbWriter::StorePage(format::PageType tree, std::span<std::byte> page, unsigned level,
+                                             std::size_t count)
+{
+    const std::uint64_t end = m_plan.End();
+    const format::BlockReference place{m_header.nextPageBid++, m_plan.TakePage()};
+    format::EncodeTreePage(kLayout, page, tree, level, count, place.offset, place.bid);
+    if (place.offset >= end)
+        m_output.AddBytes(place.offset, page);
+    else
+        m_output.Overwrite(place.offset, page);
+    return place;
+}
+
+void CNdbWriter::UpdateBlockTree()
+{
+    SortOnce(m_changedBlocks);
+    std::vector<std::uint64_t> changed;
+    for (const std::uint32_t number : m_changedBlocks) {
+        Block& block = m_blocks[number - 1];
+        if (std::exchange(block.written, block.references) != block.references)
+            changed.push_back(BidOf(number).value);
     }
-    for (std::size_t i = 0; i < m_blocks.size(); ++i) {
-        const Block& block = m_blocks[i];
+    m_changedBlocks.clear();
+    const auto entries = [this](std::uint64_t first, std::uint64_t end, const CTreeImage::EntrySink& add) {
+        std::uint64_t number = std::max<std::uint64_t>(first / kBidStep, 1);
+        for (; number <= m_blocks.size(); ++number) {
+            const Block& block = m_blocks[number - 1];
+            const std::uint64_t bid = BidOf(static_cast<std::uint32_t>(number)).value;
+            if (bid >= end)
+                break;
+            if (bid < first || block.references == 0)
+                continue;
+            const auto size = static_cast<std::uint16_t>(block.Size());
+            const auto references = static_cast<std::uint16_t>(block.references + 1);
+            format::EncodeBlockEntry(kLayout, {{bid, block.Offset()}, size, size, references}, add(bid));
+        }
+    };
+    m_blockTree.Update(
+        changed, entries,
+        [this](std::span<std::byte> page, unsigned level, std::size_t count) {
+            return StorePage(format::PageType::BlockTree, page, level, count);
+        },
+        m_supersededPages);
+}
+
+void CNdbWriter::UpdateNodeTree()
+{
+    SortOnce(m_changedNodes);
+    const auto entries = [this](std::uint64_t first, std::uint64_t end, const CTreeImage::EntrySink& add) {
+        m_nodes.VisitRange(first, end, [&](const Node& node) {
+            const NodeRecord record = RecordOf(node);
+            format::EncodeNodeEntry(
+                kLayout, {record.nid.value, record.data.value, record.sub.value, record.parent.value},
+                add(record.nid.value));
+        });
+    };
+    m_nodeTree.Update(
+        m_changedNodes, entries,
+        [this](std::span<std::byte> page, unsigned level, std::size_t count) {
+            return StorePage(format::PageType::NodeTree, page, level, count);
+        },
+        m_supersededPages);
+    m_changedNodes.clear();
+}
+
+/// Writes what the next header will name, all but the maps.
+void CNdbWriter::WriteTrees()
+{
+    BeginChanges();
+    m_output.Flush();
+    UpdateBlockTree();
+    UpdateNodeTree();
+    m_output.Flush();
+    m_file.SetSize(m_plan.FileSize());
+}
+
+std::uint64_t CNdbWriter::WriteMaps()
+{
+    std::vector<std::uint64_t> pages;
+    m_blockTree.AppendPlaces(pages);
+    m_nodeTree.AppendPlaces(pages);
+    std::ranges::sort(pages);
+    CMapPageWriter maps(m_file, m_plan.SectionCount());
+    auto page = pages.begin();
+    const auto addPagesBefore = [&](std::uint64_t offset) {
+        for (; page != pages.end() && *page < offset; ++page)
+            maps.Add(*page, kPageBytes);
+    };
+    for (const Block& block : m_blocks) {
         if (block.references == 0)
             continue;
-        const std::uint64_t bid = (i + 1) * 4 | (block.isInternal ? 2 : 0);
-        const auto references = static_cast<std::uint16_t>(block.references + 1);
-        format::EncodeBlockEntry(kLayout, {{bid, block.offset}, block.size, block.size, references},
-                                 builder.AddLeafEntry(bid));
+        addPagesBefore(block.Offset());
+        maps.Add(block.Offset(), format::BlockExtent(kLayout, block.Size()));
     }
-    return builder.Finish();
+    addPagesBefore(std::numeric_limits<std::uint64_t>::max());
+    return maps.Finish(m_header.nextPageBid);
 }
 
-void CNdbWriter::WriteMapPages()
+/// Names what has been written; from here on it is the store.
+void CNdbWriter::WriteHeader(std::uint8_t amapValid)
 {
-    const std::uint64_t sections = m_plan.SectionCount();
-    PageBytes page;
-    for (std::uint64_t section = 0; section < sections; ++section) {
-        const bool isNew = section >= m_mapSections;
-        if (!isNew && !m_plan.IsDirty(section))
-            continue;
-        for (const MapPagePlace& place : CAllocationPlan::MapPagesOf(section)) {
-            const bool isAMap = place.type == format::PageType::AllocationMap;
-            if (!isAMap && !isNew)
-                continue;
-            page.fill(std::byte{0xFF});
-            if (isAMap)
-                std::ranges::copy(m_plan.Bitmap(section), page.begin());
-            format::EncodePageTrailer(kLayout, page, place.type, place.offset, place.offset);
-            m_file.WriteAt(place.offset, page);
-        }
-        m_plan.SetClean(section);
-    }
-    m_mapSections = sections;
-    page.fill(std::byte{0});
-    format::EncodePageTrailer(kLayout, page, format::PageType::DensityList, format::kDensityListOffset,
-                              m_header.nextPageBid);
-    m_file.WriteAt(format::kDensityListOffset, page);
-}
-
-void CNdbWriter::WriteHeader(const format::FileHeader& header)
-{
-    std::array<std::byte, format::kUnicodeLayout.headerBytes> bytes;
-    format::EncodeHeader(kLayout, header, bytes);
-    m_file.WriteAt(0, bytes);
     m_file.Sync();
+    m_header.blockTree = m_blockTree.Root();
+    m_header.nodeTree = m_nodeTree.Root();
+    m_header.nextBlockBid = (m_blocks.size() + 1) * kBidStep;
+    m_header.fileSize = m_plan.FileSize();
+    m_header.lastAMapOffset = m_plan.LastAMapOffset();
+    m_header.amapValid = amapValid;
+    ++m_header.unique;
+    WriteHeaderTo(m_file, m_header);
+    m_onDisk = m_header;
+    // Nothing on disk names them any more.
+    for (const std::uint64_t offset : std::exchange(m_supersededPages, {}))
+        m_plan.ReusePage(offset);
+}
+
+void CNdbWriter::Checkpoint()
+{
+    if (m_nodes.Size() == 0)
+        throw std::logic_error("a store has at least one node");
+    Guard([&] {
+        WriteTrees();
+        WriteHeader(format::amapvalid::kInvalid);
+    });
 }
 
 void CNdbWriter::Commit()
@@ -146,29 +167,28 @@ void CNdbWriter::Commit()
     if (m_nodes.Size() == 0)
         throw std::logic_error("a store has at least one node");
     Guard([&] {
-        const std::vector<std::uint64_t> oldTreePages = std::exchange(m_treePages, {});
-        m_header.blockTree = WriteTree(format::PageType::BlockTree);
-        m_header.nodeTree = WriteTree(format::PageType::NodeTree);
-        m_output.Flush();
-        m_file.SetSize(m_plan.FileSize());
-        for (const std::uint64_t offset : oldTreePages)
-            m_plan.Clear(offset, kPageBytes);
-        // From here on the maps on disk do not fit the trees that the header on disk names: it has to say so.
-        if (m_onDisk) {
-            m_onDisk->amapValid = format::amapvalid::kInvalid;
-            WriteHeader(*m_onDisk);
-        }
-        WriteMapPages();
-        m_file.Sync();
-        m_header.nextBlockBid = (m_blocks.size() + 1) * 4;
-        m_header.fileSize = m_plan.FileSize();
-        m_header.lastAMapOffset = m_plan.LastAMapOffset();
-        m_header.freeBytes = m_plan.FreeBytes();
-        m_header.amapValid = format::amapvalid::kValid;
-        ++m_header.unique;
-        WriteHeader(m_header);
-        m_onDisk = m_header;
+        WriteTrees();
+        m_header.freeBytes = WriteMaps();
+        WriteHeader(format::amapvalid::kValid);
+        // Programs that look for lost items in free space would take old pages for the way to some.
+        const std::array<std::byte, kPageBytes> zeros{};
+        for (const std::uint64_t offset : m_plan.FreePages())
+            m_output.Overwrite(offset, zeros);
     });
+}
+
+bool CNdbWriter::CompleteAfterFailure() noexcept
+{
+    try {
+        m_output.Stop();
+        if (!m_onDisk)
+            return false;
+        // The header may be half written.
+        WriteHeaderTo(m_file, *m_onDisk);
+        return m_onDisk->amapValid == format::amapvalid::kValid || CompleteStore(m_file);
+    } catch (...) {
+        return false;
+    }
 }
 
 }  // namespace pastille::component::pst

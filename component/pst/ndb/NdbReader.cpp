@@ -1,12 +1,13 @@
 #include "component/pst/ndb/NdbReader.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <span>
 #include <utility>
 
 #include "format/Block.h"
-#include "format/Crypt.h"
+#include "format/UnpackBlock.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -36,18 +37,42 @@ format::FileHeader ReadHeader(platform::IByteSource& source, const format::Varia
     if (!checked || checked->faults != format::kHeaderSound)
         throw CFormatError({"HEADER", "faults", checked ? checked->faults : 0u, 0});
     const format::FileHeader& header = checked->header;
-    if (format::VariantOfVersion(header.version) != layout.variant)
+    const auto variant = format::VariantOfVersion(header.version);
+    if (!variant || format::LayoutOf(*variant).wide != layout.wide)
         throw CFormatError({"HEADER", "wVer", header.version, 0x0A});
     if (header.cryptMethod > static_cast<std::uint8_t>(format::CryptMethod::Cyclic))
         throw CFormatError({"HEADER", "bCryptMethod", header.cryptMethod, layout.cryptMethodOffset});
     if (header.amapValid > format::amapvalid::kValid)
         throw CFormatError({"HEADER", "fAMapValid", header.amapValid, 0});
-    if (header.fileSize > source.Size())
-        throw CFormatError({"HEADER", "ibFileEof", header.fileSize, 0});
     return header;
 }
 
+/// Whether a tree page of that layout stands at the place.
+bool HoldsTreePage(platform::IByteSource& source, std::uint64_t offset, const format::VariantLayout& layout)
+{
+    std::vector<std::byte> page(layout.pageSize);
+    return source.ReadAt(offset, page) == page.size() &&
+           format::ParsePageTrailer(layout, format::CByteView(page), offset).has_value();
+}
+
 }  // namespace
+
+const format::VariantLayout& DetectLayout(platform::IByteSource& source)
+{
+    std::array<std::byte, format::kUnicodeLayout.headerBytes> bytes{};
+    source.ReadAt(0, bytes);
+    const auto header = format::DecodeHeader(format::kUnicodeLayout, format::CByteView(bytes));
+    const auto variant = header ? format::VariantOfVersion(header->header.version) : std::nullopt;
+    if (!variant || (header->faults & format::kHeaderBadMagic) != 0)
+        throw CFormatError({"HEADER", "dwMagic or wVer", header ? header->header.version : 0u, 0});
+    // Files of the versions above 36 may have pages of either size.
+    const std::uint64_t root = header->header.nodeTree.offset;
+    if (*variant == format::Variant::Unicode4k && header->header.version > format::kVersionUnicode4k &&
+        !HoldsTreePage(source, root, format::kUnicode4kLayout) &&
+        HoldsTreePage(source, root, format::kUnicodeLayout))
+        return format::kUnicodeLayout;
+    return format::LayoutOf(*variant);
+}
 
 CNdbReader::CNdbReader(platform::IByteSource& source, const format::VariantLayout& layout)
     : m_source(source), m_layout(layout), m_header(ReadHeader(source, layout))
@@ -235,15 +260,15 @@ format::SharedBytes CNdbReader::ReadBlock(format::Bid bid)
         format::ParseBlockTrailer(m_layout, format::CByteView(bytes), size, offset, entry->reference.bid);
     if (!trailer || trailer->faults != format::kBlockSound)
         throw CFormatError({"BLOCKTRAILER", "faults", trailer ? trailer->faults : 0u, offset});
-    if (entry->inflatedSize != entry->size)
-        throw CFormatError({"BBTENTRY", "cbInflated", entry->inflatedSize, offset});
     const auto padding = std::span(bytes).subspan(size, extent - size - m_layout.blockTrailerSize);
     if (std::ranges::any_of(padding, [](std::byte b) { return b != std::byte{0}; }))
         throw CFormatError({"BLOCK", "padding", size, offset});
     bytes.resize(size);
-    if (!format::Bid{entry->reference.bid}.IsInternal())
-        format::DecodeBlock(static_cast<format::CryptMethod>(m_header.cryptMethod), entry->reference.bid,
-                            bytes);
+    const std::size_t inflated =
+        entry->inflatedSize != 0 ? entry->inflatedSize : trailer->trailer.inflatedSize;
+    if (!format::UnpackBlock(m_layout, static_cast<format::CryptMethod>(m_header.cryptMethod),
+                             entry->reference.bid, inflated, bytes))
+        throw CFormatError({"BBTENTRY", "cbInflated", inflated, offset});
     auto shared = std::make_shared<const std::vector<std::byte>>(std::move(bytes));
     m_cache.Insert(bid.Key(), shared);
     return shared;

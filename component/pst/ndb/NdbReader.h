@@ -16,13 +16,18 @@
 
 namespace pastille::component::pst {
 
-/// Reads the node database of a sound store. Everything read is checked: CRCs, signatures, identifiers,
+/// The layout of a store file by its header, whose checksums are not looked at. Raises CFormatError when it
+/// is no store file.
+const format::VariantLayout& DetectLayout(platform::IByteSource& source);
+
+/// Reads the node database of a store. Everything read is checked: CRCs, signatures, identifiers,
 /// sizes, levels, order of keys; what breaks a rule raises CFormatError. Nothing is ever guessed.
 /// [MS-PST] 2.2
 class CNdbReader final : public INodeDatabase {
 public:
     /// Reads and checks the header. Raises CFormatError when it is no sound header of the layout's variant.
-    /// A file may be longer than its header says (a writer that was interrupted), never shorter.
+    /// A file may be longer than its header says (a writer that was interrupted) or shorter: what is missing
+    /// is missed when it is read.
     /// `source` must outlive the reader.
     explicit CNdbReader(platform::IByteSource& source,
                         const format::VariantLayout& layout = format::kUnicodeLayout);
@@ -64,16 +69,5 @@ private:
     std::unordered_map<std::uint64_t, PageBytes> m_pages;  ///< checked tree pages by file offset, bounded
     CBlockCache m_cache;
 };
-
-/// Whether a store's file may go on behind the end that its header names, as after an interrupted writer.
-enum class FileEnd { Exact, MayBeLater };
-
-/// Checks everything that the node database of a finished 512-byte-page store must keep, beyond what reading
-/// a part of it shows: map pages and their bits, counters, reference counts, all data and subnode trees. Maps
-/// that the header calls invalid are not looked at. Raises CFormatError at the first fault. Reads the whole
-/// file once.
-void VerifyNodeDatabase(platform::IByteSource& source,
-                        const format::VariantLayout& layout = format::kUnicodeLayout,
-                        FileEnd fileEnd = FileEnd::Exact);
 
 }  // namespace pastille::component::pst

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "component/pst/ndb/FormatError.h"
@@ -14,6 +15,8 @@ namespace {
 constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
 constexpr std::uint64_t kBidStep = 4;
 constexpr std::uint64_t kInternalBit = 2;
+/// In Block::sizeAndKind.
+constexpr std::uint16_t kInternalKind = 0x8000;
 /// The first index free for nodes that are not special; below it the counters take no part.
 constexpr std::uint32_t kFirstUserIndex = 0x400;
 /// Of one block: cRef has 16 bits and is one more than the references.
@@ -42,7 +45,7 @@ std::vector<format::NidType> GroupOf(format::NidType type)
 }  // namespace
 
 CNdbWriter::CNdbWriter(platform::IFile& file, format::CryptMethod method)
-    : m_file(file), m_method(method), m_output(file)
+    : m_file(file), m_method(method), m_output(file, method)
 {
     m_header.cryptMethod = static_cast<std::uint8_t>(method);
     m_header.lastNodeIndex = format::InitialNodeIndexes();
@@ -58,7 +61,7 @@ CNdbWriter::Block& CNdbWriter::BlockOf(format::Bid bid)
 const CNdbWriter::Block& CNdbWriter::BlockOf(format::Bid bid) const
 {
     const std::uint64_t number = bid.value / kBidStep;
-    if (number == 0 || number > m_blocks.size() || m_blocks[number - 1].isInternal != bid.IsInternal())
+    if (number == 0 || number > m_blocks.size() || m_blocks[number - 1].IsInternal() != bid.IsInternal())
         throw std::invalid_argument("no block of this store");
     return m_blocks[number - 1];
 }
@@ -68,17 +71,33 @@ format::Bid CNdbWriter::AppendBlock(std::span<const std::byte> bytes, bool isInt
     if (bytes.empty() || bytes.size() > kLayout.largestBlock)
         throw std::length_error("a block has 1 to 8176 bytes");
     return Guard([&] {
-        const std::uint64_t extent = format::BlockExtent(kLayout, bytes.size());
-        const std::uint64_t offset = m_plan.TakeBlock(extent);
-        const format::Bid bid{(m_blocks.size() + 1) * kBidStep | (isInternal ? kInternalBit : 0)};
-        m_blocks.push_back({offset, static_cast<std::uint16_t>(bytes.size()), 0, isInternal});
-        const auto place = m_output.Reserve(offset, static_cast<std::size_t>(extent));
-        std::ranges::copy(bytes, place.begin());
-        if (!isInternal)
-            format::EncodeBlock(m_method, bid.value, place.first(bytes.size()));
-        format::EncodeBlockTrailer(kLayout, place, bytes.size(), offset, bid.value);
+        BeginChanges();
+        const std::uint64_t offset = m_plan.TakeBlock(format::BlockExtent(kLayout, bytes.size()));
+        const std::uint64_t unit = offset / format::kAllocationUnit;
+        // BIDs have room for more; what a block's number and place have here are 274 GB and 4 billion blocks.
+        if (unit > std::numeric_limits<std::uint32_t>::max() ||
+            m_blocks.size() >= std::numeric_limits<std::uint32_t>::max())
+            throw std::length_error("a store has less than 256 GiB");
+        const auto size = static_cast<std::uint16_t>(bytes.size());
+        m_blocks.push_back({static_cast<std::uint32_t>(unit),
+                            static_cast<std::uint16_t>(isInternal ? size | kInternalKind : size), 0, 0});
+        const format::Bid bid = BidOf(static_cast<std::uint32_t>(m_blocks.size()));
+        m_output.AddBlock(offset, bid.value, isInternal, bytes);
         return bid;
     });
+}
+
+/// The BID of a block by its number, 0 for none.
+format::Bid CNdbWriter::BidOf(std::uint32_t number) const
+{
+    if (number == 0)
+        return {};
+    return {number * kBidStep | (m_blocks[number - 1].IsInternal() ? kInternalBit : 0)};
+}
+
+NodeRecord CNdbWriter::RecordOf(const Node& node) const
+{
+    return {{node.nid}, BidOf(node.data), BidOf(node.sub), {node.parent}};
 }
 
 format::Bid CNdbWriter::AddDataBlock(std::span<const std::byte> bytes)
@@ -95,11 +114,9 @@ format::SharedBytes CNdbWriter::ReadBlock(format::Bid bid)
     const Block& block = BlockOf(bid);
     if (auto cached = m_cache.Find(bid.value))
         return cached;
-    std::vector<std::byte> bytes(block.size);
-    if (!m_output.Read(block.offset, bytes))
-        throw CFormatError({"BLOCK", "data", bid.value, block.offset});
-    if (!block.isInternal)
-        format::DecodeBlock(m_method, bid.value, bytes);
+    std::vector<std::byte> bytes(block.Size());
+    if (!m_output.ReadBlock(block.Offset(), bid.value, block.IsInternal(), bytes))
+        throw std::system_error(std::make_error_code(std::errc::io_error), "a block that was written");
     auto shared = std::make_shared<const std::vector<std::byte>>(std::move(bytes));
     m_cache.Insert(bid.value, shared);
     return shared;
@@ -141,19 +158,17 @@ void CNdbWriter::ChangeReferences(format::Bid root, References change)
         const format::Bid bid = pending.back();
         pending.pop_back();
         Block& block = BlockOf(bid);
-        const std::uint64_t extent = format::BlockExtent(kLayout, block.size);
+        m_changedBlocks.push_back(static_cast<std::uint32_t>(bid.value / kBidStep));
         if (change == References::OneMore) {
             if (block.references == kMostReferences)
                 throw std::length_error("a block is referred to too often");
             if (block.references++ != 0)
                 continue;
-            m_plan.Mark(block.offset, extent);
         } else {
             if (--block.references != 0)
                 continue;
-            m_plan.Clear(block.offset, extent);
         }
-        if (block.isInternal)
+        if (block.IsInternal())
             for (const format::Bid child : ReferencesIn(bid))
                 pending.push_back(child);
     }
@@ -179,15 +194,17 @@ void CNdbWriter::PutNode(format::Nid nid, format::Bid data, format::Bid sub, for
         ChangeReferences(data, References::OneMore);
         ChangeReferences(sub, References::OneMore);
         RaiseIndex(nid);
-        const Node fresh{nid.value, parent.value, data.value, sub.value};
+        m_changedNodes.push_back(nid.value);
+        const Node fresh{nid.value, parent.value, static_cast<std::uint32_t>(data.value / kBidStep),
+                         static_cast<std::uint32_t>(sub.value / kBidStep)};
         Node* const known = m_nodes.Find(nid.value);
         if (known == nullptr) {
             m_nodes.Insert(fresh);
             return;
         }
         const Node old = std::exchange(*known, fresh);
-        ChangeReferences({old.data}, References::OneLess);
-        ChangeReferences({old.sub}, References::OneLess);
+        ChangeReferences(BidOf(old.data), References::OneLess);
+        ChangeReferences(BidOf(old.sub), References::OneLess);
     });
 }
 
@@ -199,8 +216,9 @@ bool CNdbWriter::RemoveNode(format::Nid nid)
             return false;
         const Node old = *known;
         m_nodes.Erase(nid.value);
-        ChangeReferences({old.data}, References::OneLess);
-        ChangeReferences({old.sub}, References::OneLess);
+        m_changedNodes.push_back(nid.value);
+        ChangeReferences(BidOf(old.data), References::OneLess);
+        ChangeReferences(BidOf(old.sub), References::OneLess);
         return true;
     });
 }
@@ -218,6 +236,10 @@ format::Nid CNdbWriter::AllocateNid(format::NidType type)
 
 std::uint32_t CNdbWriter::NextUnique()
 {
+    // The header's own count goes on at every checkpoint.
+    constexpr std::uint32_t kReserve = 1u << 20;
+    if (m_header.unique >= std::numeric_limits<std::uint32_t>::max() - kReserve)
+        throw std::length_error("no row version is left");
     return m_header.unique++;
 }
 
@@ -226,13 +248,13 @@ std::optional<NodeRecord> CNdbWriter::FindNode(format::Nid nid)
     const Node* const node = m_nodes.Find(nid.value);
     if (node == nullptr)
         return std::nullopt;
-    return NodeRecord{{node->nid}, {node->data}, {node->sub}, {node->parent}};
+    return RecordOf(*node);
 }
 
 void CNdbWriter::VisitNodes(const std::function<bool(const NodeRecord&)>& visit)
 {
     for (const Node& node : m_nodes.Sorted())
-        if (!visit({{node.nid}, {node.data}, {node.sub}, {node.parent}}))
+        if (!visit(RecordOf(node)))
             return;
 }
 
@@ -242,7 +264,7 @@ std::uint32_t CNdbWriter::ReferencesTo(format::Bid bid) const
 }
 std::size_t CNdbWriter::BlockSize(format::Bid bid) const
 {
-    return BlockOf(bid).size;
+    return BlockOf(bid).Size();
 }
 
 }  // namespace pastille::component::pst

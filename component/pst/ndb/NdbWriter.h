@@ -1,10 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <span>
 #include <system_error>
@@ -12,9 +11,10 @@
 
 #include "component/pst/ndb/AllocationPlan.h"
 #include "component/pst/ndb/BlockCache.h"
+#include "component/pst/ndb/BlockOutput.h"
 #include "component/pst/ndb/NodeDatabase.h"
 #include "component/pst/ndb/SortedList.h"
-#include "component/pst/ndb/WriteBuffer.h"
+#include "component/pst/ndb/TreeImage.h"
 #include "format/Crypt.h"
 #include "format/Header.h"
 #include "format/Ids.h"
@@ -22,15 +22,19 @@
 
 namespace pastille::component::pst {
 
-/// Writes the node database of a new Unicode PST into an empty file, append only, and reads back what has
-/// been written. Blocks come first (each gets a BID); a node put into the store holds them; Commit makes
-/// everything put so far a valid store. Blocks that no node holds at a commit are no part of it and cost only
-/// their place.
+/// Writes the node database of a new Unicode PST into an empty file and reads back what has been written.
+/// Blocks come first (each gets a BID); a node put into the store holds them; a checkpoint or commit makes
+/// everything put so far a store. Blocks that no node holds by then are no part of it and cost only their
+/// place.
+///
+/// What the header on disk names is never written over: blocks are appended, changed pages of the trees go to
+/// new places, and the header comes last, when all it names is on the disk.
 ///
 /// Failures of the file come out as std::system_error. After one the writer refuses all further work with the
-/// same error; the file then is as the last commit left it, with unused bytes behind. Wrong use raises
-/// std::logic_error and its kin. Memory: about 16 bytes per block ever written, 32 per node, 500 per 248 KiB.
-/// Not for use by two threads at once. [MS-PST] 2.2
+/// same error; the file then is as the last checkpoint left it, with unused bytes behind (CompleteStore mends
+/// that). Wrong use raises std::logic_error and its kin, a limit of the format std::length_error. Memory: 12
+/// bytes per block ever written, 16 per node, 2 per tree entry, and 5 MiB under way to the file. Not for use
+/// by two threads at once. [MS-PST] 2.2
 class CNdbWriter final : public INodeDatabase {
 public:
     /// REQUIRES: the file is empty, open for reading and writing, and outlives the writer.
@@ -54,10 +58,17 @@ public:
     /// A number that no row version of the store has had, from dwUnique.
     std::uint32_t NextUnique();
 
-    /// Makes the file a valid store of everything put so far. May be called again after more was added. Until
-    /// the first commit the file's header is zero; until the end of a later one the store of the commit
-    /// before stays valid.
+    /// Makes the file a store of everything put so far, at the cost of what has changed since the last time.
+    /// Its header says that the allocation maps are not valid; they and the end of the file may be behind.
+    /// Until the first checkpoint the file's header is zero; until the end of a later one the store of the
+    /// one before stays as it was, after a power cut as well.
+    void Checkpoint();
+    /// As Checkpoint, and writes the allocation maps, which costs a write per 248 KiB of file. May be called
+    /// again after more was added.
     void Commit();
+    /// Completes the store of the last checkpoint after a failure, as CompleteStore does. REQUIRES: an
+    /// operation has failed. False when there is no such store, or the file fails again.
+    bool CompleteAfterFailure() noexcept;
 
     // INodeDatabase: all that was added so far, committed or not.
     const format::VariantLayout& Layout() const override { return format::kUnicodeLayout; }
@@ -72,20 +83,28 @@ public:
     std::size_t BlockSize(format::Bid bid) const;
     /// Bytes that the file has grown to so far.
     std::uint64_t FileBytes() const { return m_plan.End(); }
+    /// True after a failure of the file, or of work that may have written.
+    bool HasFailed() const { return static_cast<bool>(m_failure); }
 
 private:
-    /// A block written. The BID follows from its place in m_blocks and `isInternal`.
+    /// A block written. The BID follows from its place in m_blocks and its kind.
     struct Block {
-        std::uint64_t offset;
-        std::uint16_t size;
+        std::uint32_t unit;  ///< file offset in units of 64 bytes
+        std::uint16_t sizeAndKind;
         std::uint16_t references;
-        bool isInternal;
+        std::uint16_t written;  ///< references that the tree on disk shows; 0: not in it
+
+        std::uint64_t Offset() const { return std::uint64_t{unit} * format::kAllocationUnit; }
+        std::size_t Size() const { return sizeAndKind & 0x3FFF; }
+        bool IsInternal() const { return (sizeAndKind & 0x8000) != 0; }
     };
+    static_assert(sizeof(Block) == 12);
+    /// A node; its blocks by their number, 0: none.
     struct Node {
         std::uint32_t nid;
         std::uint32_t parent;
-        std::uint64_t data;
-        std::uint64_t sub;
+        std::uint32_t data;
+        std::uint32_t sub;
         std::uint32_t Key() const { return nid; }
     };
 
@@ -108,27 +127,38 @@ private:
     }
     Block& BlockOf(format::Bid bid);
     const Block& BlockOf(format::Bid bid) const;
+    format::Bid BidOf(std::uint32_t number) const;
+    NodeRecord RecordOf(const Node& node) const;
     format::Bid AppendBlock(std::span<const std::byte> bytes, bool isInternal);
     std::vector<format::Bid> ReferencesIn(format::Bid internalBlock);
     enum class References { OneMore, OneLess };
     void ChangeReferences(format::Bid root, References change);
     void RaiseIndex(format::Nid nid);
 
-    format::BlockReference WriteTree(format::PageType tree);
-    void WriteMapPages();
-    void WriteHeader(const format::FileHeader& header);
+    void BeginChanges();
+    format::BlockReference StorePage(format::PageType tree, std::span<std::byte> page, unsigned level,
+                                     std::size_t count);
+    void UpdateBlockTree();
+    void UpdateNodeTree();
+    void WriteTrees();
+    std::uint64_t WriteMaps();
+    void WriteHeader(std::uint8_t amapValid);
 
     platform::IFile& m_file;
     format::CryptMethod m_method;
     CAllocationPlan m_plan;
-    CWriteBuffer m_output;
+    CBlockOutput m_output;
     CBlockCache m_cache;
-    std::vector<Block> m_blocks;
+    std::deque<Block> m_blocks;
     CSortedList<Node> m_nodes;
     format::FileHeader m_header;
-    std::vector<std::uint64_t> m_treePages;      ///< offsets of the pages of the trees written last
-    std::uint64_t m_mapSections = 0;             ///< sections whose map pages have been written
-    std::optional<format::FileHeader> m_onDisk;  ///< the header as the last commit wrote it
+    // Since the last checkpoint, in any order and with repetitions:
+    std::vector<std::uint32_t> m_changedBlocks;  ///< numbers of blocks whose references have changed
+    std::vector<std::uint64_t> m_changedNodes;   ///< NIDs
+    CTreeImage m_blockTree{format::PageType::BlockTree};
+    CTreeImage m_nodeTree{format::PageType::NodeTree};
+    std::vector<std::uint64_t> m_supersededPages;  ///< of the trees, by the checkpoint that is being made
+    std::optional<format::FileHeader> m_onDisk;    ///< the header as it was written last
     std::error_code m_failure;
 };
 

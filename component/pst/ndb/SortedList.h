@@ -51,6 +51,18 @@ public:
         return false;
     }
 
+    /// Visits the entries with first <= key < end by rising key.
+    template <class Key, class Visit>
+    void VisitRange(Key first, Key end, Visit&& visit)
+    {
+        auto a = LowerBound(m_body, first);
+        auto b = LowerBound(m_tail, first);
+        const auto aEnd = LowerBound(m_body, end);
+        const auto bEnd = LowerBound(m_tail, end);
+        while (a != aEnd || b != bEnd)
+            visit(b == bEnd || (a != aEnd && a->Key() < b->Key()) ? *a++ : *b++);
+    }
+
     /// All entries by rising key.
     const std::vector<Entry>& Sorted()
     {

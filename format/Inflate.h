@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <span>
 
-namespace pastille::store {
+namespace pastille::format {
 
 struct Inflated {
     std::size_t produced = 0;  ///< bytes placed at the start of the output
@@ -14,4 +14,4 @@ struct Inflated {
 /// stream gives what came before the damage; bytes that are no stream give nothing.
 Inflated Inflate(std::span<const std::byte> packed, std::span<std::byte> output);
 
-}  // namespace pastille::store
+}  // namespace pastille::format

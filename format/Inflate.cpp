@@ -1,9 +1,9 @@
-#include "store/Inflate.h"
+#include "format/Inflate.h"
 
 #define ZLIB_CONST  // of what it only reads
 #include <zlib.h>
 
-namespace pastille::store {
+namespace pastille::format {
 
 Inflated Inflate(std::span<const std::byte> packed, std::span<std::byte> output)
 {
@@ -19,4 +19,4 @@ Inflated Inflate(std::span<const std::byte> packed, std::span<std::byte> output)
     return {output.size() - stream.avail_out, result == Z_STREAM_END};
 }
 
-}  // namespace pastille::store
+}  // namespace pastille::format

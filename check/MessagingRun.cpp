@@ -1,0 +1,57 @@
+#include "check/MessagingRun.h"
+
+#include <algorithm>
+
+#include "check/LtpRules.h"
+#include "format/Ids.h"
+
+namespace pastille::check {
+
+std::string Instead(std::uint64_t found, std::uint64_t expected)
+{
+    return Hex(found) + " instead of " + Hex(expected);
+}
+
+std::string Place::Text(const std::string& detail) const
+{
+    std::string text = owner != nullptr ? owner->Text() + ", subnode " : std::string("node ");
+    text += Hex(nid);
+    return detail.empty() ? text : text + ", " + detail;
+}
+
+bool CMessagingRun::IsFirstVisit(std::uint64_t bid)
+{
+    return !format::Bid{bid}.IsInternal() || m_visited.insert(format::Bid{bid}.Key()).second;
+}
+
+std::optional<std::uint64_t> CMessagingRun::DataSize(std::uint64_t bid)
+{
+    if (bid == 0)
+        return 0;
+    const bool isTree = format::Bid{bid}.IsInternal();
+    if (const auto known = m_treeSizes.find(bid); isTree && known != m_treeSizes.end())
+        return known->second;
+    const auto tree = m_database.OpenData(bid);
+    if (!tree)
+        return std::nullopt;
+    if (isTree)
+        m_treeSizes.emplace(bid, tree->Size());
+    return tree->Size();
+}
+
+void CMessagingRun::CheckRowVersions()
+{
+    const std::uint32_t unique = m_database.Header().unique;
+    std::ranges::sort(m_rowVersions);
+    std::size_t repeated = 0;
+    for (std::size_t i = 1; i < m_rowVersions.size(); ++i)
+        repeated += m_rowVersions[i] == m_rowVersions[i - 1] ? 1 : 0;
+    if (repeated != 0)
+        m_findings.Add(rules::kTableRowVersion, "tables", std::to_string(repeated) + " repeated");
+    if (!m_rowVersions.empty() && m_rowVersions.back() >= unique)
+        m_findings.Add(rules::kTableRowVersion, "tables",
+                       Hex(m_rowVersions.back()) + " with dwUnique " + Hex(unique));
+    m_rowVersions.clear();
+}
+
+}  // namespace pastille::check

@@ -1,0 +1,57 @@
+#include "cli/CheckCommand.h"
+
+#include "cli/CheckReport.h"
+#include "cli/RunOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <ostream>
+
+namespace pastille::cli {
+namespace {
+
+ExitStatus StatusCode(CheckReport::Status status)
+{
+    switch (status) {
+        case CheckReport::Status::Errors:
+            return ExitStatus::Failed;
+        case CheckReport::Status::Unreadable:
+            return ExitStatus::Unreadable;
+        default:
+            return ExitStatus::Done;
+    }
+}
+
+}  // namespace
+
+void CCheckCommand::Declare(CLI::App& program)
+{
+    m_command = program.add_subcommand("check", "Tell what in a store breaks the rules of the file format");
+    m_command->add_option("file", m_file, "A PST or OST file; it is only read")
+        ->required()
+        ->check(RefuseEmpty)
+        ->option_text("FILE REQUIRED");
+    m_command->add_flag("--json", m_json, "Print the findings as one JSON object");
+    m_command->footer(
+        "Exit status: 0 no error (there may be warnings), 1 errors, 2 not readable as a store.");
+}
+
+bool CCheckCommand::IsChosen() const
+{
+    return m_command != nullptr && m_command->parsed();
+}
+
+ExitStatus CCheckCommand::Execute(CommandContext& context)
+{
+    const CheckReport report = CheckFile(context.fileSystem, WholePath(m_file));
+    if (m_json)
+        WriteJson(context.out, report);
+    else
+        WriteText(context.out, report);
+    if (context.out)
+        return StatusCode(report.status);
+    context.err << "Error: The result could not be written to the standard output." << std::endl;
+    return ExitStatus::Failed;
+}
+
+}  // namespace pastille::cli

@@ -1,0 +1,500 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "format/Crypt.h"
+#include "format/Ids.h"
+#include "tests/check/CheckSupport.h"
+#include "tests/support/FaultyFileSystem.h"
+#include "tests/support/StoreFindings.h"
+
+namespace pastille::tests {
+namespace {
+
+using format::PageType;
+using format::Variant;
+using Codes = std::vector<std::string>;
+
+constexpr std::uint64_t kAMap = 0x4400;
+constexpr std::uint64_t kPMap = 0x4600;
+constexpr std::uint32_t kQueue = 0x1E1;  ///< a node without data
+
+void Flip(std::span<std::byte> bytes, std::uint64_t offset, unsigned mask = 1)
+{
+    bytes[static_cast<std::size_t>(offset)] ^= static_cast<std::byte>(mask);
+}
+
+/// The first of the last leaf's pages above a tree's root.
+std::uint64_t LastLeaf(const CStorePatch& patch, PageType tree)
+{
+    return patch.Pages(tree).back();
+}
+
+format::BlockEntry FindBlock(const CStorePatch& patch,
+                             const std::function<bool(const format::BlockEntry&)>& wanted)
+{
+    const auto blocks = patch.Blocks();
+    const auto found = std::ranges::find_if(blocks, wanted);
+    if (found == blocks.end())
+        throw std::out_of_range("no such block");
+    return *found;
+}
+
+/// An internal block by its first two bytes, btype and cLevel.
+std::uint64_t FindTreeBlock(const CStorePatch& patch, unsigned type, unsigned level, std::size_t fewest = 1)
+{
+    const auto isWanted = [&](const format::BlockEntry& entry) {
+        if (!format::Bid{entry.reference.bid}.IsInternal() || entry.size != entry.inflatedSize)
+            return false;
+        const Bytes bytes = patch.Contents(entry.reference.bid);
+        return bytes[0] == static_cast<std::byte>(type) && bytes[1] == static_cast<std::byte>(level) &&
+               format::LoadLE<std::uint16_t>(bytes, 2) >= fewest;
+    };
+    return FindBlock(patch, isWanted).reference.bid;
+}
+
+/// An XBLOCK whose last data block is shorter than the others.
+std::uint64_t FindLastTree(const CStorePatch& patch)
+{
+    const auto isWanted = [&](const format::BlockEntry& entry) {
+        const Bytes bytes = patch.Contents(entry.reference.bid);
+        const auto tree = format::CDataTreeBlock::Parse(patch.Layout(), format::CByteView(bytes));
+        return format::Bid{entry.reference.bid}.IsInternal() && tree && tree->Level() == 1 &&
+               tree->Count() > 1 &&
+               patch.Block(tree->ChildAt(tree->Count() - 1)).size != patch.Layout().largestBlock;
+    };
+    return FindBlock(patch, isWanted).reference.bid;
+}
+
+std::uint64_t TrailerOf(const CStorePatch& patch, const format::BlockEntry& block)
+{
+    return block.reference.offset + format::BlockExtent(patch.Layout(), block.size) -
+           patch.Layout().blockTrailerSize;
+}
+
+/// A data block whose content no structure depends on.
+format::BlockEntry AnAttachmentBlock(const CStorePatch& patch)
+{
+    return FindBlock(patch, [&](const format::BlockEntry& entry) {
+        return !format::Bid{entry.reference.bid}.IsInternal() && entry.inflatedSize > 1000 &&
+               patch.Contents(entry.reference.bid)[2] != std::byte{0xEC};
+    });
+}
+
+/// Swaps two entries of `size` bytes that follow one another.
+void SwapEntries(std::span<std::byte> bytes, std::size_t first, std::size_t size)
+{
+    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto step = static_cast<std::ptrdiff_t>(size);
+    std::swap_ranges(at, at + step, at + step);
+}
+
+/// The place of the entry for the last leaf in its parent.
+void EditLastChild(CStorePatch& patch, PageType tree, const std::function<void(format::IndexEntry&)>& edit)
+{
+    const auto pages = patch.Pages(tree);
+    for (auto page = pages.rbegin(); page != pages.rend(); ++page) {
+        const auto bytes = std::span(patch.Raw()).subspan(*page, patch.Layout().pageSize);
+        const auto parsed = format::CTreePage::Parse(patch.Layout(), format::CByteView(bytes));
+        if (parsed->Level() == 0)
+            continue;
+        const std::size_t last = parsed->Count() - 1;
+        format::IndexEntry entry = parsed->ChildAt(last);
+        edit(entry);
+        patch.EditPage(*page, [&](std::span<std::byte> into) {
+            format::EncodeIndexEntry(patch.Layout(), entry,
+                                     into.subspan(last * patch.Layout().blockEntrySize));
+        });
+        return;
+    }
+    throw std::out_of_range("the tree is one page");
+}
+
+struct PlantedFault {
+    const char* name;
+    Codes expected;
+    std::function<void(CStorePatch&)> plant;
+};
+
+const std::vector<PlantedFault> kHeaderFaults = {
+    {"magic", {"(no store)", "no-store"}, [](auto& p) { Flip(p.Raw(), 0); }},
+    {"version",
+     {"(no store)", "no-store"},
+     [](auto& p) {
+         Flip(p.Raw(), 0x0A, 0x10);
+         p.Raw()[0x0A] = std::byte{1};
+     }},
+    {"partial CRC", {"header-crc"}, [](auto& p) { Flip(p.Raw(), 4); }},
+    {"client magic",
+     {"header-client"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.clientMagic = 0x1234; }); }},
+    {"sentinel", {"header-sentinel"}, [](auto& p) { p.EditHeader([](auto& h) { h.sentinel = 0; }); }},
+    {"crypt method",
+     {"(no store)", "header-crypt"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.cryptMethod = 3; }); }},
+    {"next block", {"header-next-block"}, [](auto& p) { p.EditHeader([](auto& h) { h.nextBlockBid = 8; }); }},
+    {"next block, odd",
+     {"header-next-block"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.nextBlockBid += 2; }); }},
+    {"next page", {"header-next-page"}, [](auto& p) { p.EditHeader([](auto& h) { h.nextPageBid = 1; }); }},
+    {"message counter",
+     {"header-node-index"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.lastNodeIndex[4] = 0x10000; }); }},
+    {"attachment counter",
+     {"header-node-index"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.lastNodeIndex[5] = 0x400; }); }},
+    {"fAMapValid", {"maps-mark"}, [](auto& p) { p.EditHeader([](auto& h) { h.amapValid = 7; }); }},
+    {"node tree's root",
+     {"(no store)", "page-place"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.nodeTree.offset = std::uint64_t{1} << 31; }); }},
+    {"trees exchanged",
+     {"(no store)", "page-type"},
+     [](auto& p) { p.EditHeader([](auto& h) { std::swap(h.nodeTree, h.blockTree); }); }},
+};
+
+// Of the variants whose maps are public.
+const std::vector<PlantedFault> kMapFaults = {
+    {"file too short",
+     {"file-short"},
+     [](auto& p) {
+         p.EditHeader([](auto& h) {
+             h.fileSize += format::kAMapSectionBytes;
+             h.lastAMapOffset += format::kAMapSectionBytes;
+         });
+     }},
+    {"file too long", {"file-long"}, [](auto& p) { p.Raw().resize(p.Raw().size() + 64); }},
+    {"file too long, not closed",
+     {"file-long?", "maps-open?"},
+     [](auto& p) {
+         p.Raw().resize(p.Raw().size() + 64);
+         p.EditHeader([](auto& h) { h.amapValid = 0; });
+     }},
+    {"last AMap",
+     {"header-last-amap"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.lastAMapOffset = 0x4600; }); }},
+    {"free bytes", {"amap-free"}, [](auto& p) { p.EditHeader([](auto& h) { h.freeBytes += 64; }); }},
+    {"free page bytes",
+     {"pmap-free"},
+     [](auto& p) { p.EditHeader([](auto& h) { h.freePageBytes += 512; }); }},
+    {"AMap page", {"map-page"}, [](auto& p) { Flip(p.Raw(), kAMap + 400); }},
+    {"PMap page at another place",
+     {"map-page"},
+     [](auto& p) { Flip(p.Raw(), kPMap + p.Layout().pageBidOffset); }},
+    {"used space not marked",
+     {"amap-unmarked"},
+     [](auto& p) {
+         const std::size_t start = p.Layout().wide ? 0 : 4;
+         p.EditPage(kAMap, [&](auto page) { Flip(page, start + 3, 0x10); });
+         p.EditHeader([](auto& h) { h.freeBytes += 64; });
+     }},
+    {"used space not marked, not closed",
+     {"amap-free?", "amap-unmarked?", "maps-open?"},
+     [](auto& p) {
+         const std::size_t start = p.Layout().wide ? 0 : 4;
+         p.EditPage(kAMap, [&](auto page) { Flip(page, start + 3, 0x10); });
+         p.EditHeader([](auto& h) { h.amapValid = 0; });
+     }},
+    {"unused space marked",
+     {"amap-surplus"},
+     [](auto& p) {
+         const std::uint64_t last = p.Header().lastAMapOffset;
+         p.EditPage(last, [&](auto page) { Flip(page, p.Layout().typeOffset - 1); });
+         p.EditHeader([](auto& h) { h.freeBytes -= 64; });
+     }},
+    {"page in use shown free",
+     {"pmap-bits"},
+     [](auto& p) {
+         p.EditPage(kPMap, [&](auto page) { Flip(page, p.Layout().wide ? 0 : 4, 0x80); });
+         p.EditHeader([](auto& h) { h.freePageBytes += 512; });
+     }},
+    {"density list", {"density-list?"}, [](auto& p) { Flip(p.Raw(), 0x4200 + p.Layout().typeOffset, 0x41); }},
+};
+
+const std::vector<PlantedFault> kPageFaults = {
+    {"place",
+     {"page-place"},
+     [](auto& p) { EditLastChild(p, PageType::NodeTree, [](auto& e) { e.child.offset += 64; }); }},
+    {"type",
+     {"page-type"},
+     [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + p.Layout().typeOffset); }},
+    {"BID",
+     {"page-bid"},
+     [](auto& p) { EditLastChild(p, PageType::NodeTree, [](auto& e) { --e.child.bid; }); }},
+    {"signature",
+     {"page-signature"},
+     [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + p.Layout().signatureOffset); }},
+    {"CRC", {"page-crc"}, [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + 5); }},
+    {"maximum",
+     {"page-counts"},
+     [](auto& p) {
+         p.EditPage(LastLeaf(p, PageType::NodeTree),
+                    [&](auto page) { page[p.Layout().maximumCountOffset] = std::byte{0}; });
+     }},
+    {"level",
+     {"page-level"},
+     [](auto& p) {
+         p.EditPage(LastLeaf(p, PageType::NodeTree),
+                    [&](auto page) { Flip(page, p.Layout().entrySizeOffset + 1, 4); });
+     }},
+    {"order",
+     {"page-order"},
+     [](auto& p) {
+         p.EditPage(p.Pages(PageType::NodeTree).at(p.Pages(PageType::NodeTree).size() - 2), [&](auto page) {
+             SwapEntries(page, p.Layout().nodeEntrySize, p.Layout().nodeEntrySize);
+         });
+     }},
+    {"parent's key",
+     {"page-key"},
+     [](auto& p) { EditLastChild(p, PageType::NodeTree, [](auto& e) { --e.key; }); }},
+    {"page twice",
+     {"page-shared"},
+     [](auto& p) {
+         const auto pages = p.Pages(PageType::NodeTree);
+         const std::uint64_t other = pages.at(pages.size() - 2);
+         const auto page = std::span(p.Raw()).subspan(other, p.Layout().pageSize);
+         const std::uint64_t bid =
+             format::CByteView(page).ReadKey(p.Layout().pageBidOffset, p.Layout().keyWidth).value();
+         EditLastChild(p, PageType::NodeTree, [&](auto& e) { e.child = {bid, other}; });
+     }},
+};
+
+const std::vector<PlantedFault> kBlockFaults = {
+    {"reserved bit",
+     {"block-bid"},
+     [](auto& p) {
+         p.EditBlockEntry(AnAttachmentBlock(p).reference.bid, [](auto& e) { e.reference.bid |= 1; });
+     }},
+    {"place",
+     {"block-place"},
+     [](auto& p) {
+         p.EditBlockEntry(AnAttachmentBlock(p).reference.bid, [](auto& e) { e.reference.offset += 32; });
+     }},
+    {"outside of the file",
+     {"block-place"},
+     [](auto& p) {
+         p.EditBlockEntry(AnAttachmentBlock(p).reference.bid,
+                          [](auto& e) { e.reference.offset = 0x7FFFFE00; });
+     }},
+    {"no bytes",
+     {"block-size"},
+     [](auto& p) { p.EditBlockEntry(AnAttachmentBlock(p).reference.bid, [](auto& e) { e.size = 0; }); }},
+    {"trailer's BID",
+     {"block-trailer-bid"},
+     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p)) + p.Layout().blockBidOffset, 4); }},
+    {"trailer's size",
+     {"block-trailer-size"},
+     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p))); }},
+    {"signature",
+     {"block-signature"},
+     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p)) + 2); }},
+    {"content", {"block-crc"}, [](auto& p) { Flip(p.Raw(), AnAttachmentBlock(p).reference.offset + 100); }},
+    {"padding",
+     {"block-padding?"},
+     [](auto& p) {
+         const auto block = FindBlock(
+             p, [&](const format::BlockEntry& e) { return e.reference.offset + e.size < TrailerOf(p, e); });
+         Flip(p.Raw(), block.reference.offset + block.size);
+     }},
+    {"place of another",
+     {"amap-surplus", "block-trailer-bid", "overlap"},
+     [](auto& p) {
+         const auto block = AnAttachmentBlock(p);
+         const auto other = FindBlock(p, [&](const format::BlockEntry& e) {
+             return e.size == block.size && e.reference.bid != block.reference.bid;
+         });
+         p.EditBlockEntry(block.reference.bid, [&](auto& e) { e.reference.offset = other.reference.offset; });
+     }},
+};
+
+const std::vector<PlantedFault> kReferenceFaults = {
+    {"a reference too many",
+     {"block-references"},
+     [](auto& p) { p.EditBlockEntry(AnAttachmentBlock(p).reference.bid, [](auto& e) { ++e.references; }); }},
+    {"no block",
+     {"reference-missing"},
+     [](auto& p) { p.EditNode(kQueue, [](auto& e) { e.bidData = 0x7FFFF0; }); }},
+    {"subnodes as data",
+     {"reference-kind"},
+     [](auto& p) {
+         const std::uint64_t leaf = FindTreeBlock(p, 2, 0);
+         p.EditNode(kQueue, [&](auto& e) { e.bidData = leaf; });
+         p.EditBlockEntry(leaf, [](auto& e) { ++e.references; });
+     }},
+    {"data as subnodes",
+     {"reference-kind"},
+     [](auto& p) {
+         const std::uint64_t tree = FindTreeBlock(p, 1, 1);
+         p.EditNode(kQueue, [&](auto& e) { e.bidSub = tree; });
+         p.EditBlockEntry(tree, [](auto& e) { ++e.references; });
+     }},
+    {"no tree",
+     {"internal-block"},
+     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { bytes[0] = std::byte{9}; }); }},
+    {"short block in the middle",
+     {"data-tree-full"},
+     [](auto& p) {
+         p.EditBlock(FindLastTree(p), [&](auto bytes) {
+             SwapEntries(bytes, bytes.size() - 2 * p.Layout().keyWidth, p.Layout().keyWidth);
+         });
+     }},
+    {"data bytes",
+     {"data-tree-total"},
+     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { Flip(bytes, 4); }); }},
+    {"subnodes unordered",
+     {"subnode-order"},
+     [](auto& p) {
+         p.EditBlock(FindTreeBlock(p, 2, 0, 3), [&](auto bytes) {
+             const std::size_t entry = 3 * p.Layout().keyWidth;
+             SwapEntries(bytes, format::SubnodeHeaderSize(p.Layout()) + entry, entry);
+         });
+     }},
+    {"trees that are none",
+     {"reference-kind"},
+     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { bytes[1] = std::byte{2}; }); }},
+    {"last block of a middle tree",
+     {"data-tree-full"},
+     [](auto& p) {
+         p.EditBlock(FindTreeBlock(p, 1, 2, 2), [&](auto bytes) {
+             SwapEntries(bytes, bytes.size() - 2 * p.Layout().keyWidth, p.Layout().keyWidth);
+         });
+     }},
+    {"bytes of all trees",
+     {"data-tree-total"},
+     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 2), [](auto bytes) { Flip(bytes, 4); }); }},
+    {"key above subnodes",
+     {"subnode-key"},
+     [](auto& p) {
+         p.EditBlock(FindTreeBlock(p, 2, 1),
+                     [&](auto bytes) { Flip(bytes, format::SubnodeHeaderSize(p.Layout()), 0x20); });
+     }},
+    {"subnodes in themselves",
+     {"subnode-cycle"},
+     [](auto& p) {
+         const std::uint64_t leaf = FindTreeBlock(p, 2, 0);
+         p.EditBlock(leaf, [&](auto bytes) {
+             const std::size_t sub = format::SubnodeHeaderSize(p.Layout()) + 2 * p.Layout().keyWidth;
+             ASSERT_EQ(format::LoadLE<std::uint32_t>(bytes, sub), 0u);
+             format::StoreLE(bytes, sub, static_cast<std::uint32_t>(leaf));
+         });
+         p.EditBlockEntry(leaf, [](auto& e) { ++e.references; });
+     }},
+};
+
+void ExpectFound(const Bytes& store, const std::vector<PlantedFault>& faults)
+{
+    for (const PlantedFault& fault : faults) {
+        SCOPED_TRACE(fault.name);
+        CStorePatch patch(store);
+        ASSERT_NO_THROW(fault.plant(patch));
+        EXPECT_EQ(CodesOf(patch.Store()), fault.expected) << FindingsOf(patch.Store());
+    }
+}
+
+TEST(NdbFaults, OfTheHeader)
+{
+    for (const Variant variant : {Variant::Ansi, Variant::Unicode, Variant::Unicode4k})
+        ExpectFound(BuilderStore(variant), kHeaderFaults);
+    CStorePatch full(BuilderStore(Variant::Unicode));
+    Flip(full.Raw(), 0x1F0);  // behind what the partial CRC covers
+    EXPECT_EQ(CodesOf(full.Store()), Codes{"header-full-crc"});
+}
+
+TEST(NdbFaults, OfTheMaps)
+{
+    ExpectFound(ComponentStore(), kMapFaults);
+    ExpectFound(BuilderStore(Variant::Ansi), kMapFaults);
+}
+
+TEST(NdbFaults, OfTreePages)
+{
+    ExpectFound(ComponentStore(), kPageFaults);
+    ExpectFound(BuilderStore(Variant::Ansi), kPageFaults);
+    ExpectFound(BuilderStore(Variant::Unicode4k), kPageFaults);
+}
+
+TEST(NdbFaults, OfBlocks)
+{
+    ExpectFound(ComponentStore(), kBlockFaults);
+    ExpectFound(BuilderStore(Variant::Ansi), kBlockFaults);
+}
+
+TEST(NdbFaults, OfReferencesAndTrees)
+{
+    ExpectFound(BuilderStore(Variant::Unicode), kReferenceFaults);
+    ExpectFound(BuilderStore(Variant::Ansi), kReferenceFaults);
+}
+
+/// A compressed block of a file with 4 KB pages whose stream is broken under a sound checksum.
+TEST(NdbFaults, OfCompressedBlocks)
+{
+    CStorePatch patch(BuilderStore(Variant::Unicode4k));
+    const auto block = FindBlock(patch, [](const format::BlockEntry& e) { return e.size != e.inflatedSize; });
+    const auto extent = std::span(patch.Raw())
+                            .subspan(block.reference.offset, format::BlockExtent(patch.Layout(), block.size));
+    Flip(extent, block.size - 1);  // of the stream's own checksum
+    format::EncodeBlockTrailer(patch.Layout(), extent, block.size, block.reference.offset,
+                               block.reference.bid, block.inflatedSize);
+    EXPECT_EQ(CodesOf(patch.Store()), Codes{"block-inflate"}) << FindingsOf(patch.Store());
+}
+
+// One bit flips somewhere in what the store uses: the checker sees it, whatever the place.
+TEST(NdbFaults, FlippedBits)
+{
+    CStorePatch patch(ComponentStore());
+    std::vector<std::uint64_t> places = {0x4,  0x9,  0x20, 0x28,  0xB8,  0xC0, 0xC8,
+                                         0xD8, 0xE0, 0xF8, 0x200, 0x201, 0x20C};
+    for (std::uint64_t at = 0x4200; at < 0x4800; at += 61)
+        places.push_back(at);
+    for (const PageType tree : {PageType::NodeTree, PageType::BlockTree})
+        for (const std::uint64_t page : patch.Pages(tree))
+            for (const std::uint64_t at : {0u, 9u, 250u, 488u, 490u, 491u, 496u, 499u, 505u})
+                places.push_back(page + at);
+    for (const format::BlockEntry& block : patch.Blocks()) {
+        if (block.reference.bid % 40 != 0 && block.reference.bid % 48 != 2)
+            continue;
+        const std::uint64_t trailer = TrailerOf(patch, block);
+        for (const std::uint64_t at :
+             {block.reference.offset, trailer, trailer + 2, trailer + 4, trailer + 8})
+            places.push_back(at);
+    }
+    ASSERT_GT(places.size(), 200u);
+    CMemoryFile file(patch.Store());
+    ASSERT_EQ(CheckedDatabase(file).text, "");
+    for (const std::uint64_t at : places) {
+        Bytes byte(1);
+        file.ReadAt(at, byte);
+        byte[0] ^= std::byte{0x04};
+        file.WriteAt(at, byte);
+        EXPECT_NE(CheckedDatabase(file).text, "") << std::hex << at;
+        byte[0] ^= std::byte{0x04};
+        file.WriteAt(at, byte);
+    }
+}
+
+TEST(NdbFaults, SectorsThatCannotBeReadCostTheirBlocksAlone)
+{
+    const Bytes& store = ComponentStore();
+    CStorePatch patch(store);
+    const auto block = AnAttachmentBlock(patch);
+    class CTornSource final : public platform::IByteSource {
+    public:
+        CTornSource(std::span<const std::byte> bytes, std::uint64_t hole) : m_bytes(bytes), m_hole(hole) {}
+        std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override
+        {
+            const std::uint64_t end = offset + into.size();
+            const bool isTorn = offset < m_hole + 512 && end > m_hole;
+            return m_bytes.ReadAt(offset, isTorn ? into.first(m_hole - std::min(offset, m_hole)) : into);
+        }
+        std::uint64_t Size() const noexcept override { return m_bytes.Size(); }
+
+    private:
+        CMemorySource m_bytes;
+        std::uint64_t m_hole;
+    };
+    CTornSource source(store, block.reference.offset + 512);
+    EXPECT_EQ(CodesOf(source), Codes{"block-unreadable"});
+}
+
+}  // namespace
+}  // namespace pastille::tests
