@@ -95,6 +95,8 @@ inline constexpr Rule kMessageAttachFlag{
     "The attachment flag of a message does not say whether it has attachments."};
 inline constexpr Rule kMessageRtf{"message-rtf", Severity::Warning,
                                   "The header of a compressed RTF body does not fit its bytes."};
+inline constexpr Rule kValuesShared{"values-shared", Severity::Warning,
+                                    "Values are shared so often that not all could be looked at."};
 inline constexpr Rule kMessageNesting{"message-nesting", Severity::Warning,
                                       "Embedded messages are nested deeper than is checked."};
 inline constexpr Rule kRecipientTable{"recipient-table", Severity::Warning,

@@ -1,8 +1,10 @@
 #include "check/MessagingRun.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "check/LtpRules.h"
+#include "check/MessagingRules.h"
 #include "format/Ids.h"
 
 namespace pastille::check {
@@ -52,6 +54,17 @@ void CMessagingRun::CheckRowVersions()
         m_findings.Add(rules::kTableRowVersion, "tables",
                        Hex(m_rowVersions.back()) + " with dwUnique " + Hex(unique));
     m_rowVersions.clear();
+}
+
+bool CMessagingRun::TakeValueBytes(std::uint64_t count)
+{
+    const std::uint64_t most = 8 * m_database.Header().fileSize + (std::uint64_t{64} << 20);
+    m_valueBytes += count;
+    if (m_valueBytes <= most)
+        return true;
+    if (!std::exchange(m_isBudgetNoted, true))
+        m_findings.Add(rules::kValuesShared, "store");
+    return false;
 }
 
 }  // namespace pastille::check

@@ -46,6 +46,10 @@ public:
     /// Data bytes of a data tree; nothing when it is broken.
     std::optional<std::uint64_t> DataSize(std::uint64_t bid);
 
+    /// Takes from what may be read of values in subnodes, several times what a file holds that shares none of
+    /// them. False, and one finding, when that is used up.
+    bool TakeValueBytes(std::uint64_t count);
+
     /// Number of entries in the name map; nothing when it could not be read.
     std::optional<std::size_t> nameCount;
 
@@ -59,6 +63,8 @@ private:
     std::unordered_set<std::uint64_t> m_visited;                   ///< BIDs of internal blocks
     std::unordered_map<std::uint64_t, std::uint64_t> m_treeSizes;  ///< of trees of several blocks
     std::vector<std::uint32_t> m_rowVersions;
+    std::uint64_t m_valueBytes = 0;  ///< read so far
+    bool m_isBudgetNoted = false;
 };
 
 }  // namespace pastille::check

@@ -35,11 +35,12 @@ struct NdbFile {
     {
         return offset >= FirstAMap() && offset <= end && extent <= end - offset;
     }
+    /// True of a store that is being written, or whose writer was interrupted.
+    bool IsOpen() const { return header.amapValid == format::amapvalid::kInvalid; }
     /// The rule as it counts for this store. Nothing public says how files with 4 KB pages keep their maps.
     const Rule& Weigh(const rules::ClosedRule& rule) const
     {
-        const bool isClosed = header.amapValid != format::amapvalid::kInvalid && !Is4k();
-        return isClosed ? rule.closed : rule.open;
+        return IsOpen() || Is4k() ? rule.open : rule.closed;
     }
     void Add(const rules::ClosedRule& rule, std::string place, std::string detail) const
     {

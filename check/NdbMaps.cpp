@@ -140,11 +140,13 @@ private:
     }
 
     /// The bitmap of a map page; nothing when the page is not sound.
-    std::optional<std::vector<std::byte>> ReadMap(PageType type, std::uint64_t offset) const
+    std::optional<std::vector<std::byte>> ReadMap(PageType type, std::uint64_t offset)
     {
         std::vector<std::byte> page(m_maps.pageBytes);
         const auto note = [&](const std::string& detail) {
-            m_file.Add(rules::kMapPage, PagePlace(offset), detail);
+            // A store that is being written has none yet: one finding says so.
+            if (!m_file.IsOpen() || !std::exchange(m_isMapNoted, true))
+                m_file.Add(rules::kMapPage, PagePlace(offset), detail);
             return std::nullopt;
         };
         if (!m_file.Read(offset, page))
@@ -300,6 +302,7 @@ private:
     bool m_isWhole;  ///< where all pages and blocks lie is known
     std::uint64_t m_sections = 0;
     std::vector<Use> m_uses;
+    bool m_isMapNoted = false;
     std::size_t m_nextUse = 0;
     std::optional<std::vector<std::byte>> m_pageMap;  ///< of the section at hand and its neighbours
     std::uint64_t m_freeUnits = 0;

@@ -72,6 +72,8 @@ inline constexpr Rule kPageLevel{"page-level", Severity::Error,
 inline constexpr Rule kPageOrder{"page-order", Severity::Error, "The keys of a tree do not rise."};
 inline constexpr Rule kPageKey{"page-key", Severity::Error,
                                "A page's first key is not the key in its parent."};
+inline constexpr Rule kNodeKey{"node-key", Severity::Error,
+                               "The upper half of an NID in the node tree is not zero."};
 inline constexpr Rule kPageShared{"page-shared", Severity::Error,
                                   "Two references lead to the same tree page."};
 

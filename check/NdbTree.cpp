@@ -91,6 +91,10 @@ void CTreeWalk::CheckKeys(const format::CTreePage& page, std::uint64_t offset, c
     bool isNoted = false;
     for (std::size_t i = 0; i < page.Count(); ++i) {
         const std::uint64_t key = page.KeyAt(i);
+        const bool isWideNid = m_tree == format::PageType::NodeTree &&
+                               ((page.Level() == 0 ? page.NodeAt(i).nid : page.ChildAt(i).key) >> 32) != 0;
+        if (isWideNid)
+            m_file.findings.Add(rules::kNodeKey, PagePlace(offset), "entry " + std::to_string(i));
         if (last && key <= *last && !std::exchange(isNoted, true))
             m_file.findings.Add(rules::kPageOrder, PagePlace(offset), Hex(key) + " behind " + Hex(*last));
         last = key;
@@ -122,6 +126,8 @@ bool CTreeWalk::Visit(const format::BlockReference& reference, const Expected& e
     CheckCounts(*page, reference.offset);
     if (page->Count() == 0)
         return true;
+    if (page->EntrySize() != format::TreeEntrySize(*m_file.layout, m_tree, page->Level()))
+        return leaveOut();
     CheckKeys(*page, reference.offset, expected);
     if (page->Level() == 0) {
         m_onLeaf(*page);

@@ -165,7 +165,7 @@ std::optional<format::HeldBytes> ReadStored(CMessagingRun& run, const StoredByte
 {
     if (!stored.isInSubnode && !stored.isUnreadable)
         return stored.held;
-    if (stored.isUnreadable || stored.size > limit)
+    if (stored.isUnreadable || stored.size > limit || !run.TakeValueBytes(stored.size))
         return std::nullopt;
     auto tree = run.Database().OpenData(stored.dataBid);
     if (!tree || tree->Size() > limit)

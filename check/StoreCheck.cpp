@@ -168,7 +168,7 @@ void CheckEntryId(CPropertyContext& store, std::uint16_t id, format::CByteView k
     const auto nid = entry.ReadOrZero<std::uint32_t>(4 + kRecordKeySize);
     const bool isOwn = uid && std::ranges::equal(uid->Bytes(), key.Bytes());
     if (entry.Size() != kEntryIdSize || entry.ReadOrZero<std::uint32_t>(0) != 0 || !isOwn ||
-        !IsFolder(run, nid))
+        format::Nid{nid}.Type() != format::NidType::NormalFolder || !IsFolder(run, nid))
         store.Node().Note(rules::kStoreEntryId, detail, Hex(nid));
 }
 

@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -35,6 +36,13 @@ void Conclude(CommandContext& context, const platform::RunState& state, CRunDisp
         return;
     report.outputPath = ExistingOrEmpty(state.outputPath);
     report.logPath = ExistingOrEmpty(state.logPath);
+    if (report.status == RunStatus::Done && report.outputPath.empty() && !state.outputPath.empty()) {
+        // Somebody has taken it away while the run was writing into it.
+        display.ShowError("The new store is no longer at its place: " + state.outputPath.string());
+        report.status = RunStatus::Failed;
+        report.reason = "output-missing";
+        return;
+    }
     if (report.status == RunStatus::Failed) {
         // No items counted: there is no store, or it cannot be read.
         if (auto left = display.Summary().Count(context.component, state); left.total != 0)
@@ -116,6 +124,9 @@ void CRepairCommand::Verify(CommandContext& context, CRunDisplay& display, RunRe
 {
     if (report.outputPath.empty())
         return;
+    // The report of a run that is done is not lost to a signal: the check goes to its end.
+    std::atomic<bool> stopRequested = false;
+    const CStopSignals signals(stopRequested);
     report.check = CheckFile(context.fileSystem, report.outputPath);
     if (report.check->status != CheckReport::Status::Errors &&
         report.check->status != CheckReport::Status::Unreadable)

@@ -75,6 +75,7 @@ public:
                 throw CStoreError(Refusal::BadArgument);
             if (!m_handle.store->IsWritable())
                 throw CStoreError(Refusal::ReadOnly);
+            m_handle.store->CheckpointIfDue();
             auto core = std::make_shared<CItemCore>(m_handle.store, *m_handle.folder, *text);
             return CRef<IObject>(MakeItem(std::move(core)));
         });

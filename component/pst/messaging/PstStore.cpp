@@ -1,6 +1,8 @@
 #include "component/pst/messaging/PstStore.h"
 
+#include <algorithm>
 #include <exception>
+#include <system_error>
 
 #include "component/pst/ltp/PropertyContextWriter.h"
 #include "component/pst/ltp/TableTemplates.h"
@@ -47,7 +49,8 @@ private:
 std::shared_ptr<CPstStore> CPstStore::Create(platform::IFileSystem& files, const std::filesystem::path& path,
                                              std::u16string_view displayName, CheckpointPolicy policy)
 {
-    if (files.OpenSource(path))
+    std::error_code ignored;
+    if (files.OpenSource(path) || std::filesystem::exists(path, ignored))
         throw CStoreError(Refusal::Exists);
     std::shared_ptr<CPstStore> store(new CPstStore);
     store->m_policy = policy;
@@ -125,10 +128,14 @@ void CPstStore::StartNew(std::u16string_view displayName)
     m_changed = true;
 }
 
+/// A store whose own file no longer gives what was written into it cannot go on.
 void CPstStore::PutChanges()
-{
+try {
     PutChangedFolders();
     PutNameMap();
+} catch (const CFormatError&) {
+    m_writer->Fail(std::make_error_code(std::errc::io_error));
+    throw std::system_error(std::make_error_code(std::errc::io_error), "the store's own blocks");
 }
 
 void CPstStore::Commit()
@@ -147,7 +154,10 @@ void CPstStore::CheckpointIfDue()
 {
     if (!m_writer || m_abandoned || !m_changed)
         return;
-    if (m_writer->FileBytes() - m_bytesAtCheckpoint >= m_policy.bytes ||
+    // A small store gets there sooner: a disk that is full after 30 MB has not taken all of them.
+    constexpr std::uint64_t kSmallestStep = std::uint64_t{1} << 20;
+    const std::uint64_t step = std::min(m_policy.bytes, std::max(kSmallestStep, m_writer->FileBytes() / 4));
+    if (m_writer->FileBytes() - m_bytesAtCheckpoint >= step ||
         std::chrono::steady_clock::now() - m_lastCheckpoint >= m_policy.time)
         Checkpoint();
 }

@@ -196,8 +196,11 @@ void CPstStore::ReadSubfolder(Folder& parent, CTableReader& table, std::size_t r
     // A row that names a folder already met would make the tree a ring.
     if (nid.Type() != NidType::NormalFolder || m_folders.Find(nid) != nullptr)
         return;
-    const std::u16string name = CellText(table, row, format::pid::kDisplayName);
-    const std::u16string containerClass = CellText(table, row, format::pid::kContainerClass);
+    // Longer ones than a folder can have only cost memory: many rows may share one.
+    constexpr std::size_t kLongest = 255;
+    const std::u16string name = CellText(table, row, format::pid::kDisplayName).substr(0, kLongest);
+    const std::u16string containerClass =
+        CellText(table, row, format::pid::kContainerClass).substr(0, kLongest);
     Folder& child = m_folders.Add(&parent, nid, name);
     child.containerClass = containerClass;
     child.childrenKnown = false;

@@ -71,6 +71,7 @@ void CBlockOutput::AddBytes(std::uint64_t offset, std::span<const std::byte> byt
 
 void CBlockOutput::Overwrite(std::uint64_t offset, std::span<const std::byte> bytes)
 {
+    RaiseFailure();
     const std::lock_guard lock(m_fileMutex);
     m_file.WriteAt(offset, bytes);
 }

@@ -20,8 +20,8 @@ namespace pastille::component::pst {
 /// and writes whole pieces on a thread of its own. Gaps become zeros. At most four pieces are under way; then
 /// the caller waits.
 ///
-/// A failure of the file comes out of the next call as std::system_error, and of every later one; nothing is
-/// written after it. To be called by one thread; the file must not be used by others before Flush returns.
+/// A failure of the thread comes out of the next call that adds, and of every later one; nothing is written
+/// after it. To be called by one thread; the file must not be used by others before Flush returns.
 class CBlockOutput {
 public:
     /// `file` must outlive this object.

@@ -77,7 +77,8 @@ format::Bid CNdbWriter::AppendBlock(std::span<const std::byte> bytes, bool isInt
         // BIDs have room for more; what a block's number and place have here are 274 GB and 4 billion blocks.
         if (unit > std::numeric_limits<std::uint32_t>::max() ||
             m_blocks.size() >= std::numeric_limits<std::uint32_t>::max())
-            throw std::length_error("a store has less than 256 GiB");
+            throw std::system_error(std::make_error_code(std::errc::file_too_large),
+                                    "a store has less than 256 GiB");
         const auto size = static_cast<std::uint16_t>(bytes.size());
         m_blocks.push_back({static_cast<std::uint32_t>(unit),
                             static_cast<std::uint16_t>(isInternal ? size | kInternalKind : size), 0, 0});
@@ -261,10 +262,6 @@ void CNdbWriter::VisitNodes(const std::function<bool(const NodeRecord&)>& visit)
 std::uint32_t CNdbWriter::ReferencesTo(format::Bid bid) const
 {
     return BlockOf(bid).references;
-}
-std::size_t CNdbWriter::BlockSize(format::Bid bid) const
-{
-    return BlockOf(bid).Size();
 }
 
 }  // namespace pastille::component::pst

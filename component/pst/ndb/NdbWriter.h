@@ -79,10 +79,10 @@ public:
     /// References to a block from nodes and from blocks that are themselves held. The file's cRef is one
     /// more.
     std::uint32_t ReferencesTo(format::Bid bid) const;
-    /// Data bytes of a block.
-    std::size_t BlockSize(format::Bid bid) const;
     /// Bytes that the file has grown to so far.
     std::uint64_t FileBytes() const { return m_plan.End(); }
+    /// Makes the writer refuse all further work with that error.
+    void Fail(std::error_code error) { m_failure = error; }
     /// True after a failure of the file, or of work that may have written.
     bool HasFailed() const { return static_cast<bool>(m_failure); }
 

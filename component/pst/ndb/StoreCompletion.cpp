@@ -33,6 +33,12 @@ std::optional<format::FileHeader> ReadHeader(platform::IByteSource& file)
     return checked->header;
 }
 
+/// The first byte behind the map pages of a section.
+std::uint64_t FirstFreeOf(std::uint64_t section)
+{
+    return CAllocationPlan::SectionStart(section) + CAllocationPlan::MapPagesOf(section).size() * kPageBytes;
+}
+
 std::vector<Extent> ReadExtents(platform::IFile& file, std::uint64_t fileSize)
 {
     std::vector<Extent> extents;
@@ -40,6 +46,7 @@ std::vector<Extent> ReadExtents(platform::IFile& file, std::uint64_t fileSize)
         if (offset < format::kFirstAMapOffset || offset % format::kAllocationUnit != 0 || offset > fileSize ||
             extent == 0 || extent > fileSize - offset ||
             CAllocationPlan::SectionOf(offset) != CAllocationPlan::SectionOf(offset + extent - 1) ||
+            offset < FirstFreeOf(CAllocationPlan::SectionOf(offset)) ||
             offset / format::kAllocationUnit > 0xFFFFFFFF)
             throw CFormatError({structure, "ib", offset, offset});
         extents.push_back({static_cast<std::uint32_t>(offset / format::kAllocationUnit),
