@@ -134,7 +134,7 @@ TEST_P(Kill, AtAnyChangeOfTheFileLosesNothingThatWasCompleted)
 
 TEST_P(KillLarge, AtAnyMomentLosesNothingThatWasCompleted)
 {
-    constexpr int kKills = 50;
+    constexpr int kKills = 30;
     const auto start = Clock::now();
     CountChanges(GetParam());
     const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
@@ -262,7 +262,7 @@ private:
 
 TEST_P(Kill, APowerCutDoesNoMoreHarm)
 {
-    constexpr int kCutsPerChange = 2;
+    constexpr int kCutsPerChange = 1;
     CPowerCut cut(GetParam());
     ASSERT_GT(cut.Count(), 50u);
     std::minstd_rand random(1);
