@@ -32,6 +32,9 @@ struct CommandContext {
     writer::IComponentFactory& component;
 };
 
+/// `status`, or Failed when the standard output has not taken all that was written to it, which is told.
+ExitStatus StatusOfOutput(CommandContext& context, ExitStatus status);
+
 /// One command of the command line.
 class ICommand {
 public:

@@ -68,6 +68,14 @@ ExitStatus AnswerParseError(const CLI::App& program, const CLI::ParseError& erro
 
 }  // namespace
 
+ExitStatus StatusOfOutput(CommandContext& context, ExitStatus status)
+{
+    if (context.out)
+        return status;
+    context.err << "Error: The result could not be written to the standard output." << std::endl;
+    return ExitStatus::Failed;
+}
+
 ExitStatus RunCommandLine(const std::vector<std::string>& arguments, CommandContext& context)
 try {
     CLI::App program(kDescription, "pastille");

@@ -192,10 +192,7 @@ private:
         if (m_told > kMostMessages)
             m_messages.push_back("... and " + std::to_string(m_told - kMostMessages) + " more.");
         m_report.End(status == ExitStatus::Done ? "done" : "failed", m_messages);
-        if (m_context.out)
-            return status;
-        m_context.err << "Error: The result could not be written to the standard output." << std::endl;
-        return ExitStatus::Failed;
+        return StatusOfOutput(m_context, status);
     }
 
     CommandContext& m_context;

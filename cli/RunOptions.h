@@ -37,10 +37,7 @@ struct RunOptions {
             WriteJson(context.out, report);
         else
             WriteText(context.out, report);
-        if (context.out)
-            return StatusCode(report.status);
-        context.err << "Error: The result could not be written to the standard output." << std::endl;
-        return ExitStatus::Failed;
+        return StatusOfOutput(context, StatusCode(report.status));
     }
 };
 
