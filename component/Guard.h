@@ -30,6 +30,9 @@ decltype(auto) Guarded(Work&& work)
         throw writer::_com_error(ResultOf(error.code()), Interface::kInterfaceId, error.what());
     } catch (const pst::CFormatError& error) {
         throw writer::_com_error(writer::E_FAIL, Interface::kInterfaceId, error.what());
+    } catch (const std::length_error& error) {
+        // A limit of the file format: what was asked for is too large for it.
+        throw writer::_com_error(ResultOf(pst::Refusal::TooLarge), Interface::kInterfaceId, error.what());
     } catch (const std::logic_error& error) {
         throw writer::_com_error(writer::E_FAIL, Interface::kInterfaceId, error.what());
     } catch (const std::bad_alloc&) {

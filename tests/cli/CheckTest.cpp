@@ -86,11 +86,11 @@ TEST(Check, WhatIsNoStoreHasAStatusOfItsOwn)
 }
 
 /// Hands out new stores with a byte changed when they are opened for reading.
-class CSpoilingFileSystem final : public platform::IFileSystem {
+class CSpoilingFileSystem final : public CFileSystemAbove {
 public:
     std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path& path) override
     {
-        auto source = m_host.OpenSource(path);
+        auto source = m_below.OpenSource(path);
         if (!isSpoiling || !source || path.string().find("Recovered") == std::string::npos)
             return source;
         m_bytes.emplace_back(source->Size());
@@ -98,28 +98,10 @@ public:
         m_bytes.back()[0x10] ^= std::byte{1};  // dwReserved1, which nothing but the checksums covers
         return std::make_unique<CMemorySource>(m_bytes.back());
     }
-    std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override
-    {
-        return m_host.Create(path);
-    }
-    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override
-    {
-        return m_host.OpenExisting(path);
-    }
-    std::error_code CreateFolder(const std::filesystem::path& path) override
-    {
-        return m_host.CreateFolder(path);
-    }
-    std::error_code Remove(const std::filesystem::path& path) override { return m_host.Remove(path); }
-    std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
-    {
-        return m_host.Rename(from, to);
-    }
 
     bool isSpoiling = false;
 
 private:
-    platform::IFileSystem& m_host = platform::HostFileSystem();
     std::vector<Bytes> m_bytes;
 };
 

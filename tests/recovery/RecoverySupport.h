@@ -53,7 +53,7 @@ public:
 recovery::Clock FixedClock();
 
 /// The host's file system, but for the source at kSourcePath: that is a store in memory.
-class CSourceInMemory final : public platform::IFileSystem {
+class CSourceInMemory final : public CFileSystemAbove {
 public:
     static constexpr std::string_view kSourcePath = "/mail/outlook.pst";
 
@@ -63,28 +63,10 @@ public:
     {
         if (path == kSourcePath)
             return std::make_unique<CMemorySource>(m_store);
-        return m_host.OpenSource(path);
-    }
-    std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override
-    {
-        return m_host.Create(path);
-    }
-    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override
-    {
-        return m_host.OpenExisting(path);
-    }
-    std::error_code CreateFolder(const std::filesystem::path& path) override
-    {
-        return m_host.CreateFolder(path);
-    }
-    std::error_code Remove(const std::filesystem::path& path) override { return m_host.Remove(path); }
-    std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
-    {
-        return m_host.Rename(from, to);
+        return m_below.OpenSource(path);
     }
 
 private:
-    platform::IFileSystem& m_host = platform::HostFileSystem();
     std::span<const std::byte> m_store;
 };
 

@@ -46,12 +46,43 @@ struct FileFaults {
     std::function<void(const FileChange&)> onChange{};
 };
 
-/// Hands everything to another file system, but for the faults. Counts what it sees.
-class CFaultyFileSystem final : public platform::IFileSystem {
+/// Hands everything to another file system. Those that change something of it derive from it.
+class CFileSystemAbove : public platform::IFileSystem {
+public:
+    explicit CFileSystemAbove(platform::IFileSystem& below = platform::HostFileSystem()) : m_below(below) {}
+
+    std::unique_ptr<platform::IByteSource> OpenSource(const std::filesystem::path& path) override
+    {
+        return m_below.OpenSource(path);
+    }
+    std::unique_ptr<platform::IFile> Create(const std::filesystem::path& path) override
+    {
+        return m_below.Create(path);
+    }
+    std::unique_ptr<platform::IFile> OpenExisting(const std::filesystem::path& path) override
+    {
+        return m_below.OpenExisting(path);
+    }
+    std::error_code CreateFolder(const std::filesystem::path& path) override
+    {
+        return m_below.CreateFolder(path);
+    }
+    std::error_code Remove(const std::filesystem::path& path) override { return m_below.Remove(path); }
+    std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
+    {
+        return m_below.Rename(from, to);
+    }
+
+protected:
+    platform::IFileSystem& m_below;
+};
+
+/// Another file system with the faults. Counts what it sees.
+class CFaultyFileSystem final : public CFileSystemAbove {
 public:
     explicit CFaultyFileSystem(FileFaults wanted = {},
                                platform::IFileSystem& below = platform::HostFileSystem())
-        : faults(std::move(wanted)), m_below(below)
+        : CFileSystemAbove(below), faults(std::move(wanted))
     {
     }
 
@@ -63,7 +94,6 @@ public:
         made.push_back(path);
         return m_below.CreateFolder(path);
     }
-    std::error_code Remove(const std::filesystem::path& path) override { return m_below.Remove(path); }
     std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
     {
         made.push_back(to);
@@ -81,7 +111,6 @@ public:
         made{};  ///< every file and folder that was to be created, or renamed to
 
 private:
-    platform::IFileSystem& m_below;
     std::mutex m_mutex;
 };
 
