@@ -9,16 +9,23 @@ std::atomic<std::atomic<bool>*> g_flag{nullptr};
 static_assert(std::atomic<std::atomic<bool>*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
               "a signal handler may only touch lock-free atomics");
 
-/// Only calls that are safe in a signal handler.
-extern "C" void OnStopSignal(int)
+std::atomic<bool> g_signalled{false};
+
+/// Only calls that are safe in a signal handler. Two signals at once may both come here, each on a
+/// thread of its own, before the first has given the signals back: the second of them then ends the
+/// process when this handler returns.
+extern "C" void OnStopSignal(int signal)
 {
     const int savedErrno = errno;
+    const bool isSecond = g_signalled.exchange(true);
     if (std::atomic<bool>* flag = g_flag.load())
         flag->store(true);
     struct sigaction byDefault {};
     byDefault.sa_handler = SIG_DFL;
     ::sigaction(SIGINT, &byDefault, nullptr);
     ::sigaction(SIGTERM, &byDefault, nullptr);
+    if (isSecond)
+        ::raise(signal);
     errno = savedErrno;
 }
 
@@ -26,6 +33,7 @@ extern "C" void OnStopSignal(int)
 
 CStopSignals::CStopSignals(std::atomic<bool>& flag)
 {
+    g_signalled.store(false);
     g_flag.store(&flag);
     struct sigaction action {};
     action.sa_handler = OnStopSignal;

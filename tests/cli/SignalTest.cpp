@@ -27,15 +27,18 @@ std::filesystem::path MakeLongStore(const CScratchFolder& scratch)
     return path;
 }
 
-/// Sends signals, one right after the other, when the scan has begun: that phase of the command.
+/// Sends signals, all there at once, when the scan has begun: that phase of the command. The process is
+/// held meanwhile, lest it ends by the first before this one comes to send the second.
 auto SendDuringScan(std::vector<int> signals, const char* phase = "Phase 4 of 8")
 {
     return [signals = std::move(signals), phase, sent = false](pid_t pid, const std::string& err) mutable {
         if (sent || err.find(phase) == std::string::npos)
             return;
         sent = true;
+        ::kill(pid, SIGSTOP);
         for (const int signal : signals)
             ::kill(pid, signal);
+        ::kill(pid, SIGCONT);
     };
 }
 
