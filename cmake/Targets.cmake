@@ -33,9 +33,17 @@ function(pastille_precompile target first)
   endif()
 endfunction()
 
+# The same for code with windows, whose flags differ from target to target.
+function(pastille_precompile_windows target)
+  if(PASTILLE_PRECOMPILE)
+    target_precompile_headers(${target} PRIVATE <algorithm> <filesystem> <functional> <map> <memory> <optional> <string>
+      <vector> <QtWidgets>)
+  endif()
+endfunction()
+
 # One static library per folder. A folder links only what it may include.
 function(pastille_library name)
-  cmake_parse_arguments(arg "" "" "SOURCES;USES" ${ARGN})
+  cmake_parse_arguments(arg "WINDOWS" "" "SOURCES;USES" ${ARGN})
   add_library(pastille_${name} STATIC ${arg_SOURCES})
   target_link_libraries(pastille_${name} PRIVATE pastille_options)
   foreach(used ${arg_USES})
@@ -45,7 +53,9 @@ function(pastille_library name)
     # Everything that reads file bytes is watched by the fuzzer, not the targets alone.
     target_compile_options(pastille_${name} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
-  if(PASTILLE_PRECOMPILE)
+  if(arg_WINDOWS)
+    pastille_precompile_windows(pastille_${name})
+  elseif(PASTILLE_PRECOMPILE)
     pastille_precompile(pastille_${name} pastille_platform)
   endif()
 endfunction()

@@ -37,6 +37,12 @@ std::filesystem::path UserConfigFolder()
     return UserFolder("config", "XDG_CONFIG_HOME", ".config");
 }
 
+bool HasOwnHome()
+{
+    const char* value = std::getenv("PASTILLE_HOME");
+    return value != nullptr && *value != '\0';
+}
+
 std::string LocalTimeText(std::chrono::system_clock::time_point moment)
 {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);

@@ -13,6 +13,8 @@ namespace pastille::platform {
 std::filesystem::path UserDataFolder();
 /// Per-user folder for configuration, found in the same way.
 std::filesystem::path UserConfigFolder();
+/// True when PASTILLE_HOME keeps this program's data and configuration apart from the user's.
+bool HasOwnHome();
 
 /// The moment as local time in the run log's form, as "Sunday, November 22, 2026,21:05:09".
 std::string LocalTimeText(std::chrono::system_clock::time_point moment);

@@ -1,0 +1,73 @@
+#include "platform/Registry.h"
+
+#include "platform/Text.h"
+
+#include <charconv>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+namespace pastille::platform {
+namespace {
+
+constexpr char kMailClient[] =
+    "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\OUTLOOK.EXE";
+constexpr std::string_view kNumberPrefix = "dword:";
+
+}  // namespace
+
+CRegistry::CRegistry(std::filesystem::path file) : m_path(std::move(file)), m_file(m_path)
+{
+    std::error_code error;
+    if (std::filesystem::exists(std::filesystem::symlink_status(m_path, error)))
+        return;
+    m_file.Set(kMailClient, "Default", "built-in");
+    std::filesystem::create_directories(m_path.parent_path(), error);
+    static_cast<void>(m_file.Write());
+}
+
+CRegistry::~CRegistry() = default;
+
+bool CRegistry::HasKey(const std::string& key) const
+{
+    return m_file.HasSection(key);
+}
+
+bool CRegistry::HasWritableKey(const std::string& key) const
+{
+    return HasKey(key) && CanBeWritten(m_path);
+}
+
+std::optional<std::string> CRegistry::Text(const std::string& key, const std::string& name) const
+{
+    return m_file.Text(key, name);
+}
+
+std::optional<std::uint32_t> CRegistry::Number(const std::string& key, const std::string& name) const
+{
+    const auto text = Text(key, name);
+    if (!text || text->size() <= kNumberPrefix.size() || text->size() > kNumberPrefix.size() + 8 ||
+        !EqualsNoCase(FromUtf8(text->substr(0, kNumberPrefix.size())), FromUtf8(kNumberPrefix)))
+        return std::nullopt;
+    std::uint32_t number = 0;
+    const char* end = text->data() + text->size();
+    const auto [stop, error] = std::from_chars(text->data() + kNumberPrefix.size(), end, number, 16);
+    if (error != std::errc() || stop != end)
+        return std::nullopt;
+    return number;
+}
+
+bool CRegistry::SetText(const std::string& key, const std::string& name, const std::string& value)
+{
+    m_file.Set(key, name, value);
+    return m_file.Write();
+}
+
+bool CRegistry::SetNumber(const std::string& key, const std::string& name, std::uint32_t value)
+{
+    char digits[9];
+    std::snprintf(digits, sizeof digits, "%08x", value);
+    return SetText(key, name, std::string(kNumberPrefix) + digits);
+}
+
+}  // namespace pastille::platform
