@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+
+#include "platform/RunState.h"
+
+namespace pastille::app {
+
+/// What the wizard fills in and a run reads.
+struct RepairChoices {
+    platform::RunSettings settings;  ///< source path, scan method, destination folder
+    std::filesystem::path sourceFileName;
+
+    /// Takes a source file; its name is the path's last component.
+    void SetSource(const std::filesystem::path& path)
+    {
+        settings.sourcePath = path;
+        sourceFileName = path.filename();
+    }
+};
+
+}  // namespace pastille::app

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/WizardPage.h"
+
+class QLineEdit;
+class QVBoxLayout;
+
+namespace pastille::app {
+
+/// The last page: how to scan, and the folder for the new store.
+class CCustom2Dlg final : public CWizardPage {
+    Q_OBJECT
+
+public:
+    /// `origin` is the page that "Back" leads to.
+    CCustom2Dlg(QWidget* parent, RepairChoices& choices, WizardPage origin);
+
+protected:
+    void LookAgain() override;
+
+private:
+    void AddMethods();
+    void AddDestination();
+    void Browse();
+
+    RepairChoices& m_choices;
+    std::filesystem::path m_chosen;  ///< on this page; empty until then
+    QLineEdit* m_folder = nullptr;
+    CSkinButton* m_repair = nullptr;
+};
+
+}  // namespace pastille::app

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+#include <filesystem>
+
+namespace pastille::app {
+
+/// The path that a text stands for.
+std::filesystem::path ToPath(const QString& text);
+
+/// A path as windows show it, on one line: bytes that are no UTF-8, controls, and characters that turn the
+/// direction of writing become U+FFFD. For eyes only; what is opened is the path.
+QString ShownPath(const std::filesystem::path& path);
+
+}  // namespace pastille::app

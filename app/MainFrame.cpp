@@ -1,0 +1,265 @@
+#include "app/MainFrame.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDir>
+#include <QLabel>
+#include <QShortcut>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QThread>
+
+#include <cstdlib>
+
+#include "app/AboutDlg.h"
+#include "app/DiskSpace.h"
+#include "app/Manual.h"
+#include "app/MessageBox.h"
+#include "app/PastilleApp.h"
+#include "app/RepairWizard.h"
+#include "app/Strings.h"
+#include "app/SuccessfullyRecoveredDlg.h"
+#include "preview/DisplayBody.h"
+#include "preview/FormViewLeft.h"
+#include "preview/GridView.h"
+#include "preview/ListViewRight.h"
+
+namespace pastille::app {
+namespace {
+
+constexpr const char* kUpdater = "orvaneupdate.EXE";
+/// Longest time that a run may take to complete its store when the program ends.
+constexpr auto kStopPatience = std::chrono::seconds(10);
+
+recovery::RecoveryOptions OptionsFor(IHost& host)
+{
+    recovery::RecoveryOptions options;
+    options.helperProgram = host.InstallationFolder() / "bin" / "Reg.exe";
+    options.startProgram = [&host](const std::filesystem::path& program) {
+        return host.StartProgram(program, {});
+    };
+    return options;
+}
+
+}  // namespace
+
+CMainFrame::CMainFrame(CPastilleApp& app)
+    : m_app(app),
+      m_run(app.FileSystem(), app.Component(), OptionsFor(app.Host()), *this),
+      m_progress(this, *this)
+{
+    setObjectName(QStringLiteral("CMainFrame"));
+    setWindowTitle(Text(strings::kProduct));
+    setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
+    m_status = new QLabel(this);
+    m_status->setTextFormat(Qt::PlainText);
+    statusBar()->addWidget(m_status, 1);
+    MakeActions();
+    MakeMenus();
+    MakeToolBar();
+    RestoreLayout();
+    StartUpdater(
+        {QStringLiteral("/SilentCheck"), QStringLiteral("/NoIcon"), QStringLiteral("/NoUpdateSelf")});
+    MakePanes();
+    UpdateCommands();
+    resize(1000, 700);
+    m_folders->setFocus();
+    QMetaObject::invokeMethod(this, &CMainFrame::OpenWizard, Qt::QueuedConnection);
+}
+
+CMainFrame::~CMainFrame() = default;
+
+void CMainFrame::MakePanes()
+{
+    m_outer = new QSplitter(Qt::Horizontal, this);
+    m_folders = new preview::CFormViewLeft(m_outer);
+    m_inner = new QSplitter(Qt::Vertical, m_outer);
+    m_upper = new preview::CListViewRight(m_inner);
+    m_body = new preview::CDisplayBody(m_inner);
+    for (QSplitter* splitter : {m_outer, m_inner})
+        splitter->setChildrenCollapsible(false);
+    m_outer->setStretchFactor(1, 1);
+    m_inner->setStretchFactor(1, 1);
+    m_outer->setSizes({245, 755});
+    m_inner->setSizes({400, 200});
+    setCentralWidget(m_outer);
+    connect(new QShortcut(QKeySequence(Qt::Key_F6), this), &QShortcut::activated, this,
+            [this] { FocusPane(1); });
+    connect(new QShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F6), this), &QShortcut::activated, this,
+            [this] { FocusPane(-1); });
+}
+
+void CMainFrame::FocusPane(int step)
+{
+    const QList<QWidget*> panes{m_folders, m_upper, m_body};
+    qsizetype at = 0;
+    for (qsizetype pane = 0; pane < panes.size(); ++pane) {
+        const QWidget* focus = focusWidget();
+        if (focus != nullptr && (focus == panes[pane] || panes[pane]->isAncestorOf(focus)))
+            at = pane;
+    }
+    panes[(at + panes.size() + step) % panes.size()]->setFocus();
+}
+
+void CMainFrame::SwitchUpperPane(unsigned view)
+{
+    if (view > 1)
+        return;
+    QWidget* old = m_upper;
+    const QList<int> sizes = m_inner->sizes();
+    // A child of the splitter would be in it already, behind the others.
+    if (view == 0)
+        m_upper = new preview::CGridView(this);
+    else
+        m_upper = new preview::CListViewRight(this);
+    m_inner->replaceWidget(m_inner->indexOf(old), m_upper);
+    m_upper->show();
+    m_inner->setSizes(sizes);
+    delete old;
+}
+
+void CMainFrame::Execute(Command command)
+{
+    IHost& host = m_app.Host();
+    switch (command) {
+        case Command::RepairPstFile:
+            OpenWizard();
+            break;
+        case Command::RecoverAndSave:
+            StartRepair();
+            break;
+        case Command::Exit:
+            close();
+            break;
+        case Command::Content:
+            OpenHelp();
+            break;
+        case Command::Updates:
+            StartUpdater({QStringLiteral("/NoUpdateSelf")});
+            break;
+        case Command::HowToRepair:
+            host.Open(FileAddress(ManualPage(host, "repair.html")));
+            break;
+        case Command::HowToImport:
+            host.Open(FileAddress(ManualPage(host, "import.html")));
+            break;
+        case Command::About:
+            CAboutDlg(this, m_app).exec();
+            break;
+        case Command::Customize:
+            Customize();
+            break;
+        case Command::ToggleToolbar:
+            break;
+    }
+}
+
+void CMainFrame::OpenHelp()
+{
+    constexpr int kFileNotFound = 2;
+    constexpr int kPathNotFound = 3;
+    const auto file = HelpFile(m_app.Host());
+    const int result = file.empty() ? kFileNotFound : m_app.Host().Open(FileAddress(file));
+    if (result == kFileNotFound || result == kPathNotFound)
+        ShowBox(this, u"Unable to locate Help File", strings::kInformation, QMessageBox::Information);
+}
+
+void CMainFrame::StartUpdater(const QStringList& arguments)
+{
+    m_app.Host().StartProgram(m_app.Host().InstallationFolder() / kUpdater, arguments);
+}
+
+void CMainFrame::OpenWizard()
+{
+    if (m_run.IsRunning()) {
+        ShowProgress();
+        return;
+    }
+    const bool isRepairWanted = RunWizard(this, m_app.Host(), m_app.Choices());
+    UpdateCommands();
+    if (isRepairWanted)
+        StartRepair();
+}
+
+void CMainFrame::StartRepair()
+{
+    if (m_run.IsRunning()) {
+        ShowProgress();
+        return;
+    }
+    const platform::RunSettings& settings = m_app.Choices().settings;
+    if (!HasRoomFor(settings.sourcePath, settings.destinationFolder)) {
+        ShowBox(this, strings::kNoSpace, strings::kInformation, QMessageBox::Information);
+        return;
+    }
+    if (settings.destinationFolder.empty())
+        return;
+    m_run.Start(settings);
+    m_progress.Begin(settings);
+    UpdateCommands();
+    ShowProgress();
+}
+
+void CMainFrame::ShowProgress()
+{
+    if (!m_progress.isVisible())
+        m_progress.exec();
+}
+
+void CMainFrame::UpdateCommands()
+{
+    m_actions.at(Command::RecoverAndSave)->setEnabled(!m_app.Choices().settings.sourcePath.empty());
+}
+
+void CMainFrame::ShowPhase(unsigned phase, bool closing)
+{
+    m_progress.ShowPhase(phase, closing);
+    m_status->setText(PhaseCaption(phase, closing).trimmed());
+}
+
+void CMainFrame::ShowPercent(unsigned percent)
+{
+    m_progress.ShowPercent(percent);
+}
+
+void CMainFrame::EndProgress()
+{
+    m_progress.End();
+    m_status->clear();
+}
+
+void CMainFrame::ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon)
+{
+    ShowBox(this, text, caption, icon);
+}
+
+void CMainFrame::ShowCompletion(const recovery::SummaryCounts& counts,
+                                const std::filesystem::path& outputFolder)
+{
+    CSuccessfullyRecoveredDlg(this, m_app.Host(), counts, outputFolder).exec();
+}
+
+void CMainFrame::RunIsOver()
+{
+    m_progress.End();
+    m_status->clear();
+    m_app.Choices().settings.smartScan = false;
+    UpdateCommands();
+}
+
+void CMainFrame::closeEvent(QCloseEvent* event)
+{
+    QThread::msleep(100);
+    if (!m_closeWithoutAsking && !AskYesNo(this, strings::kAskExit, strings::kProduct)) {
+        event->ignore();
+        return;
+    }
+    SaveLayout();
+    // The store is completed where that can be done soon; in any case it keeps what was saved at its last
+    // checkpoint.
+    if (m_run.IsRunning() && !m_run.StopAndWait(kStopPatience))
+        std::_Exit(EXIT_SUCCESS);
+    event->accept();
+}
+
+}  // namespace pastille::app

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QMainWindow>
+
+#include <map>
+#include <memory>
+
+#include "app/Commands.h"
+#include "app/RepairDlg.h"
+#include "app/RepairRun.h"
+
+class QAction;
+class QLabel;
+class QSplitter;
+class QToolBar;
+
+namespace pastille::preview {
+class CFormViewLeft;
+class CDisplayBody;
+}  // namespace pastille::preview
+
+namespace pastille::app {
+
+class CPastilleApp;
+
+/// The only top-level window of the program. It opens the wizard by itself once it is created and shown.
+class CMainFrame final : public QMainWindow, private IRunWindows, private IRunControl {
+    Q_OBJECT
+
+public:
+    /// The application must outlive the frame.
+    explicit CMainFrame(CPastilleApp& app);
+    ~CMainFrame() override;
+
+    /// Shows the wizard, and starts the repair that it ends with. While a run goes, shows its progress
+    /// instead.
+    void OpenWizard();
+    /// Starts a repair with what the wizard has filled in. While a run goes, shows its progress instead.
+    void StartRepair();
+    /// Puts another view into the right upper pane: 0 the property grid, 1 the item list; nothing else.
+    void SwitchUpperPane(unsigned view);
+    /// The next close request is granted without a question.
+    void CloseWithoutAsking() { m_closeWithoutAsking = true; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    QMenu* createPopupMenu() override;
+
+private:
+    // Creation
+    void MakeActions();
+    void MakeMenus();
+    void MakeToolBar();
+    void MakePanes();
+    void RestoreLayout();
+
+    void Execute(Command command);
+    void OpenHelp();
+    void StartUpdater(const QStringList& arguments);
+    void Customize();
+    void FillToolBar(const QList<Command>& commands);
+    void SaveLayout();
+    void FocusPane(int step);
+    void ShowProgress();
+    void UpdateCommands();
+
+    // IRunWindows
+    void ShowPhase(unsigned phase, bool closing) override;
+    void ShowPercent(unsigned percent) override;
+    void EndProgress() override;
+    void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) override;
+    void ShowCompletion(const recovery::SummaryCounts& counts,
+                        const std::filesystem::path& outputFolder) override;
+    void RunIsOver() override;
+    // IRunControl
+    void PauseRun() override { m_run.Pause(); }
+    void ResumeRun() override { m_run.Resume(); }
+    void StopRun() override { m_run.RequestStop(); }
+
+    CPastilleApp& m_app;
+    QLabel* m_status = nullptr;
+    QSplitter* m_outer = nullptr;
+    QSplitter* m_inner = nullptr;
+    preview::CFormViewLeft* m_folders = nullptr;
+    QWidget* m_upper = nullptr;
+    preview::CDisplayBody* m_body = nullptr;
+    QToolBar* m_toolBar = nullptr;
+    std::map<Command, QAction*> m_actions;
+    CRepairRun m_run;
+    CRepairDlg m_progress;
+    bool m_closeWithoutAsking = false;
+    unsigned m_phase = 0;
+};
+
+}  // namespace pastille::app

@@ -1,0 +1,163 @@
+#include "app/RepairDlg.h"
+
+#include <QGridLayout>
+#include <QShortcut>
+
+#include <array>
+
+#include "app/Animation.h"
+#include "app/MessageBox.h"
+#include "app/Strings.h"
+#include "platform/Text.h"
+
+namespace pastille::app {
+namespace {
+
+QLabel* MakeLabel(QWidget* parent, const QString& text, bool bold, const QString& name = QString())
+{
+    auto* label = new QLabel(text, parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setAccessibleName(name);
+    if (bold) {
+        QFont font = label->font();
+        font.setWeight(QFont::Bold);
+        label->setFont(font);
+    }
+    return label;
+}
+
+}  // namespace
+
+QString ElapsedText(qint64 seconds)
+{
+    const auto two = [](qint64 value) { return QString::number(value).rightJustified(2, QLatin1Char('0')); };
+    return two(seconds / 3600 % 24) + QLatin1Char(':') + two(seconds / 60 % 60) + QLatin1Char(':') +
+           two(seconds % 60);
+}
+
+QString PhaseCaption(unsigned phase, bool closing)
+{
+    static constexpr std::array kCaptions{
+        strings::kOpeningSource,   strings::kValidating,       strings::kCreatingProfile,
+        strings::kCollectingNodes, strings::kCollectingBlocks, strings::kCollectingFolders,
+        strings::kCreatingFolders, strings::kRecoveringItems,
+    };
+    if (closing)
+        return Text(strings::kClosingFile);
+    return phase >= 1 && phase <= kCaptions.size() ? Text(kCaptions[phase - 1]) : QString();
+}
+
+CRepairDlg::CRepairDlg(QWidget* parent, IRunControl& run) : QDialog(parent), m_run(run)
+{
+    setObjectName(QStringLiteral("CRepairDlg"));
+    setWindowTitle(QStringLiteral("Recovery Progress"));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    Build();
+    m_timer.setInterval(1000);
+    connect(&m_timer, &QTimer::timeout, this, &CRepairDlg::ShowElapsed);
+    connect(m_stop, &QPushButton::clicked, this, &CRepairDlg::AskStop);
+    for (const auto& keys : {QKeySequence(Qt::CTRL | Qt::Key_T), QKeySequence(Qt::Key_F4)})
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, &CRepairDlg::AskStop);
+}
+
+void CRepairDlg::Build()
+{
+    m_scan = MakeLabel(this, QString(), false, QStringLiteral("Selected Scan"));
+    m_destination = MakeLabel(this, QString(), false, QStringLiteral("Destination Path"));
+    m_destination->setWordWrap(true);
+    m_phase = MakeLabel(this, QString(), false, QStringLiteral("Phase"));
+    m_caption = MakeLabel(this, QString(), false, QStringLiteral("Current step"));
+    m_percent = MakeLabel(this, QString(), false, QStringLiteral("Percentage"));
+    m_elapsed = MakeLabel(this, QString(), false, QStringLiteral("Elapsed Time"));
+    m_bar = new QProgressBar(this);
+    m_bar->setRange(0, 100);
+    m_bar->setTextVisible(false);
+    m_bar->setAccessibleName(QStringLiteral("Progress of the current phase"));
+    m_percent->setMinimumWidth(m_percent->fontMetrics().horizontalAdvance(QStringLiteral("100%")) + 4);
+    m_animation = new CAnimation(this);
+    m_stop = new QPushButton(QIcon(QStringLiteral(":/icons/stop.svg")), Text(strings::kStop), this);
+    m_stop->setIconSize({16, 16});
+    m_stop->setDefault(false);
+    m_stop->setAutoDefault(false);
+
+    auto* grid = new QGridLayout(this);
+    grid->addWidget(MakeLabel(this, Text(strings::kSelectedScan), true), 0, 0);
+    grid->addWidget(m_scan, 0, 1, 1, 2);
+    grid->addWidget(MakeLabel(this, Text(strings::kDestinationPath), true), 1, 0, Qt::AlignTop);
+    grid->addWidget(m_destination, 1, 1, 1, 2);
+    grid->addWidget(m_animation, 2, 0, 1, 3, Qt::AlignCenter);
+    grid->addWidget(m_phase, 3, 0);
+    grid->addWidget(m_caption, 3, 1, 1, 2);
+    grid->addWidget(m_bar, 4, 0, 1, 2);
+    grid->addWidget(m_percent, 4, 2);
+    grid->addWidget(MakeLabel(this, Text(strings::kElapsedTime), true), 5, 0);
+    grid->addWidget(m_elapsed, 5, 1);
+    grid->addWidget(m_stop, 5, 2, Qt::AlignRight);
+    grid->setColumnStretch(1, 1);
+    grid->setVerticalSpacing(10);
+    setMinimumWidth(fontMetrics().averageCharWidth() * 72);
+}
+
+void CRepairDlg::Begin(const platform::RunSettings& settings)
+{
+    m_scan->setText(Text(settings.smartScan ? strings::kSmartScan : strings::kNormalScan));
+    m_destination->setText(Text(platform::PathText(settings.destinationFolder)));
+    m_phase->clear();
+    m_caption->clear();
+    m_percent->clear();
+    m_bar->setValue(0);
+    m_stop->setEnabled(true);
+    m_clock.start();
+    m_timer.start();
+    ShowElapsed();
+}
+
+void CRepairDlg::ShowPhase(unsigned phase, bool closing)
+{
+    m_phase->setText(QStringLiteral("Phase ") + QString::number(phase) + QStringLiteral(" of 8"));
+    m_caption->setText(PhaseCaption(phase, closing));
+}
+
+void CRepairDlg::ShowPercent(unsigned percent)
+{
+    if (percent > 100)
+        return;
+    m_bar->setValue(static_cast<int>(percent));
+    m_percent->setText(QString::number(percent) + QLatin1Char('%'));
+}
+
+void CRepairDlg::End()
+{
+    m_timer.stop();
+    if (isVisible())
+        done(kRunEnded);
+}
+
+void CRepairDlg::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    m_animation->Play();
+}
+
+void CRepairDlg::hideEvent(QHideEvent* event)
+{
+    m_animation->Stop();
+    QDialog::hideEvent(event);
+}
+
+void CRepairDlg::AskStop()
+{
+    m_run.PauseRun();
+    m_animation->Stop();
+    if (AskYesNo(this, strings::kAskStop, strings::kConfirmation))
+        m_run.StopRun();
+    m_animation->Play();
+    m_run.ResumeRun();
+}
+
+void CRepairDlg::ShowElapsed()
+{
+    m_elapsed->setText(ElapsedText(m_clock.elapsed() / 1000));
+}
+
+}  // namespace pastille::app

@@ -1,0 +1,168 @@
+#include "app/RepairRun.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+
+#include <exception>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "app/Strings.h"
+#include "platform/Text.h"
+
+namespace pastille::app {
+
+CRepairRun::CRepairRun(platform::IFileSystem& fileSystem, writer::IComponentFactory& component,
+                       recovery::RecoveryOptions options, IRunWindows& windows)
+    : m_fileSystem(fileSystem),
+      m_component(component),
+      m_windows(windows),
+      m_recovery(component, std::move(options)),
+      m_engine(fileSystem, *this, m_recovery)
+{
+}
+
+CRepairRun::~CRepairRun()
+{
+    if (!m_worker.joinable())
+        return;
+    m_silent = true;
+    RequestStop();
+    Resume();
+    while (m_worker.joinable())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+}
+
+void CRepairRun::Start(const platform::RunSettings& settings)
+{
+    m_state = std::make_unique<platform::RunState>();
+    m_summary = std::make_unique<recovery::CRunSummary>();
+    m_completed = false;
+    m_worker = std::thread([this, settings] { Run(settings); });
+}
+
+void CRepairRun::Pause()
+{
+    if (m_state)
+        m_state->gate.Close();
+}
+
+void CRepairRun::Resume()
+{
+    if (m_state)
+        m_state->gate.Open();
+}
+
+void CRepairRun::RequestStop()
+{
+    if (m_state)
+        m_state->stopRequested = true;
+}
+
+bool CRepairRun::StopAndWait(std::chrono::milliseconds patience)
+{
+    m_silent = true;
+    RequestStop();
+    Resume();
+    // What the run has sent already waits for its answer here.
+    const QDeadlineTimer deadline(patience);
+    while (m_worker.joinable() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return !m_worker.joinable();
+}
+
+template <class Function>
+void CRepairRun::OnWindows(Function function)
+{
+    m_state->gate.Pass();
+    if (!m_silent)
+        QMetaObject::invokeMethod(this, std::move(function), Qt::BlockingQueuedConnection);
+}
+
+void CRepairRun::Run(const platform::RunSettings& settings)
+{
+    try {
+        m_engine.Run(settings, *m_state);
+        Conclude();
+    } catch (const std::exception& error) {
+        Tell(QString::fromUtf8(error.what()));
+    }
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_worker.join();
+            if (!m_silent)
+                m_windows.RunIsOver();
+        },
+        Qt::QueuedConnection);
+}
+
+void CRepairRun::Conclude()
+{
+    const bool wasStopped = m_state->stopRequested && !m_completed;
+    if (m_state->outputPath.empty() || m_state->failed || !(m_completed || wasStopped))
+        return;
+    const auto counts = m_summary->Write(m_component, m_fileSystem, *m_state,
+                                         [] { return std::chrono::system_clock::now(); });
+    if (!m_completed)
+        return;
+    if (!counts.opened) {
+        // Somebody has taken it away, or overwritten it, while the run was writing.
+        Tell(QStringLiteral("The new store cannot be opened: ") +
+             Text(platform::PathText(m_state->outputPath)));
+        return;
+    }
+    OnWindows([&] { m_windows.ShowCompletion(counts, m_state->outputFolder); });
+}
+
+void CRepairRun::Tell(const QString& error)
+{
+    OnWindows([&] {
+        m_windows.EndProgress();
+        m_windows.ShowRunBox(error, Text(strings::kError), QMessageBox::Critical);
+    });
+}
+
+void CRepairRun::Send(const platform::Message& message)
+{
+    if (const auto* folder = std::get_if<platform::FolderMessage>(&message)) {
+        m_summary->Note(*folder);
+        return;
+    }
+    if (std::holds_alternative<platform::CompletionMessage>(message)) {
+        m_completed = true;
+        return;
+    }
+    // The rows of the item list: nothing shows them while a run goes.
+    if (std::holds_alternative<platform::ListCellMessage>(message) ||
+        std::holds_alternative<platform::ClearListMessage>(message))
+        return;
+    OnWindows([&] { Handle(message); });
+}
+
+void CRepairRun::Handle(const platform::Message& message)
+{
+    std::visit(
+        [this](const auto& sent) {
+            using Sent = std::decay_t<decltype(sent)>;
+            if constexpr (std::is_same_v<Sent, platform::PhaseMessage>)
+                m_windows.ShowPhase(sent.phase, sent.closing);
+            else if constexpr (std::is_same_v<Sent, platform::PercentMessage>)
+                m_windows.ShowPercent(sent.percent);
+            else if constexpr (std::is_same_v<Sent, platform::RunEndedMessage> ||
+                               std::is_same_v<Sent, platform::CloseProgressMessage>)
+                m_windows.EndProgress();
+            else if constexpr (std::is_same_v<Sent, platform::BoxMessage>)
+                m_windows.ShowRunBox(Text(sent.text), Text(sent.caption),
+                                     sent.icon == platform::BoxMessage::Icon::Error
+                                         ? QMessageBox::Critical
+                                         : QMessageBox::Information);
+        },
+        message);
+}
+
+}  // namespace pastille::app

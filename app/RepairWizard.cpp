@@ -1,0 +1,58 @@
+#include "app/RepairWizard.h"
+
+#include <QPointer>
+
+#include "app/Custom2Dlg.h"
+#include "app/CustomDlg.h"
+#include "app/FindPstDlg.h"
+#include "app/RepairProfileDlg.h"
+#include "app/SelectPstDlg.h"
+
+namespace pastille::app {
+namespace {
+
+CWizardPage* MakePage(WizardPage page, WizardPage origin, QWidget* parent, IHost& host,
+                      RepairChoices& choices)
+{
+    switch (page) {
+        case WizardPage::DefaultFolders:
+            return new CRepairProfileDlg(parent, host, choices);
+        case WizardPage::Browse:
+            return new CSelectPstDlg(parent, choices);
+        case WizardPage::Search:
+            return new CFindPstDlg(parent, host, choices);
+        case WizardPage::Scan:
+            return new CCustom2Dlg(parent, choices, origin);
+        case WizardPage::Start:
+        case WizardPage::None:
+            break;
+    }
+    return new CCustomDlg(parent);
+}
+
+}  // namespace
+
+bool RunWizard(QWidget* parent, IHost& host, RepairChoices& choices)
+{
+    WizardPage origin = WizardPage::None;
+    WizardPage page = WizardPage::Start;
+    QByteArray place;
+    while (page != WizardPage::None) {
+        // The parent deletes the page when it ends before it.
+        const QPointer<CWizardPage> dialog = MakePage(page, origin, parent, host, choices);
+        if (!place.isEmpty())
+            dialog->restoreGeometry(place);
+        dialog->exec();
+        if (dialog.isNull())
+            return false;
+        const std::unique_ptr<CWizardPage> deleting(dialog);
+        if (dialog->IsRepairAsked())
+            return true;
+        place = dialog->saveGeometry();
+        origin = page;
+        page = dialog->Following();
+    }
+    return false;
+}
+
+}  // namespace pastille::app

@@ -1,0 +1,74 @@
+#include "app/SelectPstDlg.h"
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+
+#include "app/HostPath.h"
+#include "app/StoreFiles.h"
+
+namespace pastille::app {
+
+CSelectPstDlg::CSelectPstDlg(QWidget* parent, RepairChoices& choices)
+    : CWizardPage(QStringLiteral("CSelectPstDlg"), parent), m_choices(choices)
+{
+    Body().addWidget(
+        MakeHeading(QStringLiteral("Click browse to locate the PST file that needs to be repaired")));
+    Body().addWidget(MakeText(QStringLiteral(
+        "\nDefault Store Path for Outlook PST file\n\nWindows XP or Windows Server 2003: %your "
+        "drive%:\\Documents and Settings\\username\\Local Settings\\Application "
+        "Data\\Microsoft\\Outlook\n\nWindows Vista or Windows 7: %your "
+        "drive%:\\users\\username\\AppData\\Local\\Microsoft\\Outlook\n\n")));
+    Body().addStretch();
+    QLabel* label = MakeText(QStringLiteral("Select PST file :"));
+    m_file = new QLineEdit(this);
+    m_file->setReadOnly(true);
+    label->setBuddy(m_file);
+    AddAccelerator(Qt::ALT | Qt::Key_S, m_file);
+    CSkinButton* browse = MakeBrowseButton();
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_file, 1);
+    row->addWidget(browse);
+    Body().addWidget(label);
+    Body().addLayout(row);
+    Body().addStretch();
+    browse->setFocus();
+
+    m_next = MakeNextButton();
+    AddFooter(WizardPage::Start, m_next);
+    connect(browse, &QPushButton::clicked, this, &CSelectPstDlg::Browse);
+    connect(m_next, &QPushButton::clicked, this, [this] {
+        LookAgain();
+        if (m_next->isEnabled())
+            GoTo(WizardPage::Scan);
+    });
+}
+
+void CSelectPstDlg::Browse()
+{
+    QFileDialog dialog(this);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    // The upper-case patterns are for native dialogs that tell the cases apart.
+    dialog.setOption(QFileDialog::HideNameFilterDetails);
+    dialog.setNameFilter(QStringLiteral("PST or OST (*.pst, *.ost) (*.pst *.ost *.PST *.OST)"));
+    dialog.setDefaultSuffix(QStringLiteral("pst"));
+    const QString folder = QFile::decodeName(m_choices.settings.sourcePath.parent_path().c_str());
+    dialog.setDirectory(QFileInfo(folder).isDir() ? folder : QDir::homePath());
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    m_chosen = ToPath(QDir::cleanPath(dialog.selectedFiles().first()));
+    m_choices.SetSource(m_chosen);
+    m_file->setText(ShownPath(m_chosen));
+    LookAgain();
+}
+
+void CSelectPstDlg::LookAgain()
+{
+    std::error_code error;
+    const std::string name = m_chosen.filename().native();
+    m_next->setEnabled(std::filesystem::exists(m_chosen, error) &&
+                       (HasExtension(name, "pst") || HasExtension(name, "ost")));
+}
+
+}  // namespace pastille::app

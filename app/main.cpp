@@ -1,0 +1,39 @@
+#include "app/Host.h"
+#include "app/PastilleApp.h"
+#include "component/BuiltInComponent.h"
+#include "platform/FileSystem.h"
+#include "platform/Host.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+int main(int argc, char** argv)
+try {
+    using namespace pastille;
+    // A reader that goes away and a file-size limit are failed writes like others, not the end of the
+    // process.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+
+    QApplication application(argc, argv);
+    Q_INIT_RESOURCE(pastille);
+    QApplication::setApplicationName(QStringLiteral("pastille-gui"));
+    QApplication::setApplicationVersion(QStringLiteral(PASTILLE_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("pastille"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
+
+    app::CHost host;
+    component::CBuiltInComponent component(platform::HostFileSystem(),
+                                           platform::UserDataFolder() / "profiles");
+    app::CPastilleApp pastille(host, platform::HostFileSystem(), component);
+    if (!pastille.InitInstance())
+        return 1;
+    return QApplication::exec();
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "Error: %s\n", error.what());
+    return 1;
+}
