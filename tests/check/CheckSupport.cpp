@@ -4,67 +4,16 @@
 #include <map>
 #include <stdexcept>
 
-#include "component/BuiltInComponent.h"
 #include "format/Checksum.h"
 #include "format/Crypt.h"
 #include "format/Ids.h"
-#include "tests/component/ComponentFixture.h"
+#include "tests/scenario/MadeStore.h"
 #include "tests/support/FaultyFileSystem.h"
 #include "tests/support/StoreExample.h"
 #include "tests/support/StoreFindings.h"
 #include "tests/support/StoreMails.h"
 
 namespace pastille::tests {
-namespace {
-
-/// Reads into memory what was written to a file.
-Bytes ReadWhole(const std::filesystem::path& path)
-{
-    const auto source = platform::HostFileSystem().OpenSource(path);
-    Bytes bytes(source->Size());
-    bytes.resize(source->ReadAt(0, bytes));
-    return bytes;
-}
-
-/// Lends its operations to whoever wants a store and is no test.
-class CStoreWriter final : private CComponentFixture {
-public:
-    Bytes Write()
-    {
-        CreateStore();
-        const auto letters = AddFolder(root, u"Letters");
-        for (int i = 0; i < 40; ++i)
-            AddMail(letters, u"Letter " + std::u16string(1, static_cast<char16_t>(u'A' + i % 26)), 0);
-        AddMail(AddFolder(letters, u"Below"), u"With attachments", 3);
-        AddItem(AddFolder(root, u"People"), u"IPM.Contact", u"Ada")->Save();
-        store->Commit();
-        root.Release();
-        session.Release();
-        store.Release();
-        return ReadWhole(StorePath());
-    }
-
-private:
-    void TestBody() override {}
-
-    static void AddMail(const writer::CRef<writer::IStoreFolder>& parent, std::u16string_view subject,
-                        int attachments)
-    {
-        const auto mail = AddItem(parent, u"IPM.Note", subject);
-        mail->SetText(writer::property::Body, std::u16string(6000, u'b'));
-        for (int i = 0; i < attachments; ++i)
-            Attach(mail, std::string(static_cast<std::size_t>(20'000 + i), 'a'), u"data.bin");
-        if (attachments != 0) {
-            const auto inner = AddItem(parent, u"IPM.Note", u"Inner");
-            Attach(inner, "in the inner one", u"inner.txt");
-            mail->GetAttachments()->AddAttachment(writer::CRef<writer::IStoreItem>(inner), u"Inner");
-        }
-        mail->Save();
-    }
-};
-
-}  // namespace
-
 std::vector<std::string> CodesOf(platform::IByteSource& store)
 {
     const CStoreFindings found = CheckedStore(store);
@@ -85,8 +34,13 @@ std::string FindingsOf(std::span<const std::byte> store)
 
 const Bytes& ComponentStore()
 {
-    static const Bytes kStore = CStoreWriter().Write();
-    return kStore;
+    static const Bytes store = [] {
+        const CTemporaryFolder folder;
+        MakingProgress progress;
+        MakeStore(platform::HostFileSystem(), folder.Path(), Making::WithCommits, progress);
+        return FileBytes(MadeStorePath(folder.Path()));
+    }();
+    return store;
 }
 
 void AddLateNodes(StoreDescription& description)

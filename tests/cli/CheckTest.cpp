@@ -30,7 +30,7 @@ void WriteStore(const std::filesystem::path& path, std::size_t spoiledBlocks)
 
 TEST(Check, ExitStatusAndBothReportsSayTheSame)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const auto path = scratch.Path() / "store\x1B.pst";
     struct Case {
         std::size_t spoiledBlocks;
@@ -71,7 +71,7 @@ TEST(Check, ExitStatusAndBothReportsSayTheSame)
 
 TEST(Check, WhatIsNoStoreHasAStatusOfItsOwn)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const std::string noStore = scratch.WriteFile("text", "Dear diary").string();
     for (const std::string& path :
          {noStore, (scratch.Path() / "nothing").string(), scratch.Path().string()}) {
@@ -108,7 +108,7 @@ private:
 TEST(Check, ARepairWhoseStoreIsNotSoundHasFailed)
 {
     for (const bool isSpoiling : {false, true}) {
-        const CScratchFolder scratch;
+        const CTemporaryFolder scratch;
         const auto source = scratch.Path() / "mail.pst";
         WriteStore(source, 0);
         CSpoilingFileSystem files;

@@ -83,35 +83,6 @@ void Collect(pid_t pid, const Pipe& out, const Pipe& err, CommandResult& result,
 
 }  // namespace
 
-CScratchFolder::CScratchFolder()
-{
-    std::string name = (std::filesystem::temp_directory_path() / "pastille cli test XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr)
-        throw std::system_error(errno, std::generic_category(), "mkdtemp");
-    m_path = name;
-}
-
-CScratchFolder::~CScratchFolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::filesystem::path CScratchFolder::MakeFolder(const std::string& name) const
-{
-    std::filesystem::create_directories(m_path / name);
-    return m_path / name;
-}
-
-std::filesystem::path CScratchFolder::WriteFile(const std::string& name, const std::string& bytes) const
-{
-    std::ofstream file(m_path / name, std::ios::binary);
-    file << bytes;
-    if (!file.flush())
-        throw std::runtime_error("cannot write " + name);
-    return m_path / name;
-}
-
 CommandResult RunHere(const std::vector<std::string>& arguments, const std::filesystem::path& home,
                       bool errIsTerminal)
 {

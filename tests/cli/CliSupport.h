@@ -8,24 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/FaultyFileSystem.h"
+
 namespace pastille::tests {
-
-/// A folder of a test's own, gone with it.
-class CScratchFolder {
-public:
-    CScratchFolder();
-    ~CScratchFolder();
-    CScratchFolder(const CScratchFolder&) = delete;
-    CScratchFolder& operator=(const CScratchFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return m_path; }
-    /// A new folder below it.
-    std::filesystem::path MakeFolder(const std::string& name) const;
-    std::filesystem::path WriteFile(const std::string& name, const std::string& bytes) const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 struct CommandResult {
     int status = -1;  ///< exit status; of a process that a signal ended, minus the signal's number

@@ -24,7 +24,7 @@ using Json = nlohmann::json;
 
 /// A home and a place for files, and the command run on them.
 struct ListFixture {
-    CScratchFolder scratch;
+    CTemporaryFolder scratch;
     std::filesystem::path home = scratch.MakeFolder("home");
 
     std::filesystem::path Write(const CBuiltStore& store, const std::string& name = "mail.pst") const
@@ -74,13 +74,6 @@ bool IsKnownToOthers(const std::string& messageClass)
                                 "IPM.Appointment", "IPM.Contact",  "IPM.DistList",
                                 "IPM.Task",        "IPM.Activity", "IPM.StickyNote"};
     return std::ranges::any_of(kKnown, [&](const char* known) { return messageClass.starts_with(known); });
-}
-
-/// The other program drops the beginning of a subject up to its first ASCII character.
-std::string FromAscii(const std::string& text)
-{
-    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
-    return {std::find_if(text.begin(), text.end(), isAscii), text.end()};
 }
 
 /// Counts by path below the folder of that name, wherever it is.
@@ -140,21 +133,6 @@ TEST(List, TellsOfSamplesWhatOthersRead)
     const ListFixture fixture;
     for (const auto& sample : Samples())
         ExpectAsOthersReadIt(fixture, sample);
-}
-
-TEST(List, TellsOfRepairedSamplesWhatOthersRead)
-{
-    if (Samples().empty())
-        GTEST_SKIP() << "no samples";
-    const ListFixture fixture;
-    for (const auto& sample : Samples()) {
-        const auto to = fixture.scratch.MakeFolder("to " + sample.filename().string());
-        ASSERT_EQ(RunHere({"repair", sample.string(), "--to", to.string(), "--quiet"}, fixture.home).status,
-                  0);
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(to))
-            if (entry.path().extension() == ".pst")
-                ExpectAsOthersReadIt(fixture, entry.path());
-    }
 }
 
 // ---- what stands in a listing

@@ -95,17 +95,6 @@ TEST(ProgressLine, WithoutATerminalEachPhaseIsOneLineAndNothingElse)
     EXPECT_EQ(shown.find_first_of("\r\x1B%"), std::string::npos);
 }
 
-TEST(ProgressLine, SilentShowsNothing)
-{
-    CProgressFixture progress(CProgressLine::Mode::Silent);
-    progress.line.BeginPhase(1, false);
-    progress.line.SetPercent(1);
-    progress.now += 1h;
-    progress.line.Tick();
-    progress.line.End();
-    EXPECT_EQ(progress.Shown(), "");
-}
-
 TEST(TerminalText, ElapsedTimeWrapsAfterADay)
 {
     EXPECT_EQ(cli::ElapsedText(0s), "00:00:00");

@@ -35,7 +35,7 @@ CBuiltStore MakeStore()
 
 /// A source and a destination, ready for a run.
 struct RepairFixture {
-    CScratchFolder scratch;
+    CTemporaryFolder scratch;
     std::filesystem::path source;
     std::filesystem::path to = scratch.MakeFolder("to");
     std::filesystem::path home = scratch.MakeFolder("home");
@@ -137,7 +137,7 @@ TEST(RepairResult, AFolderThatCannotBeMadeFailsTheRun)
     for (const auto& destination : {fixture.to, fixture.scratch.Path() / "missing", fixture.source}) {
         SCOPED_TRACE(destination);
         // A home of its own, so that no earlier run's profile moves this one to another folder.
-        const CScratchFolder home;
+        const CTemporaryFolder home;
         const CommandResult result =
             RunHere({"repair", fixture.source.string(), "--to", destination.string(), "--json", "--quiet"},
                     home.Path());

@@ -13,7 +13,7 @@ namespace {
 
 /// A store of 3 MiB with names that a terminal must not get as they are, and a home of its own.
 struct ScanFixture {
-    CScratchFolder scratch;
+    CTemporaryFolder scratch;
     std::filesystem::path source = scratch.Path() / "mail.pst";
     std::filesystem::path home = scratch.MakeFolder("home");
     CBuiltStore store = MakeStore();

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kAborted = "Recovery process aborted.\nRecovered at:";
 
 /// A store that is recognised at once and takes long to scan: a hole of several GB follows its pages.
-std::filesystem::path MakeLongStore(const CScratchFolder& scratch)
+std::filesystem::path MakeLongStore(const CTemporaryFolder& scratch)
 {
     constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
     const auto path = scratch.Path() / "long.pst";
@@ -46,7 +46,7 @@ class Signals : public testing::TestWithParam<int> {};
 
 TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const auto source = MakeLongStore(scratch);
     const auto to = scratch.MakeFolder("to");
     const CommandResult result = RunProgram({"repair", source.string(), "--to", to.string(), "--json"},
@@ -65,7 +65,7 @@ TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
 
 TEST_P(Signals, TheFirstStopsAScanToo)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const auto source = MakeLongStore(scratch);
     const auto before = Listing(scratch.Path());
     const CommandResult result = RunProgram({"scan", source.string(), "--json"}, scratch.Path() / "home",
@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(Either, Signals, testing::Values(SIGINT, SIGTERM));
 
 TEST(SignalsInARow, TheSecondEndsTheProcess)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const auto source = MakeLongStore(scratch);
     const CommandResult result =
         RunProgram({"repair", source.string(), "--to", scratch.MakeFolder("to").string()},

@@ -9,7 +9,7 @@ namespace {
 
 TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const std::string source = scratch.WriteFile("mail.pst", "x").string();
     const std::string to = scratch.MakeFolder("to").string();
     const std::vector<std::vector<std::string>> wrong = {
@@ -46,7 +46,7 @@ TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
 
 TEST(Usage, ComplaintsDoNotCarryControlCharactersToTheTerminal)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const CommandResult result = RunHere({"repair", "a", "--to", "b", "--\x1B[31m"}, scratch.Path());
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err.find('\x1B'), std::string::npos);
@@ -54,7 +54,7 @@ TEST(Usage, ComplaintsDoNotCarryControlCharactersToTheTerminal)
 
 TEST(Usage, WithJsonAlsoAWrongCommandLineGivesOneObject)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     struct Case {
         std::vector<std::string> arguments;
         const char* key;  ///< that this command's reports have
@@ -70,7 +70,7 @@ TEST(Usage, WithJsonAlsoAWrongCommandLineGivesOneObject)
 
 TEST(Usage, HelpAndVersionAreAnswersNotErrors)
 {
-    const CScratchFolder scratch;
+    const CTemporaryFolder scratch;
     const std::vector<std::vector<std::string>> questions = {
         {"--help"}, {"--version"}, {"repair", "--help"}, {"scan", "--help"}, {"check", "--help"}};
     for (const auto& arguments : questions) {

@@ -51,6 +51,9 @@ TEST_F(ComponentAttachments, NamesAreDataAndNoPaths)
         {u"gpj\u202Eexe.", u"", u"gpj\u202Eexe.", u"gpjexe~1", u"."},
         {u"\xD800x\xDC00", u"\xDFFF", u"\uFFFDx\uFFFD", u"x~1", u"none"},
         {std::u16string(3000, u'.'), u"dots", std::u16string(3000, u'.'), u"ATTACH~1", u"."},
+        {u"exactly8.doc", u"", u"exactly8.doc", u"exactly8.doc", u".doc"},
+        {u"longer name.html", u"", u"longer name.html", u"longer~1.htm", u".html"},
+        {u".profile", u"", u".profile", u"ATTACH~1.pro", u".profile"},
         {u"", u"only shown.txt", u"none", u"none", u"none"},
         {u"", u"", u"none", u"none", u"none"},
     };
@@ -73,70 +76,6 @@ TEST_F(ComponentAttachments, NamesAreDataAndNoPaths)
         EXPECT_EQ(TextOf(properties, pid::kDisplayName), shown == u"\xDFFF" ? u"\uFFFD" : shown);
         EXPECT_EQ(BytesOf(properties), "bytes");
     }
-}
-
-TEST_F(ComponentAttachments, StreamsOfAnyLengthAndPieceSize)
-{
-    std::vector<std::string> contents;
-    for (const std::size_t size : {0u, 1u, 7u, 8u, 9u, 3579u, 3580u, 3581u, 8176u, 8177u, 300'000u}) {
-        std::string bytes(size, '\0');
-        for (std::size_t i = 0; i < size; ++i)
-            bytes[i] = static_cast<char>(i * 31 + i / 251);
-        contents.push_back(bytes);
-    }
-    const auto item = AddItem(root, u"IPM.Note");
-    for (const std::string& bytes : contents)
-        for (const std::size_t piece : {1u, 3u, 1'000'000u}) {
-            CMemoryStream stream(bytes, piece);
-            item->GetAttachments()->AddAttachment(stream, u"f", u"");
-        }
-    item->Save();
-    Reopen();
-    ExpectSoundStore(StorePath());
-    StoreOnDisk disk(StorePath());
-    const auto attachments = disk.AttachmentsOf(disk.Messages().at(0));
-    ASSERT_EQ(attachments.size(), 3 * contents.size());
-    for (std::size_t i = 0; i < attachments.size(); ++i) {
-        CPropertyReader properties(disk.reader, attachments[i]);
-        EXPECT_TRUE(BytesOf(properties) == contents[i / 3]) << i;
-        EXPECT_EQ(properties.Open(pid::kAttachDataBinary) != nullptr, contents[i / 3].size() > 3580) << i;
-    }
-}
-
-TEST_F(ComponentAttachments, EmbeddedItemLivesInItsParent)
-{
-    const auto outer = AddItem(root, u"IPM.Note", u"outer");
-    const auto inner = AddItem(root, u"IPM.Note", u"inner");
-    Attach(inner, std::string(300'000, 'L'), u"large.data");
-    const auto innermost = AddItem(root, u"IPM.Contact", u"innermost");
-    innermost->SetText(p::Body, std::u16string(50'000, u'b'));
-    ASSERT_EQ(Embed(inner, innermost), 0);
-    ASSERT_EQ(Embed(outer, inner), 0);
-    inner->SetText(p::Subject, u"changed after it was attached");
-    innermost->Save(), inner->Save(), outer->Save(), inner->Save();
-    Attach(outer, "later", u"later.txt");
-    outer->Save();
-    Reopen();
-    ExpectSoundStore(StorePath());
-    ASSERT_EQ(root->GetItems()->GetCount(), 1) << "only the outer item is in the folder";
-    EXPECT_EQ(root->GetItems()->GetFirst()->GetAttachments()->GetCount(), 2);
-
-    StoreOnDisk disk(StorePath());
-    const auto embeddedIn = [&](const NodeRecord& attachment) {
-        CPropertyReader properties(disk.reader, attachment);
-        EXPECT_EQ(AsInteger32(*properties.Read(pid::kAttachMethod)), 5u);
-        return properties.OpenObject(pid::kAttachDataBinary).value();
-    };
-    const auto found = embeddedIn(disk.AttachmentsOf(disk.Messages().at(0)).at(0));
-    CPropertyReader properties(disk.reader, found);
-    EXPECT_EQ(TextOf(properties, pid::kSubject), u"inner");
-    const auto attachments = disk.AttachmentsOf(found);
-    ASSERT_EQ(attachments.size(), 2u);
-    CPropertyReader file(disk.reader, attachments[0]);
-    EXPECT_EQ(BytesOf(file), std::string(300'000, 'L'));
-    CPropertyReader contact(disk.reader, embeddedIn(attachments[1]));
-    EXPECT_EQ(TextOf(contact, pid::kMessageClass), u"IPM.Contact");
-    EXPECT_EQ(TextOf(contact, pid::kBody), std::u16string(50'000, u'b'));
 }
 
 TEST_F(ComponentAttachments, SavedItemStaysAndACopyIsEmbedded)

@@ -2,38 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <span>
 #include <string>
 #include <string_view>
 
 #include "component/BuiltInComponent.h"
+#include "tests/support/ByteStreams.h"
 #include "tests/support/FaultyFileSystem.h"
 #include "writer/Component.h"
 
 namespace pastille::tests {
-
-/// Hands over bytes in pieces of at most `pieceSize`.
-class CMemoryStream final : public platform::IByteStream {
-public:
-    explicit CMemoryStream(std::string bytes, std::size_t pieceSize = 1000)
-        : m_bytes(std::move(bytes)), m_pieceSize(pieceSize)
-    {
-    }
-    std::size_t Read(std::span<std::byte> into) override
-    {
-        const std::size_t count = std::min({into.size(), m_pieceSize, m_bytes.size() - m_done});
-        std::ranges::copy(std::as_bytes(std::span(m_bytes)).subspan(m_done, count), into.begin());
-        m_done += count;
-        return count;
-    }
-
-private:
-    std::string m_bytes;
-    std::size_t m_pieceSize;
-    std::size_t m_done = 0;
-};
 
 /// A component with one profile, in a folder of its own.
 class CComponentFixture : public testing::Test {

@@ -10,98 +10,6 @@ namespace {
 using namespace writer;
 namespace p = writer::property;
 
-const std::vector<const ItemProperty*> kAllProperties{&p::Subject,
-                                                      &p::AlternateRecipientAllowed,
-                                                      &p::AutoForwarded,
-                                                      &p::DisplayBcc,
-                                                      &p::BillingInformation,
-                                                      &p::Body,
-                                                      &p::NamedText8012,
-                                                      &p::DisplayCc,
-                                                      &p::Companies,
-                                                      &p::ConversationTopic,
-                                                      &p::DeleteAfterSubmit,
-                                                      &p::DueDate,
-                                                      &p::FollowupIcon,
-                                                      &p::FlagRequest,
-                                                      &p::FlagStatus,
-                                                      &p::HtmlBody,
-                                                      &p::Importance,
-                                                      &p::Mileage,
-                                                      &p::AgingDontAgeMe,
-                                                      &p::OriginatorDeliveryReportRequested,
-                                                      &p::ReadReceiptRequested,
-                                                      &p::AddressLine,
-                                                      &p::DeliveryTime,
-                                                      &p::RecipientReassignmentProhibited,
-                                                      &p::ReminderOverride,
-                                                      &p::ReminderSet,
-                                                      &p::ReminderTime,
-                                                      &p::SenderEmailAddress,
-                                                      &p::SenderAddressType,
-                                                      &p::SenderName,
-                                                      &p::Sensitivity,
-                                                      &p::Sent,
-                                                      &p::SubmitTime,
-                                                      &p::SentRepresentingName,
-                                                      &p::SentRepresentingEmailAddress,
-                                                      &p::SentRepresentingAddressType,
-                                                      &p::DisplayTo,
-                                                      &p::UnRead,
-                                                      &p::RtfBody};
-
-std::u16string TextFor(const ItemProperty& property)
-{
-    std::u16string text(property.name.begin(), property.name.end());
-    // Only characters of one byte in the RTF body.
-    return property.number == format::pid::kRtfCompressed ? u"{\\rtf1 " + text + u" \u00E4}"
-                                                          : text + u" \u00E4\u6F22";
-}
-
-/// Values that no two properties share.
-void SetAll(IMessageItem& item, bool flags)
-{
-    for (std::size_t i = 0; i < kAllProperties.size(); ++i) {
-        const ItemProperty& property = *kAllProperties[i];
-        switch (property.kind) {
-            case PropertyKind::Text:
-                item.SetText(property, TextFor(property));
-                break;
-            case PropertyKind::Date:
-                item.SetDate(property, 40000.0 + static_cast<double>(i) + 0.25);
-                break;
-            case PropertyKind::Flag:
-                item.SetFlag(property, flags ? -1 : 0);
-                break;
-            case PropertyKind::Number:
-                item.SetNumber(property, static_cast<std::int32_t>(100 + i));
-                break;
-        }
-    }
-}
-
-void ExpectAll(IMessageItem& item, bool flags)
-{
-    for (std::size_t i = 0; i < kAllProperties.size(); ++i) {
-        const ItemProperty& property = *kAllProperties[i];
-        SCOPED_TRACE(std::string(property.name));
-        switch (property.kind) {
-            case PropertyKind::Text:
-                EXPECT_EQ(item.GetText(property), TextFor(property));
-                break;
-            case PropertyKind::Date:
-                EXPECT_EQ(item.GetDate(property), 40000.0 + static_cast<double>(i) + 0.25);
-                break;
-            case PropertyKind::Flag:
-                EXPECT_EQ(item.GetFlag(property) != 0, flags);
-                break;
-            case PropertyKind::Number:
-                EXPECT_EQ(item.GetNumber(property), static_cast<std::int32_t>(100 + i));
-                break;
-        }
-    }
-}
-
 class ComponentProperties : public CComponentFixture {
 protected:
     void SetUp() override { CreateStore(); }
@@ -121,18 +29,6 @@ protected:
         expect(*root->GetItems()->GetFirst());
     }
 };
-
-TEST_F(ComponentProperties, EachReadsBackAsWritten)
-{
-    RoundTrip([](IMessageItem& item) { SetAll(item, true); },
-              [](IMessageItem& item) { ExpectAll(item, true); });
-}
-
-TEST_F(ComponentProperties, ClearedFlagsReadBackClear)
-{
-    RoundTrip([](IMessageItem& item) { SetAll(item, false); },
-              [](IMessageItem& item) { ExpectAll(item, false); });
-}
 
 TEST_F(ComponentProperties, OfANewMailAreEmptyUnreadAndUnsent)
 {

@@ -15,15 +15,6 @@ CRef<IMessageStore> OpenStore(component::CBuiltInComponent& factory, const std::
     return factory.CreateSession()->GetStores()->OpenPstStore(path, Missing{});
 }
 
-std::string ReadAll(platform::IByteStream& stream)
-{
-    std::string bytes;
-    std::array<std::byte, 1000> piece;
-    while (const std::size_t count = stream.Read(piece))
-        bytes.append(reinterpret_cast<const char*>(piece.data()), count);
-    return bytes;
-}
-
 /// Everything that a reader of a folder meets, as one text.
 std::string Describe(const CRef<IStoreFolder>& folder)
 {

@@ -28,7 +28,7 @@ unsigned FillLevelOf(CDataTreeReader& blocks, std::size_t index)
 // Enough items for 140 blocks, so that both kinds of bitmap header and their borders occur.
 TEST(LtpHeap, ManyBlocksReadBack)
 {
-    CTestFile file;
+    CMemoryFile file;
     CNdbWriter writer(file);
     CHeapWriter heap(format::clientsig::kPropertyContext);
     std::vector<HeapId> ids;
@@ -65,7 +65,7 @@ TEST(LtpHeap, ManyBlocksReadBack)
 
 TEST(LtpHeap, ManySmallItemsKeepTheIndexLimit)
 {
-    CTestFile file;
+    CMemoryFile file;
     CNdbWriter writer(file);
     CHeapWriter heap(format::clientsig::kPropertyContext);
     std::vector<HeapId> ids;
@@ -82,32 +82,11 @@ TEST(LtpHeap, ManySmallItemsKeepTheIndexLimit)
         EXPECT_FALSE(view.Item(wrong)) << wrong;
 }
 
-// A copy is finished while the original goes on.
-TEST(LtpHeap, CopiesAreSavepoints)
-{
-    CTestFile file;
-    CNdbWriter writer(file);
-    CHeapWriter heap(format::clientsig::kPropertyContext);
-    const HeapId first = heap.Add(writer, Pattern(3000, 1));
-    CHeapWriter copy = heap;
-    for (unsigned i = 0; i < 40; ++i)
-        copy.Add(writer, Pattern(3500, i));
-    CDataTreeReader copied(writer, copy.Finish(writer));
-    const HeapId second = heap.Add(writer, Pattern(3000, 2));
-    CDataTreeReader blocks(writer, heap.Finish(writer));
-    EXPECT_EQ(blocks.BlockCount(), 1u);
-    const format::CHeapView view = OpenHeap(writer, blocks);
-    EXPECT_TRUE(std::ranges::equal(view.Item(first.value)->view.Bytes(), Pattern(3000, 1)));
-    EXPECT_TRUE(std::ranges::equal(view.Item(second.value)->view.Bytes(), Pattern(3000, 2)));
-    EXPECT_FALSE(OpenHeap(writer, copied).Item(HeapId::Make(30, 1).value));
-    EXPECT_TRUE(OpenHeap(writer, copied).Item(HeapId::Make(10, 1).value));
-}
-
 TEST(LtpBth, EveryDepthFindsEveryKey)
 {
     // 447 records of 8 bytes fill one array; 447 index records of 8 bytes one index.
     for (const std::uint32_t count : {0u, 1u, 447u, 448u, 199809u, 199810u}) {
-        CTestFile file;
+        CMemoryFile file;
         CNdbWriter writer(file);
         CHeapWriter heap(format::clientsig::kTableContext);
         const HeapId header = heap.Add(writer, std::vector<std::byte>(8));

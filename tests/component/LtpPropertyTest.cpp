@@ -45,7 +45,7 @@ CPropertyBag BagOfAllTypes(CNdbWriter& writer)
 
 TEST(LtpProperty, ValuesOfAllTypesReadBackFromWriterAndFile)
 {
-    CTestFile file;
+    CMemoryFile file;
     CNdbWriter writer(file);
     const CPropertyBag bag = BagOfAllTypes(writer);
     const NodeRecord node = PutBag(writer, bag);
@@ -84,7 +84,7 @@ TEST(LtpProperty, EmptyContextAndManyProperties)
 {
     // 447 records fill one array; the name map of a large store has more.
     for (const unsigned count : {0u, 447u, 448u, 3000u}) {
-        CTestFile file;
+        CMemoryFile file;
         CNdbWriter writer(file);
         CPropertyBag bag;
         for (unsigned i = 0; i < count; ++i)
@@ -96,53 +96,9 @@ TEST(LtpProperty, EmptyContextAndManyProperties)
     }
 }
 
-// The root folder of a pristine store that no program but the mail client has touched, byte by byte.
-TEST(LtpProperty, RootFolderEqualsThatOfARealStore)
-{
-    CTestFile file;
-    CNdbWriter writer(file);
-    CPropertyBag bag;
-    bag.Set(BooleanValue(format::pid::kSubfolders, true));
-    bag.Set(Integer32Value(format::pid::kContentUnreadCount, 0));
-    bag.Set(Integer32Value(format::pid::kContentCount, 0));
-    bag.Set(StringValue(format::pid::kDisplayName, u""));
-    const std::uint8_t expected[] = {
-        0x34, 0x00, 0xec, 0xbc, 0x20, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xb5, 0x02, 0x06, 0x00,
-        0x40, 0x00, 0x00, 0x00, 0x01, 0x30, 0x1f, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x36, 0x03, 0x00,
-        0x00, 0x00, 0x00, 0x00, 0x03, 0x36, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x0a, 0x36, 0x0b, 0x00,
-        0x01, 0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x0c, 0x00, 0x14, 0x00, 0x34, 0x00};
-    const format::SharedBytes bytes = writer.ReadBlock(WritePropertyContext(writer, bag).data);
-    ASSERT_EQ(bytes->size(), sizeof expected);
-    for (std::size_t i = 0; i < sizeof expected; ++i)
-        EXPECT_EQ(static_cast<std::uint8_t>((*bytes)[i]), expected[i]) << i;
-}
-
-TEST(LtpProperty, ObjectsLeadToTheirSubnodes)
-{
-    CTestFile file;
-    CNdbWriter writer(file);
-    CPropertyBag inner;
-    inner.Set(StringValue(0x0037, u"inside"));
-    const NodeContent embedded = WritePropertyContext(writer, inner);
-    const format::Nid nid = writer.AllocateNid(format::NidType::NormalMessage);
-    CSubnodeTreeWriter subnodes;
-    subnodes.Add(nid, embedded.data, embedded.sub);
-    CPropertyBag outer;
-    outer.Set(ObjectValue(0x3701, nid, 100));
-    outer.Set(BinaryValue(0x3702, Pattern(9000)));
-    const NodeContent content = WritePropertyContext(writer, outer, subnodes);
-    EXPECT_EQ(content.subnodeSize, 9000u);
-    writer.PutNode(MessageNid(5), content.data, content.sub);
-    CPropertyReader properties(writer, *writer.FindNode(MessageNid(5)));
-    const auto object = properties.OpenObject(0x3701);
-    ASSERT_TRUE(object);
-    EXPECT_EQ(AsString(*CPropertyReader(writer, *object).Read(0x0037)), u"inside");
-    EXPECT_FALSE(properties.OpenObject(0x3702));
-}
-
 TEST(LtpProperty, ValuesThatDoNotFitTheirTypeAreRefused)
 {
-    CTestFile file;
+    CMemoryFile file;
     CNdbWriter writer(file);
     for (const PropertyType type : {PropertyType::Boolean, PropertyType::Integer64, PropertyType::Guid}) {
         CPropertyBag bag;

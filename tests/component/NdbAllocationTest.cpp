@@ -86,46 +86,5 @@ TEST(NdbAllocation, PagesGivenBackAreTakenFirst)
     EXPECT_GT(plan.TakePage(), block);
 }
 
-TEST(NdbAllocation, MapsShowWhatIsInUse)
-{
-    CTestFile file;
-    component::pst::CMapPageWriter maps(file, 3);
-    maps.Add(0x4800, 192);
-    maps.Add(0x4400 + kSection + 512, 512);
-    EXPECT_THROW(maps.Add(0x4800, 64), std::logic_error);
-    const std::uint64_t free = maps.Finish(5);
-    EXPECT_EQ(free, 3 * kSection - 4 * 512 - 192 - 512) << "three AMaps, a PMap, and what is in use";
-    const auto byte = [&](std::uint64_t at) { return std::to_integer<unsigned>(file.bytes[at]); };
-    EXPECT_EQ(byte(0x4400), 0xFFu) << "the map itself";
-    EXPECT_EQ(byte(0x4402), 0xE0u) << "most significant bit first";
-    EXPECT_EQ(byte(0x4400 + kSection), 0xFFu);
-    EXPECT_EQ(byte(0x4400 + kSection + 1), 0xFFu);
-    EXPECT_EQ(byte(0x4400 + kSection + 2), 0u);
-    EXPECT_EQ(byte(0x4600), 0xFFu) << "the page map is full";
-    EXPECT_EQ(byte(0x4400 + 2 * kSection + 496), 0x84u) << "and every section has its map";
-}
-
-struct Entry {
-    std::uint32_t key;
-    std::uint32_t Key() const { return key; }
-};
-
-// Keys in an order that uses body and tail and merges several times.
-TEST(NdbSortedList, FindsAndErasesInAnyOrder)
-{
-    component::pst::CSortedList<Entry> list;
-    constexpr std::uint32_t kCount = 20000;
-    for (std::uint32_t i = 0; i < kCount; ++i)
-        list.Insert({i * 7919 % kCount});
-    ASSERT_EQ(list.Size(), kCount);
-    for (std::uint32_t key = 0; key < kCount; key += 3)
-        EXPECT_TRUE(list.Erase(key));
-    for (std::uint32_t key = 0; key < kCount; ++key)
-        EXPECT_EQ(list.Find(key) != nullptr, key % 3 != 0) << key;
-    const std::vector<Entry>& sorted = list.Sorted();
-    EXPECT_TRUE(std::ranges::is_sorted(sorted, {}, &Entry::key));
-    EXPECT_EQ(sorted.size(), kCount - (kCount + 2) / 3);
-}
-
 }  // namespace
 }  // namespace pastille::tests

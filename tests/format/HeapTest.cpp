@@ -77,37 +77,6 @@ TEST(Heap, RealContextIsRead)
     EXPECT_FALSE(*tree->Find(0x3604));
 }
 
-// Each field damaged once. Nothing is read outside the block, and every walk ends.
-TEST(Heap, EveryByteMayHaveAnyOfManyValues)
-{
-    for (const char* hex : {kContext, kTable}) {
-        const std::size_t size = FromHex(hex).size();
-        for (std::size_t offset = 0; offset < size; ++offset)
-            for (const unsigned value : {0x00u, 0x01u, 0x20u, 0x40u, 0x60u, 0x7Fu, 0x80u, 0xFEu, 0xFFu}) {
-                CBlocks blocks(With(hex, offset, value));
-                const auto heap = CHeapView::Open(kUnicodeLayout, blocks);
-                if (!heap)
-                    continue;
-                if (const auto tree = CBthView::Open(*heap, 0x20)) {
-                    std::size_t visited = 0;
-                    tree->ForEach([&visited](const BthRecord&) { return ++visited != 0; });
-                    EXPECT_LE(visited, size);
-                    tree->Find(0x3602);
-                }
-                if (const auto item = heap->Item(heap->UserRoot())) {
-                    if (const auto info = DecodeTableInfo(item->view))
-                        FindTableInfoFault(*info);
-                }
-            }
-        for (std::size_t cut = 0; cut < size; ++cut) {
-            auto bytes = FromHex(hex);
-            bytes.resize(cut);
-            CBlocks blocks(std::move(bytes));
-            EXPECT_FALSE(CHeapView::Open(kUnicodeLayout, blocks)) << cut;
-        }
-    }
-}
-
 TEST(Heap, BrokenPageMapsAreNamed)
 {
     const auto fault = [](std::vector<std::byte> bytes) -> std::string {

@@ -52,42 +52,6 @@ TEST(Page, CapacitiesOfTheVariants)
     }
 }
 
-TEST(Page, FullPagesReadBackInEveryVariant)
-{
-    for (const VariantLayout* layout : kLayouts) {
-        std::vector<std::byte> page(layout->pageSize, std::byte{0x77});
-        const std::size_t nodes = TreePageCapacity(*layout, layout->nodeEntrySize);
-        for (std::uint32_t i = 0; i < nodes; ++i)
-            EncodeNodeEntry(*layout, {0x21 + i, 4 * i, 4 * i + 2, 0x122 + i},
-                            std::span(page).subspan(i * layout->nodeEntrySize));
-        EncodeTreePage(*layout, page, PageType::NodeTree, 0, nodes, 0x8000, 0x55);
-        const auto trailer = ParsePageTrailer(*layout, CByteView(page), 0x8000);
-        ASSERT_TRUE(trailer);
-        EXPECT_EQ(trailer->faults, kPageSound);
-        EXPECT_EQ(trailer->trailer.bid, 0x55u);
-        EXPECT_EQ(ParsePageTrailer(*layout, CByteView(page), 0x8200)->faults, kPageBadSignature)
-            << "a moved page";
-        auto view = CTreePage::Parse(*layout, CByteView(page));
-        ASSERT_TRUE(view);
-        ASSERT_EQ(view->Count(), nodes);
-        const NodeEntry last = view->NodeAt(nodes - 1);
-        EXPECT_EQ(last.nid, 0x20 + nodes);
-        EXPECT_EQ(last.bidSub, 4 * (nodes - 1) + 2);
-        EXPECT_EQ(last.nidParent, 0x121 + nodes);
-
-        EncodeBlockEntry(*layout, {{0x1235, 0x4800}, 300, 900, 7}, page);
-        EncodeTreePage(*layout, page, PageType::BlockTree, 0, 1, 0x8000, 0x55);
-        view = CTreePage::Parse(*layout, CByteView(page));
-        ASSERT_TRUE(view);
-        const BlockEntry block = view->BlockAt(0);
-        EXPECT_EQ(block.reference, (BlockReference{0x1235, 0x4800}));
-        EXPECT_EQ(view->KeyAt(0), 0x1234u) << "bit 0 takes no part";
-        EXPECT_EQ(block.size, 300);
-        EXPECT_EQ(block.inflatedSize, layout->variant == Variant::Unicode4k ? 900 : 300);
-        EXPECT_EQ(block.references, 7);
-    }
-}
-
 TEST(Page, CountersThatDoNotFitAreRefused)
 {
     for (const VariantLayout* layout : kLayouts) {
@@ -105,33 +69,6 @@ TEST(Page, CountersThatDoNotFitAreRefused)
         EXPECT_EQ(LoadLE<std::uint16_t>(page, layout->signatureOffset), 0) << "map pages have none";
         StoreLE<std::uint8_t>(page, layout->typeOffset, 0x85);
         EXPECT_FALSE(ParsePageTrailer(*layout, CByteView(page), 0x4400)) << "type and its copy differ";
-    }
-}
-
-TEST(Block, TrailersReadBackInEveryVariant)
-{
-    for (const VariantLayout* layout : kLayouts) {
-        for (const std::size_t size :
-             {std::size_t{1}, std::size_t{48}, std::size_t{49}, layout->largestBlock}) {
-            std::vector<std::byte> extent(BlockExtent(*layout, size), std::byte{0x5A});
-            EncodeBlockTrailer(*layout, extent, size, 0x4800, 0x10, 999);
-            EXPECT_EQ(extent[size - 1], std::byte{0x5A});
-            const auto checked = ParseBlockTrailer(*layout, CByteView(extent), size, 0x4800, 0x10);
-            ASSERT_TRUE(checked);
-            EXPECT_EQ(checked->faults, kBlockSound);
-            EXPECT_EQ(checked->trailer.size, size);
-            EXPECT_EQ(checked->trailer.inflatedSize, layout->variant == Variant::Unicode4k ? 999 : size);
-            EXPECT_EQ(ParseBlockTrailer(*layout, CByteView(extent), size, 0x4840, 0x10)->faults,
-                      kBlockBadSignature);
-            EXPECT_EQ(ParseBlockTrailer(*layout, CByteView(extent), size, 0x4800, 0x14)->faults,
-                      kBlockBadBid);
-            EXPECT_EQ(ParseBlockTrailer(*layout, CByteView(extent), size, 0x4800, 0x11)->faults, kBlockSound);
-            extent[0] = std::byte{0};
-            EXPECT_EQ(ParseBlockTrailer(*layout, CByteView(extent), size, 0x4800, 0x10)->faults,
-                      kBlockBadCrc);
-            extent.push_back(std::byte{0});
-            EXPECT_FALSE(ParseBlockTrailer(*layout, CByteView(extent), size, 0x4800, 0x10));
-        }
     }
 }
 

@@ -35,16 +35,6 @@ TEST(Utf8, CarriesEveryPlaneAndReplacesWhatIsBroken)
     EXPECT_EQ(FromUtf8("a\xFFz"), u"a\uFFFDz");
 }
 
-TEST(CodePage, EveryByteSurvivesBeingReadAndWritten)
-{
-    for (const char* name : {"windows-1252", "windows-1251", "iso-8859-7", "windows-874"}) {
-        const CCodePage codePage(name);
-        const auto bytes = AllBytes();
-        const std::string back = codePage.FromUtf16(codePage.ToUtf16(bytes));
-        EXPECT_EQ(BytesOf(back), bytes) << name;
-    }
-}
-
 TEST(CodePage, DoubleByteTextAndItsBrokenSequences)
 {
     const CCodePage codePage("windows-932");
@@ -135,7 +125,7 @@ TEST(CodePageNumbers, EveryByteOfEveryPageSurvives)
             continue;
         SCOPED_TRACE(name);
         const CCodePage codePage(name);
-        const auto jumble = Jumble(number, 9'000);
+        const auto jumble = Jumble(number, 5'000);
         const std::u16string text = codePage.ToUtf16(jumble);
         const auto written = BytesOf(codePage.FromUtf16(text));
         if (HasSpareSequences(number)) {

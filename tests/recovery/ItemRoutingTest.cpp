@@ -7,20 +7,6 @@ namespace {
 
 constexpr std::uint32_t kNoSuchFolder = 0x9FC2;
 
-StoreMessage Item(std::u16string messageClass)
-{
-    StoreMessage item = Mail(u"subject", u"sender", u"body", 0);
-    item.messageClass = std::move(messageClass);
-    return item;
-}
-
-StoreMessage Lost(std::u16string messageClass)
-{
-    StoreMessage item = Item(std::move(messageClass));
-    item.parent = kNoSuchFolder;
-    return item;
-}
-
 std::vector<std::string> SavedOf(const StoreFolder& folder)
 {
     StoreDescription description;
@@ -63,7 +49,7 @@ TEST(ItemRouting, EveryKindOfClassFindsItsPlace)
         {u"xxF", false},
     };
     for (const Case& row : cases) {
-        const auto saved = SavedOf({.name = u"Mixed", .messages = {Item(row.messageClass)}});
+        const auto saved = SavedOf({.name = u"Mixed", .messages = {ItemOf(row.messageClass)}});
         const auto expected = row.created ? Lines{"\\Mixed: " + platform::ToUtf8(row.messageClass)} : Lines();
         EXPECT_EQ(saved, expected) << platform::ToUtf8(row.messageClass);
     }
@@ -72,9 +58,10 @@ TEST(ItemRouting, EveryKindOfClassFindsItsPlace)
 TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
 {
     StoreDescription description;
-    description.folders = {{.name = u"Inbox",
-                            .messages = {Lost(u"IPM.Note"), Lost(u"IPM.Contact"), Lost(u"IPM.Note.Custom"),
-                                         Item(u"IP"), Item(u"IPM.Note")}}};
+    description.folders = {
+        {.name = u"Inbox",
+         .messages = {ItemOf(u"IPM.Note", kNoSuchFolder), ItemOf(u"IPM.Contact", kNoSuchFolder),
+                      ItemOf(u"IPM.Note.Custom", kNoSuchFolder), ItemOf(u"IP"), ItemOf(u"IPM.Note")}}};
     CRecoveryScenario scenario(description);
     scenario.Run();
 
@@ -99,7 +86,8 @@ TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
 TEST(ItemRouting, ASourceFolderLostAndFoundIsTheSameFolder)
 {
     StoreDescription description;
-    description.folders = {{.name = u"Lost & Found", .messages = {Item(u"IPM.Note"), Lost(u"IPM.Note")}}};
+    description.folders = {
+        {.name = u"Lost & Found", .messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Note", kNoSuchFolder)}}};
     CRecoveryScenario scenario(description);
     scenario.Run();
     EXPECT_EQ(scenario.component.SavedItems(),
@@ -109,7 +97,7 @@ TEST(ItemRouting, ASourceFolderLostAndFoundIsTheSameFolder)
 TEST(ItemRouting, TheTopFolderIsTheRootOfTheNewStore)
 {
     StoreDescription description;
-    description.messages = {Item(u"IPM.Note"), Item(u"IPM.Contact")};
+    description.messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Contact")};
     CRecoveryScenario scenario(description);
     scenario.Run();
     // A contact has no folder of its own there to look for, so it goes to the default one.
@@ -122,9 +110,9 @@ TEST(ItemRouting, TheTopFolderIsTheRootOfTheNewStore)
 TEST(ItemRouting, AMissingFolderIsMadeUnderTheDefaultFolderOfItsKind)
 {
     StoreDescription description;
-    description.folders = {{.name = u"My tasks", .messages = {Item(u"IPM.Task")}},
-                           {.name = u"My rules", .messages = {Item(u"IPM.MessageManager")}},
-                           {.name = u"My mails", .messages = {Item(u"IPM.Note")}}};
+    description.folders = {{.name = u"My tasks", .messages = {ItemOf(u"IPM.Task")}},
+                           {.name = u"My rules", .messages = {ItemOf(u"IPM.MessageManager")}},
+                           {.name = u"My mails", .messages = {ItemOf(u"IPM.Note")}}};
     CRecoveryScenario scenario(description);
     for (const char* name : {"AddFolder:My tasks", "AddFolder:My rules", "AddFolder:My mails"})
         scenario.component.FailCalls(name, writer::E_FAIL, 0, 2);  // both attempts of the folder phase
@@ -138,7 +126,7 @@ TEST(ItemRouting, AMissingFolderIsMadeUnderTheDefaultFolderOfItsKind)
 TEST(ItemRouting, AnItemWhoseParentFolderDoesNotResolveIsNotPutElsewhere)
 {
     StoreDescription description;
-    description.folders = {{.name = u"A", .folders = {{.name = u"B", .messages = {Item(u"IPM.Contact")}}}}};
+    description.folders = {{.name = u"A", .folders = {{.name = u"B", .messages = {ItemOf(u"IPM.Contact")}}}}};
     CRecoveryScenario scenario(description);
     scenario.component.FailCalls("AddFolder:A", writer::E_FAIL);
     scenario.component.FailCalls("AddFolder:B", writer::E_FAIL);
@@ -151,7 +139,7 @@ TEST(ItemRouting, AnItemThatTheComponentDoesNotGiveIsPassedOver)
     StoreDescription description;
     description.folders = {
         {.name = u"Inbox",
-         .messages = {Item(u"IPM.Contact"), Item(u"IPM.Note"), Item(u"XYZ"), Item(u"AAA")}}};
+         .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Note"), ItemOf(u"XYZ"), ItemOf(u"AAA")}}};
     CRecoveryScenario scenario(description);
     scenario.component.classesWithoutItem = {u"IPM.Contact", u"IPM.Note", u"XYZ"};
     scenario.Run();

@@ -22,19 +22,6 @@ FakeItem Recovered(const StoreMessage& mail, StoreFormat format = {},
     return scenario.OnlyItem(u"\\Inbox");
 }
 
-std::u16string Repeated(std::u16string_view text, std::size_t times)
-{
-    std::u16string all;
-    for (std::size_t i = 0; i < times; ++i)
-        all += text;
-    return all;
-}
-
-std::string Utf8(std::u16string_view text)
-{
-    return platform::ToUtf8(text);
-}
-
 TEST(HeapBody, ThePlainOneIsTakenBeforeRtf)
 {
     const StoreProperty plain = Text(pid::kBody, u"plain");
@@ -57,43 +44,10 @@ TEST(HeapBody, ThePlainOneIsTakenBeforeRtf)
     EXPECT_EQ(without.saves, 1) << "the mail is saved without its body";
 }
 
-TEST(SubnodeBody, HtmlIsTakenBeforePlainTextInEveryVariantAndTree)
+TEST(SubnodeBody, PlainTextOfA8BitFileIsReadInTheRunsCodePage)
 {
-    // Three bytes to a character in UTF-8, so that blocks of any size cut characters.
-    const std::u16string html = u"<p>" + Repeated(u"\u20AC\u0416", 900);
-    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
-        for (const std::size_t leafBytes : {std::size_t{0}, std::size_t{997}, std::size_t{331}}) {
-            StoreFormat format = FormatOf(variant);
-            format.childrenPerBlock = 4;
-            const FakeItem mail = Recovered(
-                BareMail({InSubnode(Text(pid::kBody, u"plain")), Number(pid::kInternetCodepage, 65001),
-                          InSubnode(Binary(pid::kHtml, Utf8(html)), leafBytes)}),
-                format);
-            EXPECT_TRUE(mail.Text("HtmlBody") == html) << leafBytes;
-            EXPECT_EQ(mail.numbers.at("InternetCodepage"), 65001);
-            EXPECT_FALSE(mail.Wrote("Body"));
-            EXPECT_FALSE(mail.Wrote("RtfBody"));
-            const auto& order = mail.written;
-            EXPECT_LT(std::ranges::find(order, "InternetCodepage"), std::ranges::find(order, "HtmlBody"));
-        }
-    }
-}
-
-TEST(SubnodeBody, PlainTextIsReadInTheFilesOwnWidth)
-{
-    const std::u16string text = Repeated(u"Gr\u00FC\u00DFe \u20AC\r\n", 700);
-    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
-        for (const std::size_t leafBytes : {std::size_t{0}, std::size_t{999}}) {
-            const FakeItem mail =
-                Recovered(BareMail({InSubnode(Text(pid::kBody, text), leafBytes)}), FormatOf(variant));
-            EXPECT_TRUE(mail.Text("Body") == text) << leafBytes;
-            EXPECT_FALSE(mail.Wrote("InternetCodepage"));
-        }
-    }
-    EXPECT_EQ(
-        Recovered(BareMail({InSubnode(Text(pid::kBody, u"\u0416\u0417"))}), FormatOf(Ansi), "windows-1251")
-            .Text("Body"),
-        u"\u0416\u0417");
+    const StoreMessage mail = BareMail({InSubnode(Text(pid::kBody, u"\u0416\u0417"))});
+    EXPECT_EQ(Recovered(mail, FormatOf(Ansi), "windows-1251").Text("Body"), u"\u0416\u0417");
 }
 
 TEST(SubnodeBody, OfALargeMailOnlyThePlainTextCounts)
@@ -173,54 +127,6 @@ TEST(SubnodeBody, HtmlIsReadInTheMailsCodePage)
         EXPECT_EQ(recovered.Text("HtmlBody"), one.text) << one.stated.value_or(0) << " " << one.runCodePage;
         EXPECT_EQ(recovered.numbers.at("InternetCodepage"), one.kept);
     }
-}
-
-TEST(SubnodeBody, InFilesThatPackTheirBlocksEitherOrderOfPackingAndEncodingIsRead)
-{
-    const std::u16string text = Repeated(u"packed text ", 2000);
-    using enum format::CryptMethod;
-    for (const auto crypt : {None, Permute, Cyclic}) {
-        for (const bool encodeFirst : {false, true}) {
-            for (const Packing packing : {Packing::None, Packing::AllButHeaps, Packing::All}) {
-                StoreFormat format = FormatOf(Unicode4k, true);
-                format.crypt = crypt;
-                format.packing = packing;
-                format.encodeBeforePacking = encodeFirst;
-                if (packing == Packing::All && !encodeFirst && crypt != None)
-                    continue;  // nothing tells how heaps were encoded that are packed inside
-                StoreMessage mail = BareMail({InSubnode(Text(pid::kBody, text), 9000)});
-                mail.attachments = {File(u"a", std::string(5000, 'a'))};
-                mail.attachments[0].inSubnode = true;
-                const FakeItem recovered = Recovered(mail, format);
-                EXPECT_TRUE(recovered.Text("Body") == text) << encodeFirst << static_cast<int>(packing);
-                ASSERT_EQ(recovered.attachments.size(), 1u);
-                EXPECT_EQ(recovered.attachments[0].bytes, std::string(5000, 'a'));
-            }
-        }
-    }
-}
-
-TEST(SubnodeBody, DamagedTreesGiveWhatIsLeftAndEnd)
-{
-    static constexpr std::uint64_t kFirst = 0x8000, kSecond = 0x8004, kTree = 0x8006;
-    StoreProperty plain = Text(pid::kBody, u"");
-    plain.hnid = 0x9F3F;
-    StoreMessage mail = BareMail({plain});
-    mail.subnodes = {{0x9F3F, kTree, 0}};
-    StoreDescription description = InInbox({mail});
-    description.atStart = [](CStoreFile& file) {
-        file.SkipTo(0x20000);
-        const Bytes first = Text(0, u"first ").value;
-        Bytes second = Text(0, u"second").value;
-        second.push_back(std::byte{'x'});  // half a character
-        file.WriteBlock(first, {.bid = kFirst});
-        file.WriteBlock(second, {.bid = kSecond});
-        const std::uint64_t children[] = {kFirst, kTree, 0xFFFF0, 0, kSecond + 1, kTree};
-        file.WriteDataTreeBlock(1, 0xFFFFFFFF, children, {.bid = kTree});
-    };
-    CRecoveryScenario scenario(description);
-    scenario.Run();
-    EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").Text("Body"), u"first second");
 }
 
 }  // namespace

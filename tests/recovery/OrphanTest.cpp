@@ -16,19 +16,14 @@ struct Item {
     const char16_t* messageClass;
 };
 
-/// A Smart Scan of a store whose items have lost their nodes: only their data blocks are known, in the order
-/// given. Whatever else the scan takes for an orphan is left out.
+/// A Smart Scan of a store whose items have lost their nodes: only their blocks are there, in the order
+/// given.
 class COrphanScenario : public CRecoveryScenario {
 public:
     explicit COrphanScenario(const std::vector<Item>& items, const StoreFolder& more = {})
         : CRecoveryScenario(Describe(items, more))
     {
         settings.smartScan = true;
-        beforeItems = [this, items](store::CSourceStore& source) {
-            source.orphans = extra;
-            for (const Item& item : items)
-                Orphan(source, Source().Nid(item.label));
-        };
     }
 
     std::size_t Announced(std::uint32_t folderId) const
@@ -36,8 +31,6 @@ public:
         return static_cast<std::size_t>(std::ranges::count(frontEnd.All<platform::FolderMessage>(), folderId,
                                                            &platform::FolderMessage::folderId));
     }
-
-    std::vector<store::OrphanRecord> extra;  ///< ahead of the items
 
 private:
     static StoreDescription Describe(const std::vector<Item>& items, const StoreFolder& more)
@@ -50,19 +43,10 @@ private:
             StoreMessage message = Mail(u"subject", u"sender", u"body", 0);
             message.label = item.label;
             message.messageClass = item.messageClass;
+            message.deletion = Deletion::OfNode;
             description.folders.front().messages.push_back(message);
         }
         return description;
-    }
-
-    static void Orphan(store::CSourceStore& source, std::uint32_t nid)
-    {
-        for (std::size_t i = 0; i < source.nodes.Size(); ++i) {
-            if (source.nodes[i].nid != nid)
-                continue;
-            source.orphans.push_back({source.nodes[i].bidData, 0});
-            source.nodes.Remove(i);
-        }
     }
 };
 
@@ -74,8 +58,6 @@ TEST(Orphans, EachGoesToTheirFolderWhateverItIs)
                               {"short", u"IP"},
                               {"none", u"IPM.Note.Custom"},
                               {"task", u"IPM.Task"}});
-    constexpr std::uint32_t kMissing = 0x7FFFF0, kTable = 0x44;
-    scenario.extra = {{kMissing, 0}, {0, kTable}};
     scenario.Run();
 
     EXPECT_EQ(scenario.component.SavedItems(),

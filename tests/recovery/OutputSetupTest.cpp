@@ -87,24 +87,6 @@ TEST(OutputSetup, TakesTheFirstCandidateWhoseProfileIsFree)
     EXPECT_EQ(failing.state.profileName, u"Pastille") << "a failing test counts as a free name";
 }
 
-TEST(OutputSetup, ExistingFolderEndsTheRunAndIsLeftAlone)
-{
-    CRecoveryScenario scenario;
-    const auto existing = scenario.folder / "outlook Recovered";
-    create_directory(existing);
-    std::ofstream(existing / "outlook Recovered.pst") << "of somebody";
-    scenario.Run();
-
-    EXPECT_TRUE(scenario.state.failed);
-    EXPECT_EQ(scenario.frontEnd.BoxTexts(),
-              std::vector<std::u16string>{u"Unable to create folder to save recovered .pst file.\n"
-                                          u"Please select another location to save recovered .pst file."});
-    EXPECT_EQ(scenario.frontEnd.All<platform::CloseProgressMessage>().size(), 1u);
-    EXPECT_EQ(scenario.component.CountCalls("AddPstStore"), 0u);
-    EXPECT_TRUE(exists(existing / "outlook Recovered.pst"));
-    EXPECT_TRUE(scenario.frontEnd.All<platform::CompletionMessage>().empty());
-}
-
 TEST(OutputSetup, AnUnregisteredComponentStartsTheHelper)
 {
     for (const bool canStart : {true, false}) {

@@ -7,69 +7,12 @@
 
 namespace pastille::tests {
 
-std::vector<std::u16string> CRecorder::BoxTexts() const
-{
-    std::vector<std::u16string> texts;
-    for (const auto& box : All<platform::BoxMessage>())
-        texts.push_back(box.text);
-    return texts;
-}
-
-std::vector<std::string> CRecorder::Cells() const
-{
-    std::vector<std::string> cells;
-    for (const auto& cell : All<platform::ListCellMessage>())
-        cells.push_back(std::to_string(cell.cell) + ":" + platform::ToUtf8(cell.text));
-    return cells;
-}
-
-std::vector<unsigned> CRecorder::Percentages(unsigned phase) const
-{
-    std::vector<unsigned> percentages;
-    unsigned current = 0;
-    for (const auto& message : messages) {
-        if (const auto* begun = std::get_if<platform::PhaseMessage>(&message))
-            current = begun->closing ? 0 : begun->phase;
-        const auto* percent = std::get_if<platform::PercentMessage>(&message);
-        if (percent != nullptr && current == phase)
-            percentages.push_back(percent->percent);
-    }
-    return percentages;
-}
-
 recovery::Clock FixedClock()
 {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
     return [] { return std::chrono::system_clock::from_time_t(1'795'381'509); };
 }
-
-namespace {
-
-/// Hands everything on, but changes the source before the items are recovered.
-class CMeddlingRecovery final : public store::IRecovery {
-public:
-    CMeddlingRecovery(store::IRecovery& next, const std::function<void(store::CSourceStore&)>& meddle)
-        : m_next(next), m_meddle(meddle)
-    {
-    }
-    void SetUpOutput(store::RunContext& run) override { m_next.SetUpOutput(run); }
-    void WriteLog(std::u16string_view entry) override { m_next.WriteLog(entry); }
-    void CollectFolders(store::RunContext& run) override { m_next.CollectFolders(run); }
-    void RecoverItems(store::RunContext& run) override
-    {
-        if (m_meddle)
-            m_meddle(run.source);
-        m_next.RecoverItems(run);
-    }
-    void CloseOutput(store::RunContext& run) override { m_next.CloseOutput(run); }
-
-private:
-    store::IRecovery& m_next;
-    const std::function<void(store::CSourceStore&)>& m_meddle;
-};
-
-}  // namespace
 
 StoreFormat FormatOf(format::Variant variant, bool ost)
 {
@@ -100,6 +43,14 @@ StoreMessage BareMail(std::vector<StoreProperty> properties)
     return mail;
 }
 
+StoreMessage ItemOf(std::u16string messageClass, std::optional<std::uint32_t> parent)
+{
+    StoreMessage item = Mail(u"subject", u"sender", u"body", 0);
+    item.messageClass = std::move(messageClass);
+    item.parent = parent;
+    return item;
+}
+
 StoreAttachment File(std::u16string name, std::string_view bytes)
 {
     return {.fileName = std::move(name), .data = Binary(0, bytes).value};
@@ -117,8 +68,7 @@ void CRecoveryScenario::Run()
     CSourceInMemory memory(m_store.Content());
     CFaultyFileSystem fileSystem(faults, memory);
     pipeline = std::make_unique<recovery::CRecoveryPipeline>(component, options);
-    CMeddlingRecovery recovery(*pipeline, beforeItems);
-    store::COutLook engine(fileSystem, frontEnd, recovery);
+    store::COutLook engine(fileSystem, frontEnd, *pipeline);
     engine.Run(settings, state);
     figures = engine.Figures();
 }

@@ -3,51 +3,22 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/Messages.h"
 #include "platform/RunState.h"
 #include "recovery/RecoveryPipeline.h"
 #include "recovery/RunSummary.h"
 #include "store/OutLook.h"
 #include "tests/support/FakeComponent.h"
 #include "tests/support/FaultyFileSystem.h"
+#include "tests/support/RecordingFrontEnd.h"
 #include "tests/support/StoreBuilder.h"
 
 namespace pastille::tests {
-
-/// A front end that keeps everything it is sent.
-class CRecorder final : public platform::IFrontEnd {
-public:
-    void Send(const platform::Message& message) override
-    {
-        messages.push_back(message);
-        if (onMessage)
-            onMessage(message);
-    }
-
-    template <class Kind>
-    std::vector<Kind> All() const
-    {
-        std::vector<Kind> found;
-        for (const auto& message : messages) {
-            if (const auto* kind = std::get_if<Kind>(&message))
-                found.push_back(*kind);
-        }
-        return found;
-    }
-    std::vector<std::u16string> BoxTexts() const;
-    /// The cells of the live list, as "1:text".
-    std::vector<std::string> Cells() const;
-    /// Percentages sent while that phase went on.
-    std::vector<unsigned> Percentages(unsigned phase) const;
-
-    std::vector<platform::Message> messages;
-    std::function<void(const platform::Message&)> onMessage;
-};
 
 /// 22 November 2026, 21:05:09, in a time zone without offset.
 recovery::Clock FixedClock();
@@ -76,6 +47,8 @@ StoreFormat FormatOf(format::Variant variant, bool ost = false);
 StoreDescription InInbox(std::vector<StoreMessage> messages, StoreFormat format = {});
 /// A mail with nothing but its class and these.
 StoreMessage BareMail(std::vector<StoreProperty> properties);
+/// An ordinary item of that class, in the folder that lists it or below another.
+StoreMessage ItemOf(std::u16string messageClass, std::optional<std::uint32_t> parent = {});
 /// An attachment by value.
 StoreAttachment File(std::u16string name, std::string_view bytes);
 
@@ -95,12 +68,11 @@ public:
 
     CTemporaryFolder folder;
     CFakeComponent component;
-    CRecorder frontEnd;
+    CRecordingFrontEnd frontEnd;
     platform::RunSettings settings;
     platform::RunState state;
     recovery::RecoveryOptions options;
     FileFaults faults;
-    std::function<void(store::CSourceStore&)> beforeItems;  ///< may change what phase 8 finds
     std::unique_ptr<recovery::CRecoveryPipeline> pipeline;
     store::RunFigures figures;
 

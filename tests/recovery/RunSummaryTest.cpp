@@ -7,29 +7,22 @@
 namespace pastille::tests {
 namespace {
 
-StoreMessage Item(std::u16string messageClass)
-{
-    StoreMessage item = Mail(u"s", u"f", u"b", 0);
-    item.messageClass = std::move(messageClass);
-    return item;
-}
-
 StoreDescription MixedStore()
 {
     StoreDescription description;
-    description.messages = {Item(u"IPM.Note")};
+    description.messages = {ItemOf(u"IPM.Note")};
     description.folders = {
         {.name = u"Inbox",
          .containerClass = u"IPF.Note",
-         .messages = {Item(u"IPM.Note"), Item(u"IPM.Contact")}},
-        {.name = u"Contacts", .containerClass = u"IPF.Contact", .messages = {Item(u"IPM.Contact")}},
+         .messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Contact")}},
+        {.name = u"Contacts", .containerClass = u"IPF.Contact", .messages = {ItemOf(u"IPM.Contact")}},
         {.name = u"Tasks",
          .containerClass = u"IPF.Task",
-         .messages = {Item(u"IPM.Task"), Item(u"IPM.TaskRequest")}},
-        {.name = u"Calendar", .containerClass = u"IPF.Appointment", .messages = {Item(u"IPM.Appointment")}},
-        {.name = u"Journal", .containerClass = u"IPF.Journal", .messages = {Item(u"IPM.Activity")}},
-        {.name = u"Notes", .containerClass = u"IPF.StickyNote", .messages = {Item(u"IPM.StickyNote")}},
-        {.name = u"Odd", .containerClass = u"IPF.Something", .messages = {Item(u"IPM.Task")}},
+         .messages = {ItemOf(u"IPM.Task"), ItemOf(u"IPM.TaskRequest")}},
+        {.name = u"Calendar", .containerClass = u"IPF.Appointment", .messages = {ItemOf(u"IPM.Appointment")}},
+        {.name = u"Journal", .containerClass = u"IPF.Journal", .messages = {ItemOf(u"IPM.Activity")}},
+        {.name = u"Notes", .containerClass = u"IPF.StickyNote", .messages = {ItemOf(u"IPM.StickyNote")}},
+        {.name = u"Odd", .containerClass = u"IPF.Something", .messages = {ItemOf(u"IPM.Task")}},
     };
     description.folders[0].messages[0].parent = 0x9FC2;  // to Lost & Found
     return description;

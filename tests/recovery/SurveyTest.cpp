@@ -67,7 +67,7 @@ Contents Repaired(platform::IFileSystem& files, platform::RunSettings settings)
     const CTemporaryFolder to;
     settings.destinationFolder = to.Path();
     CFakeComponent component;
-    CRecorder frontEnd;
+    CRecordingFrontEnd frontEnd;
     platform::RunState state;
     recovery::CRecoveryPipeline pipeline(component);
     store::COutLook(files, frontEnd, pipeline).Run(settings, state);
@@ -77,42 +77,34 @@ Contents Repaired(platform::IFileSystem& files, platform::RunSettings settings)
     return contents;
 }
 
-StoreMessage Item(std::u16string messageClass, std::optional<std::uint32_t> parent = {})
-{
-    StoreMessage item = Mail(u"subject", u"sender", u"body", 0);
-    item.messageClass = std::move(messageClass);
-    item.parent = parent;
-    return item;
-}
-
 /// Every way that an item can go.
 StoreDescription Everything(format::Variant variant)
 {
     constexpr std::uint32_t kNoSuchFolder = 0x9FC2;
     StoreDescription description;
     description.format = FormatOf(variant);
-    description.messages = {Item(u"IPM.Note"), Item(u"IPM.Contact"), Item(u"IPM.MessageManager")};
+    description.messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Contact"), ItemOf(u"IPM.MessageManager")};
     const auto labelled = [](const char* label, std::u16string messageClass, std::u16string_view subject) {
         StoreMessage item = Mail(subject, u"sender", u"body", 0);
         item.label = label;
         item.messageClass = std::move(messageClass);
         return item;
     };
-    StoreMessage photographed = Item(u"IPM.Appointment");
+    StoreMessage photographed = ItemOf(u"IPM.Appointment");
     photographed.attachments = {File(u"photo.jpg", "bytes")};
     description.folders = {
         {.name = u"Inbox",
-         .messages = {Item(u"IPM.Note"), Item(u"IPM.Note"), Item(u"IPM.Note.Custom"), Item(u"IP"),
-                      Item(u"XYZ"), Item(u"IPM.Configuration.WorkHours"), photographed, Item(u"IPM.Note", 0),
-                      labelled("twice", u"IPM.Task", u"IPM.Contact"), labelled("mail", u"IPM.Note", u"x"),
-                      labelled("task", u"IPM.Task", u"x")},
-         .folders = {{.name = u"Old", .messages = {Item(u"Report.IPM.Note.NDR")}}, {.name = u"Empty"}}},
-        {.name = u"Inbox", .messages = {Item(u"IPM.StickyNote")}},
-        {.name = u"Lost & Found", .messages = {Item(u"IPM.Note")}},
+         .messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Note"), ItemOf(u"IPM.Note.Custom"), ItemOf(u"IP"),
+                      ItemOf(u"XYZ"), ItemOf(u"IPM.Configuration.WorkHours"), photographed,
+                      ItemOf(u"IPM.Note", 0), labelled("twice", u"IPM.Task", u"IPM.Contact"),
+                      labelled("mail", u"IPM.Note", u"x"), labelled("task", u"IPM.Task", u"x")},
+         .folders = {{.name = u"Old", .messages = {ItemOf(u"Report.IPM.Note.NDR")}}, {.name = u"Empty"}}},
+        {.name = u"Inbox", .messages = {ItemOf(u"IPM.StickyNote")}},
+        {.name = u"Lost & Found", .messages = {ItemOf(u"IPM.Note")}},
         {.name = u"People",
          .containerClass = u"IPF.Contact",
-         .messages = {Item(u"IPM.Contact"), Item(u"IPM.Contact", kNoSuchFolder),
-                      Item(u"IPM.Note.Custom", kNoSuchFolder)}}};
+         .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Contact", kNoSuchFolder),
+                      ItemOf(u"IPM.Note.Custom", kNoSuchFolder)}}};
     return description;
 }
 
@@ -146,7 +138,7 @@ TEST(Survey, CountsWhatARepairBrings)
             platform::RunSettings settings;
             settings.sourcePath = CSourceInMemory::kSourcePath;
             settings.smartScan = smart;
-            CRecorder frontEnd;
+            CRecordingFrontEnd frontEnd;
             const auto survey = SurveyOf(files, settings, frontEnd);
             ASSERT_TRUE(survey->Findings());
             const auto& findings = *survey->Findings();
@@ -185,7 +177,7 @@ TEST(Survey, CountsWhatARepairOfARealFileBrings)
             platform::RunSettings settings;
             settings.sourcePath = entry.path();
             settings.smartScan = smart;
-            CRecorder frontEnd;
+            CRecordingFrontEnd frontEnd;
             const auto survey = SurveyOf(platform::HostFileSystem(), settings, frontEnd);
             ASSERT_TRUE(survey->Findings());
             EXPECT_EQ(ContentsOf(*survey->Findings()), Repaired(platform::HostFileSystem(), settings));
@@ -206,7 +198,7 @@ TEST(Survey, AStopEndsItWithoutFindings)
     for (const unsigned phase : {6u, 7u, 8u}) {
         recovery::CSurvey survey;
         platform::RunState state;
-        CRecorder frontEnd;
+        CRecordingFrontEnd frontEnd;
         frontEnd.onMessage = [&](const platform::Message& message) {
             const auto* begun = std::get_if<platform::PhaseMessage>(&message);
             if (begun != nullptr && begun->phase == phase)

@@ -139,80 +139,12 @@ TEST_P(Bodies, ComeFromWhereverTheyLay)
     ExpectBodies(Recover({.variant = GetParam(), .childrenPerBlock = 7}, cases), cases);
 }
 
-TEST_P(Bodies, KeepTheCodePageOfTheirBytes)
-{
-    const std::vector<BodyCase> cases = {Html(u"UTF-8", "<p>caf\xC3\xA9</p>", 65001),
-                                         Html(u"Shift-JIS", "<p>\x93\xFA</p>", 932),
-                                         Html(u"None", "<p>caf\xE9</p>", std::nullopt)};
-    const std::vector<FoundItem> items = Recover({.variant = GetParam()}, cases);
-    const std::pair<std::u16string_view, std::uint64_t> expected[] = {
-        {u"UTF-8", 65001}, {u"Shift-JIS", 932}, {u"None", 1252}};
-    for (const auto& [subject, codePage] : expected) {
-        ASSERT_NE(OfSubject(items, subject), nullptr);
-        EXPECT_EQ(NumberValue(OfSubject(items, subject)->values, pid::kInternetCodepage), codePage);
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Variants, Bodies,
                          testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k), NameOfVariant);
 
-TEST(BodyChoice, LargeMailsOfSmallPagesGetTheirPlainText)
+TEST(BodyChoice, FiveMegabytesComeBackWhole)
 {
-    constexpr std::uint32_t kMegabyte = 1 << 20;
-    for (const Variant variant : {Variant::Unicode, Variant::Unicode4k}) {
-        const bool isLarge = variant == Variant::Unicode4k;
-        BodyCase below = Html(u"Four megabytes", "<p>html</p>", 65001);
-        BodyCase above = Html(u"Five megabytes", "<p>html</p>", 65001);
-        below.bodies.push_back(Number(pid::kMessageSize, 4 * kMegabyte));
-        above.bodies.push_back(Number(pid::kMessageSize, 5 * kMegabyte));
-        if (!isLarge) {
-            above.kept = pid::kBody;
-            above.bytes = Text(0, u"Plain").value;
-        }
-        const std::vector<BodyCase> cases = {below, above};
-        ExpectBodies(Recover({.variant = variant}, cases), cases);
-    }
-}
-
-TEST(BodyChoice, HtmlStandsAloneInAnOstAndNeedsAPlainTextBesideItInAPst)
-{
-    for (const bool ost : {false, true}) {
-        BodyCase alone = Html(u"Alone", "<p>html</p>", 65001);
-        alone.bodies.erase(alone.bodies.begin());
-        BodyCase besideSmall = Html(u"Beside a small one", "<p>html</p>", 65001);
-        besideSmall.bodies[0] = Text(pid::kBody, u"Small");
-        if (!ost) {
-            alone.kept = 0;
-            besideSmall.kept = pid::kBody;
-            besideSmall.bytes = Text(0, u"Small").value;
-        }
-        const std::vector<BodyCase> cases = {alone, besideSmall};
-        ExpectBodies(Recover({.ost = ost}, cases), cases);
-    }
-}
-
-TEST(BodyChoice, HtmlWithoutAnyTextGivesWayToThePlainText)
-{
-    // A tree of blocks none of which is there.
-    static constexpr std::uint64_t kTree = 0x70002;
-    constexpr std::uint32_t kNid = 0x7F05F;
-    StoreMessage mail = MailWith({u"Empty HTML", {InSubnode(Text(pid::kBody, u"Plain"))}, 0, {}});
-    mail.properties.push_back(Behind(pid::kHtml, PropertyType::Binary, kNid));
-    mail.subnodes = {{kNid, kTree, 0}};
-    StoreDescription description;
-    description.atStart = [](CStoreFile& store) {
-        const std::vector<std::uint64_t> lost = {0x80000, 0x80010};
-        store.WriteDataTreeBlock(1, 2000, lost, {.bid = kTree});
-    };
-    description.folders = {{.name = u"Inbox", .messages = {mail}}};
-    const auto repair = RepairOf(description);
-    ExpectBodies(ReadNewStore(repair->state.outputPath),
-                 {{u"Empty HTML", {}, pid::kBody, Text(0, u"Plain").value}});
-}
-
-TEST(BodyChoice, NineMegabytesComeBackWhole)
-{
-    constexpr std::size_t kSize = 9 << 20;
+    constexpr std::size_t kSize = 5 << 20;
     std::string page = "<p>";
     page.reserve(kSize + 20);
     while (page.size() < kSize)

@@ -311,11 +311,11 @@ TEST_P(DamageMatrix, WhatIsReachableComesBackOnce)
                     .packing = ost || tested.packing == Packing::None ? tested.packing : Packing::AllButHeaps,
                     .encodeBeforePacking = tested.encodeFirst}));
         for (std::size_t i = 0; i < std::size(kDamages); ++i) {
-            // Next to each other, kinds of file and of scan take turns.
+            // Every other damage; next to each other, kinds of file and of scan take turns.
             const std::size_t turn = i + GetParam();
-            if (ost != (turn % 2 == 1))
+            if (turn % 2 == 1 || ost != (turn / 2 % 2 == 1))
                 continue;
-            const bool smartScan = turn / 2 % 2 == 1;
+            const bool smartScan = (turn / 4 + GetParam()) % 2 == 1;
             SCOPED_TRACE(std::string(kDamages[i].name) + (ost ? ", OST" : ", PST") +
                          (smartScan ? ", Smart Scan" : ""));
             CDamageCase(sound, kDamages[i], smartScan).Check();

@@ -1,197 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <functional>
-#include <new>
 #include <random>
-#include <thread>
 
 #include "component/pst/messaging/PstStore.h"
 #include "tests/scenario/MadeStore.h"
-#include "tests/scenario/Repair.h"
 #include "tests/support/FaultyFileSystem.h"
 
 namespace pastille::tests {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-/// Progress that a child process tells its parent.
-class CSharedProgress {
-public:
-    CSharedProgress()
-        : m_memory(::mmap(nullptr, sizeof(MakingProgress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                          -1, 0))
-    {
-        if (m_memory == MAP_FAILED)
-            throw std::bad_alloc();
-        new (m_memory) MakingProgress();
-    }
-    CSharedProgress(const CSharedProgress&) = delete;
-    CSharedProgress& operator=(const CSharedProgress&) = delete;
-    ~CSharedProgress() { ::munmap(m_memory, sizeof(MakingProgress)); }
-    MakingProgress& operator*() const { return *static_cast<MakingProgress*>(m_memory); }
-
-private:
-    void* m_memory;
-};
-
-pid_t StartChild(const std::function<void()>& work)
-{
-    const pid_t child = ::fork();
-    if (child != 0)
-        return child;
-    try {
-        work();
-        ::_exit(0);
-    } catch (...) {
-        ::_exit(1);
-    }
-}
-
-/// Expects that the child has ended well, or was killed.
-void ExpectEnded(pid_t child)
-{
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE((WIFEXITED(status) && WEXITSTATUS(status) == 0) ||
-                (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL))
-        << "status " << status;
-}
-
-/// What is killed keeps what it wrote, so nothing need reach the disk.
-FileFaults WithoutSync()
-{
-    FileFaults faults;
-    faults.syncs = false;
-    return faults;
-}
-
-/// Ends the process in the middle of a change.
-std::function<void(const FileChange&)> KillAt(std::uint64_t at)
-{
-    return [at, count = std::uint64_t{0}](const FileChange& change) mutable {
-        if (++count != at)
-            return;
-        MakeHalf(change);
-        ::raise(SIGKILL);
-    };
-}
-
-/// How many changes of its files MakeStore makes.
-std::uint64_t CountChanges(Making making)
-{
-    std::uint64_t changes = 0;
-    const CTemporaryFolder folder;
-    CFaultyFileSystem files(WithoutSync());
-    files.faults.onChange = [&](const FileChange&) { ++changes; };
-    MakingProgress progress;
-    MakeStore(files, folder.Path(), making, progress);
-    ExpectMadeStore(FileBytes(MadeStorePath(folder.Path())), progress, Ending::Closed);
-    return changes;
-}
-
-/// The next one to open it for work completes what was interrupted.
-void ExpectCompleted(const std::filesystem::path& path)
-{
-    component::pst::CPstStore::CompleteIfInterrupted(platform::HostFileSystem(), path);
-    if (const Bytes file = FileBytes(path); HasHeader(file))
-        ExpectSound(file, Ending::Closed);
-}
-
-class Kill : public testing::TestWithParam<Making> {};
-INSTANTIATE_TEST_SUITE_P(Stores, Kill, testing::Values(Making::WithCommits, Making::WithCheckpoints));
-
-class KillLarge : public Kill {};
-INSTANTIATE_TEST_SUITE_P(Stores, KillLarge, testing::Values(Making::WithCheckpoints, Making::WithLargeItem));
-
-TEST_P(Kill, AtAnyChangeOfTheFileLosesNothingThatWasCompleted)
-{
-    const std::uint64_t changes = CountChanges(GetParam());
-    ASSERT_GT(changes, 50u);
-    for (std::uint64_t at = 1; at <= changes; ++at) {
-        SCOPED_TRACE("killed at change " + std::to_string(at));
-        const CTemporaryFolder folder;
-        const CSharedProgress progress;
-        ExpectEnded(StartChild([&] {
-            CFaultyFileSystem files(WithoutSync());
-            files.faults.onChange = KillAt(at);
-            MakeStore(files, folder.Path(), GetParam(), *progress);
-        }));
-        ExpectMadeStore(FileBytes(MadeStorePath(folder.Path())), *progress, Ending::Interrupted);
-        if (at % 4 == 0)
-            ExpectCompleted(MadeStorePath(folder.Path()));
-        if (HasFailure())
-            return;
-    }
-}
-
-TEST_P(KillLarge, AtAnyMomentLosesNothingThatWasCompleted)
-{
-    constexpr int kKills = 30;
-    const auto start = Clock::now();
-    CountChanges(GetParam());
-    const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-    std::minstd_rand random(1);
-    std::uniform_int_distribution<std::int64_t> moment(0, whole.count());
-    for (int i = 0; i < kKills; ++i) {
-        const CTemporaryFolder folder;
-        const CSharedProgress progress;
-        const pid_t child = StartChild([&] {
-            CFaultyFileSystem files(WithoutSync());
-            MakeStore(files, folder.Path(), GetParam(), *progress);
-        });
-        std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
-        ::kill(child, SIGKILL);
-        ExpectEnded(child);
-        SCOPED_TRACE("killed after item " + std::to_string((*progress).begun));
-        ExpectMadeStore(FileBytes(MadeStorePath(folder.Path())), *progress, Ending::Interrupted);
-        if (HasFailure())
-            return;
-    }
-}
-
-TEST(KillOfARepair, AtAnyChangeLosesNothingThatWasCompleted)
-{
-    constexpr unsigned kItems = 5;
-    StoreDescription description;
-    description.folders = {{.name = u"Inbox", .containerClass = u"IPF.Note"}};
-    for (unsigned i = 0; i < kItems; ++i)
-        description.folders[0].messages.push_back(
-            Mail(u"Letter " + std::u16string(1, static_cast<char16_t>(u'A' + i)), u"Ada Brook",
-                 std::u16string(3000, u't'), FileTime(2020, 6, 1)));
-    const CBuiltStore store(description);
-    const std::vector<SeenItem> source = AllItems(Expected(description));
-    std::size_t items = 0;
-    for (std::uint64_t at = 1; items < kItems && !HasFailure(); ++at) {
-        SCOPED_TRACE("killed at change " + std::to_string(at));
-        CRepair repair(store.Content());
-        ExpectEnded(StartChild([&] {
-            repair.checkpoints.bytes = 0;
-            repair.files.faults = WithoutSync();
-            repair.files.faults.onChange = KillAt(at);
-            repair.Run();
-        }));
-        const auto path = repair.settings.destinationFolder / "source Recovered" / "source Recovered.pst";
-        const Bytes file = FileBytes(path);
-        if (!HasHeader(file)) {
-            ASSERT_EQ(items, 0u) << "the store is gone";
-            continue;
-        }
-        ExpectSound(file, Ending::Interrupted);
-        const std::vector<SeenItem> found = AllItems(ReadStore(path));
-        EXPECT_TRUE(std::ranges::includes(source, found)) << testing::PrintToString(found);
-        EXPECT_GE(found.size(), items) << "fewer than at an earlier moment";
-        items = found.size();
-    }
-    EXPECT_EQ(items, kItems);
-}
 
 /// A change of the store's file, kept.
 struct KeptChange {
@@ -201,13 +18,26 @@ struct KeptChange {
     std::uint32_t begun, completed;  ///< when it came
 };
 
-/// What a disk may hold that lost its power: all up to the last sync, and any of the pages written after it.
-class CPowerCut {
+/// What of a change is in the file, page by page: told the page's place, and where the change has its middle.
+using Arrives = std::function<bool(std::uint64_t page, std::uint64_t middle)>;
+
+bool All(std::uint64_t, std::uint64_t)
+{
+    return true;
+}
+
+bool Half(std::uint64_t page, std::uint64_t middle)
+{
+    return page < middle;
+}
+
+/// The making of a store, and what its file may hold when that ends before one of its changes.
+class CInterruption {
 public:
-    explicit CPowerCut(Making making)
+    explicit CInterruption(Making making)
     {
         const CTemporaryFolder folder;
-        CFaultyFileSystem files(WithoutSync());
+        CFaultyFileSystem files({.syncs = false});
         MakingProgress progress;
         files.faults.onChange = [&](const FileChange& change) {
             if (change.path == MadeStorePath(folder.Path()))
@@ -216,40 +46,51 @@ public:
                                      progress.completed});
         };
         MakeStore(files, folder.Path(), making, progress);
+        ExpectMadeStore(FileBytes(MadeStorePath(folder.Path())), progress, Ending::Closed);
     }
 
     std::size_t Count() const { return m_changes.size(); }
     const KeptChange& operator[](std::size_t index) const { return m_changes[index]; }
 
-    /// The file when the power goes before the change `end`. Calls must come with rising `end`.
-    template <class Random>
-    Bytes FileBefore(std::size_t end, Random& random)
+    // Calls of either must come with rising `end`.
+
+    /// The process is killed in the middle of the change `end`: the host still has what was written before.
+    Bytes FileAfterKill(std::size_t end) { return FileWith(end, end, All, Half); }
+    /// The power goes before the change `end`: of what was written since the last sync, any page may be lost,
+    /// so that a later change may arrive without an earlier one.
+    Bytes FileAfterPowerCut(std::size_t end)
+    {
+        const Arrives some = [this](std::uint64_t, std::uint64_t) { return m_random() % 2 == 0; };
+        return FileWith(end, end - 1, some, some);
+    }
+
+private:
+    /// All up to the last sync, `between` of the changes behind it, `ofLast` of the change `last`.
+    Bytes FileWith(std::size_t end, std::size_t last, const Arrives& between, const Arrives& ofLast)
     {
         for (std::size_t i = m_synced; i < end; ++i) {
             if (m_changes[i].kind != FileChange::Kind::Sync)
                 continue;
             for (; m_synced <= i; ++m_synced)
-                Apply(m_onDisk, m_changes[m_synced], [](std::uint64_t) { return true; });
+                Apply(m_onDisk, m_changes[m_synced], All);
         }
         CMemoryFile file(m_onDisk.Content());
-        // Every page its own coin, so that any later change may arrive without an earlier one.
-        for (std::size_t i = m_synced; i < end; ++i)
-            Apply(file, m_changes[i], [&](std::uint64_t) { return random() % 2 == 0; });
+        for (std::size_t i = m_synced; i <= last; ++i)
+            Apply(file, m_changes[i], i == last ? ofLast : between);
         return file.Content();
     }
 
-private:
-    template <class Arrives>
-    static void Apply(CMemoryFile& file, const KeptChange& change, Arrives&& arrives)
+    static void Apply(CMemoryFile& file, const KeptChange& change, const Arrives& arrives)
     {
         constexpr std::uint64_t kPage = 4096;
-        if (change.kind == FileChange::Kind::SetSize && arrives(change.offset))
+        const std::uint64_t middle = change.offset + change.bytes.size() / 2;
+        if (change.kind == FileChange::Kind::SetSize && arrives(change.offset, middle))
             file.SetSize(change.offset);
         const std::span<const std::byte> bytes = change.bytes;
         for (std::uint64_t at = 0; at < bytes.size();) {
             const std::uint64_t size =
                 std::min<std::uint64_t>(bytes.size() - at, kPage - (change.offset + at) % kPage);
-            if (arrives(change.offset + at))
+            if (arrives(change.offset + at, middle))
                 file.WriteAt(change.offset + at, bytes.subspan(at, size));
             at += size;
         }
@@ -258,21 +99,42 @@ private:
     std::vector<KeptChange> m_changes;
     std::size_t m_synced = 0;
     CMemoryFile m_onDisk;
+    std::minstd_rand m_random{1};
 };
 
-TEST_P(Kill, APowerCutDoesNoMoreHarm)
+/// The next one to open the store for work completes what was interrupted.
+void ExpectCompleted(const Bytes& interrupted)
 {
-    constexpr int kCutsPerChange = 1;
-    CPowerCut cut(GetParam());
-    ASSERT_GT(cut.Count(), 50u);
-    std::minstd_rand random(1);
-    for (std::size_t end = 1; end < cut.Count(); ++end) {
-        SCOPED_TRACE("power lost before change " + std::to_string(end));
+    const CTemporaryFolder folder;
+    platform::HostFileSystem().Create(folder / "made.pst")->WriteAt(0, interrupted);
+    component::pst::CPstStore::CompleteIfInterrupted(platform::HostFileSystem(), folder / "made.pst");
+    ExpectSound(FileBytes(folder / "made.pst"), Ending::Closed);
+}
+
+class Kill : public testing::TestWithParam<Making> {};
+INSTANTIATE_TEST_SUITE_P(Stores, Kill,
+                         testing::Values(Making::WithCommits, Making::WithCheckpoints, Making::WithLargeItem),
+                         NameOfMaking);
+
+TEST_P(Kill, OrPowerCutAtAnyChangeOfTheFileLosesNothingThatWasCompleted)
+{
+    CInterruption interruption(GetParam());
+    ASSERT_GT(interruption.Count(), 50u);
+    for (std::size_t end = 1; end < interruption.Count() && !HasFailure(); ++end) {
         MakingProgress progress;
-        progress.begun = cut[end].begun;
-        progress.completed = cut[end].completed;
-        for (int i = 0; i < kCutsPerChange && !testing::Test::HasFailure(); ++i)
-            ExpectMadeStore(cut.FileBefore(end, random), progress, Ending::Interrupted);
+        progress.begun = interruption[end].begun;
+        progress.completed = interruption[end].completed;
+        {
+            SCOPED_TRACE("killed in change " + std::to_string(end));
+            const Bytes file = interruption.FileAfterKill(end);
+            ExpectMadeStore(file, progress, Ending::Interrupted);
+            if (end % 5 == 0 && HasHeader(file))
+                ExpectCompleted(file);
+        }
+        if (end % 2 == 0) {
+            SCOPED_TRACE("power lost before change " + std::to_string(end));
+            ExpectMadeStore(interruption.FileAfterPowerCut(end), progress, Ending::Interrupted);
+        }
     }
 }
 

@@ -1,9 +1,6 @@
 #include "tests/scenario/MadeStore.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <array>
 #include <string>
 
 #include "check/Check.h"
@@ -11,6 +8,7 @@
 #include "format/Bytes.h"
 #include "format/Header.h"
 #include "platform/Text.h"
+#include "tests/support/ByteStreams.h"
 #include "tests/support/FaultyFileSystem.h"
 #include "writer/Component.h"
 
@@ -64,29 +62,12 @@ bool HasEmbedded(std::uint32_t item)
     return item % 6 == 4;
 }
 
-class CPattern final : public platform::IByteStream {
-public:
-    explicit CPattern(std::size_t size) : m_left(size) {}
-    std::size_t Read(std::span<std::byte> into) override
-    {
-        const std::size_t count = std::min(into.size(), m_left);
-        for (std::size_t i = 0; i < count; ++i)
-            into[i] = static_cast<std::byte>((m_left - i) * 7 / 5);
-        m_left -= count;
-        return count;
-    }
-
-private:
-    std::size_t m_left;
-};
-
-Bytes ReadAll(platform::IByteStream& stream)
+std::string Pattern(std::size_t size)
 {
-    Bytes all;
-    std::array<std::byte, 16'384> piece;
-    while (const std::size_t count = stream.Read(piece))
-        all.insert(all.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
-    return all;
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>((size - i) * 7 / 5);
+    return bytes;
 }
 
 CRef<IMessageItem> NewItem(const CRef<IStoreFolder>& folder, std::uint32_t number)
@@ -101,7 +82,7 @@ void Attach(const CRef<IStoreFolder>& folder, const CRef<IMessageItem>& item, st
             bool isLarge)
 {
     if (const std::size_t size = isLarge ? kLargeBytes : AttachedBytes(number); size != 0) {
-        CPattern bytes(size);
+        CMemoryStream bytes(Pattern(size));
         item->GetAttachments()->AddAttachment(bytes, u"pattern.bin", u"");
     }
     if (HasEmbedded(number))
@@ -124,9 +105,8 @@ void ExpectItem(IMessageItem& item, std::uint32_t number)
     if (const std::size_t size = AttachedBytes(number); size != 0) {
         const auto attachment = attachments->GetAttachment(++count);
         const bool isLarge = number == kLargeItem && attachment->GetSize() == kLargeBytes;
-        CPattern expected(isLarge ? kLargeBytes : size);
-        const auto content = attachment->OpenContent();
-        EXPECT_TRUE(ReadAll(*content) == ReadAll(expected)) << "attachment of item " << number;
+        EXPECT_TRUE(ReadAll(*attachment->OpenContent()) == Pattern(isLarge ? kLargeBytes : size))
+            << "attachment of item " << number;
     }
     if (HasEmbedded(number))
         ExpectTexts(*attachments->GetAttachment(++count)->GetItem(), number);
@@ -150,6 +130,13 @@ std::uint32_t ExpectItems(const CRef<IStoreFolder>& root)
 }
 
 }  // namespace
+
+std::string NameOfMaking(const testing::TestParamInfo<Making>& tested)
+{
+    return tested.param == Making::WithCommits       ? "WithCommits"
+           : tested.param == Making::WithCheckpoints ? "WithCheckpoints"
+                                                     : "WithLargeItem";
+}
 
 std::filesystem::path MadeStorePath(const std::filesystem::path& folder)
 {
@@ -231,15 +218,6 @@ void ExpectMadeStore(const Bytes& file, const MakingProgress& progress, Ending e
     } catch (const std::exception& error) {
         ADD_FAILURE() << error.what();
     }
-}
-
-Bytes FileBytes(const std::filesystem::path& path)
-{
-    const auto source = platform::HostFileSystem().OpenSource(path);
-    Bytes bytes(source ? source->Size() : 0);
-    if (source)
-        bytes.resize(source->ReadAt(0, bytes));
-    return bytes;
 }
 
 }  // namespace pastille::tests

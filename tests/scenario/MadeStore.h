@@ -1,15 +1,18 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 #include "platform/FileSystem.h"
 #include "tests/support/StoreMemory.h"
 
 namespace pastille::tests {
 
-/// How far the making of a store has come. May lie in memory that processes share.
+/// How far the making of a store has come.
 struct MakingProgress {
     std::atomic<std::uint32_t> begun = 0;      ///< items whose saving has begun
     std::atomic<std::uint32_t> completed = 0;  ///< items that a kill must not take any more
@@ -24,6 +27,9 @@ enum class Making {
     WithCheckpoints,  ///< by itself, after every item and folder
     WithLargeItem,    ///< as WithCommits; one attachment is so large that it is written while more is made
 };
+
+/// Names a test of one way of making.
+std::string NameOfMaking(const testing::TestParamInfo<Making>& tested);
 
 std::filesystem::path MadeStorePath(const std::filesystem::path& folder);
 
@@ -49,8 +55,5 @@ void ExpectSound(const Bytes& file, Ending ending);
 /// True when there is a file header. There is none before a new store is brought to the disk for the first
 /// time.
 bool HasHeader(const Bytes& file);
-
-/// The bytes of a file; nothing when there is none.
-Bytes FileBytes(const std::filesystem::path& path);
 
 }  // namespace pastille::tests

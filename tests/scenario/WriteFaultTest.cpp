@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <sched.h>
-#include <sys/mount.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <functional>
@@ -82,7 +79,8 @@ std::uint64_t MakeStoreWith(std::uint64_t at, const Fault& fault, Making making,
 }
 
 class WriteFault : public testing::TestWithParam<Making> {};
-INSTANTIATE_TEST_SUITE_P(Stores, WriteFault, testing::Values(Making::WithCommits, Making::WithCheckpoints));
+INSTANTIATE_TEST_SUITE_P(Stores, WriteFault, testing::Values(Making::WithCommits, Making::WithCheckpoints),
+                         NameOfMaking);
 
 TEST_P(WriteFault, OfAnyChangeIsItsResultAndLeavesASoundStore)
 {
@@ -90,7 +88,8 @@ TEST_P(WriteFault, OfAnyChangeIsItsResultAndLeavesASoundStore)
     const std::uint64_t changes = MakeStoreWith(kNever, kFaults[0], GetParam(), result);
     ASSERT_EQ(result, 0);
     ASSERT_GT(changes, 50u);
-    for (std::uint64_t at = 1; at <= changes && !HasFailure(); ++at) {
+    // The step shares no divisor with the kinds of fault, so that each meets changes of every kind.
+    for (std::uint64_t at = 1; at <= changes && !HasFailure(); at += 4) {
         const Fault& fault = kFaults[at % std::size(kFaults)];
         SCOPED_TRACE("error " + std::to_string(fault.code) + " of change " + std::to_string(at));
         MakeStoreWith(at, fault, GetParam(), result);
@@ -120,7 +119,7 @@ std::size_t ExpectItemsOf(const SeenStore& source, const SeenStore& found)
     for (const auto& [path, items] : found) {
         const auto there = source.find(path);
         EXPECT_TRUE(items.empty() || (there != source.end() && std::ranges::includes(there->second, items)))
-            << platform::ToUtf8(path) << ": " << testing::PrintToString(items);
+            << path << ": " << testing::PrintToString(items);
     }
     return CountItems(found);
 }
@@ -141,10 +140,10 @@ void ExpectEarlyEnd(const CRepair& repair, const SeenStore& source, const Fault&
                                       : "Error: The new .pst file could not be written"))
         << boxes;
     ExpectSound(FileBytes(path), fault.isForGood ? Ending::Interrupted : Ending::Closed);
-    const std::size_t items = ExpectItemsOf(source, ReadStore(path));
+    const std::size_t items = ExpectItemsOf(source, repair.ReadBack());
     EXPECT_GT(items, 0u) << "an empty store is kept";
     static int kept = 0;
-    const auto seen = ++kept % 40 == 1 ? CountWithReadpst(path) : std::nullopt;
+    const auto seen = ++kept % 20 == 1 ? CountWithReadpst(path) : std::nullopt;
     EXPECT_EQ(seen ? seen->messages : items, items) << "to readpst";
 }
 
@@ -166,7 +165,7 @@ TEST(WriteFault, OfAnyChangeEndsARepairWithWhatWasSaved)
         ASSERT_EQ(repair.frontEnd.completions, 1) << repair.frontEnd.Boxes();
     }
     std::size_t kept = 0;
-    for (std::uint64_t at = 1; at <= none.count && !testing::Test::HasFailure(); ++at) {
+    for (std::uint64_t at = 1; at <= none.count && !testing::Test::HasFailure(); at += 2) {
         const Fault& fault = kFaults[at % std::size(kFaults)];
         SCOPED_TRACE("error " + std::to_string(fault.code) + " of change " + std::to_string(at));
         CRepair repair(store.Content());
@@ -178,32 +177,7 @@ TEST(WriteFault, OfAnyChangeEndsARepairWithWhatWasSaved)
             EXPECT_EQ(ExpectItemsOf(source, repair.ReadBack()), 10u);
         kept += repair.state.failed && repair.HasResult();
     }
-    EXPECT_GT(kept, none.count / 4) << "many failures come when there is something to keep";
-}
-
-/// A disk of its own for the test's process, or none where that is not allowed.
-bool MountSmallDisk(const std::filesystem::path& at)
-{
-    return ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           ::mount("tmpfs", at.c_str(), "tmpfs", 0, "size=1m") == 0;
-}
-
-TEST(WriteFault, ADiskThatFillsUpKeepsWhatWasSaved)
-{
-    StoreDescription large = TwoFolders();
-    for (StoreFolder& folder : large.folders)
-        for (StoreMessage& mail : folder.messages)
-            mail.attachments.push_back({.fileName = u"large.bin", .data = Bytes(120'000, std::byte{9})});
-    const CBuiltStore store(large);
-    CRepair repair(store.Content());
-    if (!MountSmallDisk(repair.settings.destinationFolder))
-        GTEST_SKIP() << "no disk can be mounted here";
-    repair.checkpoints.bytes = 0;
-    repair.Run();
-    EXPECT_TRUE(repair.state.failed);
-    EXPECT_TRUE(repair.HasResult());
-    ExpectEarlyEnd(repair, Expected(large), kFaults[0]);
-    ::umount(repair.settings.destinationFolder.c_str());
+    EXPECT_GT(kept, none.count / 8) << "many failures come when there is something to keep";
 }
 
 }  // namespace

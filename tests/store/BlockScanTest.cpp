@@ -42,20 +42,6 @@ void ExpectEveryBlock(const CBuiltStore& built, const store::CBlockTable& blocks
     EXPECT_GT(seen, 50u);
 }
 
-TEST(BlockScan, FindsEveryBlockThroughItsPages)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        CBuiltStore store(ManyBlocks(variant));
-        store.Damage().ZeroHeaderButMagic().Drop(PlaceKind::BbtIndex).DropBlockTrailers();
-        ExpectEveryBlock(store, CLoadedStore(store).source.blocks);
-        // A leaf whose level says otherwise still holds what only a leaf holds.
-        for (const StorePlace& page : store.Directory().All(PlaceKind::BbtLeaf))
-            store.Damage().FlipBits(page.offset + format::LayoutOf(variant).entrySizeOffset + 1, 4);
-        ExpectEveryBlock(store, CLoadedStore(store).source.blocks);
-    }
-}
-
 TEST(BlockScan, FindsBlocksByTheirTrailersWhenPagesAreLost)
 {
     for (const Variant variant : kAllVariants) {
@@ -70,16 +56,6 @@ TEST(BlockScan, FindsBlocksByTheirTrailersWhenPagesAreLost)
             ExpectEveryBlock(store, loaded.source.blocks);
         }
     }
-}
-
-TEST(BlockScan, PagesWithWrongSignatureGiveNoEntries)
-{
-    CBuiltStore store(ManyBlocks(Variant::Unicode));
-    store.Damage().BreakSignatures(PlaceKind::BbtLeaf).DropBlockTrailers();
-    const CLoadedStore loaded(store);
-    EXPECT_GT(loaded.findings.blockPages.refusedSignature, 0u);
-    for (const StorePlace& place : store.Directory().All(PlaceKind::Data))
-        EXPECT_FALSE(loaded.source.blocks.Find(static_cast<std::uint32_t>(place.bid)));
 }
 
 TEST(BlockScan, ABadEntryEndsItsPage)
@@ -174,26 +150,6 @@ TEST(BlockTable, TheFirstStretchOf4000RecordsThatHoldsABidDecides)
     blocks.Finish();
     EXPECT_EQ(blocks.Find(8)->cb, 10u) << "held by the first and the second stretch";
     EXPECT_EQ(blocks.Find(4002)->cb, 30u) << "inside the first one's range, but not held by it";
-}
-
-TEST(BlockTable, KeepsManyRecordsAndForgetsOnRemove)
-{
-    CTemporaryFolder folder;
-    const auto path = folder / "index";
-    store::CBlockTable blocks;
-    blocks.Create(platform::HostFileSystem(), path);
-    constexpr std::uint32_t kCount = 150'000;
-    for (std::uint32_t i = kCount; i > 0; --i)
-        blocks.Append({i * 4, i % 1000 + 1, i * 64ull});
-    blocks.Finish();
-    for (std::uint32_t i = 1; i <= kCount; i += 977) {
-        ASSERT_TRUE(blocks.Find(i * 4)) << i;
-        EXPECT_EQ(blocks.Find(i * 4)->ib, i * 64ull);
-    }
-    EXPECT_FALSE(blocks.Find(kCount * 4 + 4));
-    EXPECT_TRUE(std::filesystem::exists(path));
-    blocks.Remove();
-    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 }  // namespace

@@ -22,26 +22,6 @@ CBuiltStore EmptyStore(Variant variant, CryptMethod method, bool ost = false)
     return CBuiltStore(store);
 }
 
-TEST(CryptDetection, FindsTheMethodWhateverTheHeaderSays)
-{
-    for (const Variant variant : kAllVariants) {
-        for (const CryptMethod method : {CryptMethod::None, CryptMethod::Permute, CryptMethod::Cyclic}) {
-            SCOPED_TRACE(testing::Message() << VariantName(variant) << " " << static_cast<int>(method));
-            CBuiltStore store = EmptyStore(variant, method);
-            store.Damage().SetCryptByte(static_cast<std::uint8_t>((static_cast<int>(method) + 1) % 3));
-            CLoadedStore loaded(store);
-            ASSERT_TRUE(loaded.source.reader.IsMethodPending());
-            ASSERT_TRUE(loaded.Detect(kTopFolder));
-            EXPECT_EQ(loaded.source.reader.Method(), method);
-            EXPECT_FALSE(loaded.source.reader.IsMethodPending());
-            store::CBlockReader::Buffer block;
-            ASSERT_TRUE(loaded.source.reader.ReadContents(
-                *loaded.source.blocks.Find(loaded.Node(kTopFolder)->bidData), block));
-            EXPECT_EQ(format::LoadLE<std::uint16_t>(block, 2), 0xBCEC);
-        }
-    }
-}
-
 TEST(CryptDetection, TableBlocksCountInOstFilesOnly)
 {
     for (const CryptMethod method : {CryptMethod::None, CryptMethod::Permute, CryptMethod::Cyclic}) {
@@ -75,29 +55,6 @@ TEST(CryptDetection, APackedBlockTellsOnlyWhenThereIsAStream)
     ASSERT_EQ(format::LoadLE<std::uint16_t>(zeros, 2), 0xBCEC);
     const Bytes text(100, std::byte{'x'});
     EXPECT_EQ(store::HeapMethods(store::FileKind::Ost, format::kUnicode4kLayout, kBid, text), 0);
-}
-
-TEST(BlockContents, HeapsStayAsTheyAreAndStreamsInflate)
-{
-    StoreFormat format;
-    format.variant = Variant::Unicode4k;
-    format.crypt = CryptMethod::None;
-    Bytes heap(600, std::byte{0x11});
-    format::StoreLE(std::span(heap), 2, std::uint16_t{0xBCEC});
-    Bytes text(30000, std::byte{'x'});
-    std::uint64_t heapBid = 0, textBid = 0;
-    CLoadedStore loaded(RawStore(format, [&](CStoreFile& store) {
-        heapBid = store.WriteBlock(heap);
-        textBid = store.WriteBlock(text);
-        store.AddNode({0x8022, heapBid, 0, 0x122});
-    }));
-    store::CBlockReader::Buffer contents;
-    ASSERT_TRUE(loaded.source.reader.ReadContents(
-        *loaded.source.blocks.Find(static_cast<std::uint32_t>(heapBid)), contents));
-    EXPECT_EQ(contents, heap);
-    ASSERT_TRUE(loaded.source.reader.ReadContents(
-        *loaded.source.blocks.Find(static_cast<std::uint32_t>(textBid)), contents));
-    EXPECT_EQ(contents, text);
 }
 
 TEST(BlockContents, InflationIsBoundedAndKeepsWhatCameBeforeTheDamage)

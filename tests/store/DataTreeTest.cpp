@@ -46,31 +46,6 @@ Bytes ReadAll(CLoadedStore& loaded, std::uint64_t bid)
     return all;
 }
 
-TEST(DataTree, OneBlockAndBothTreeLevels)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        StoreFormat format;
-        format.variant = variant;
-        format.crypt =
-            variant == Variant::Unicode4k ? format::CryptMethod::None : format::CryptMethod::Cyclic;
-        format.childrenPerBlock = 4;
-        std::uint64_t one = 0, xblock = 0, xxblock = 0;
-        const auto loaded = Load(format, [&](CStoreFile& store) {
-            one = store.WriteData(Pattern(900), "one", 1000);
-            xblock = store.WriteData(Pattern(3500), "x", 1000);
-            xxblock = store.WriteData(Pattern(14'321), "xx", 1000);
-        });
-        EXPECT_EQ(store::LoadDataTree(loaded->source.reader, Low(one)).size(), 1u);
-        EXPECT_EQ(store::LoadDataTree(loaded->source.reader, Low(xxblock)).size(), 15u);
-        EXPECT_EQ(ReadAll(*loaded, one), Pattern(900));
-        EXPECT_EQ(ReadAll(*loaded, xblock), Pattern(3500));
-        EXPECT_EQ(ReadAll(*loaded, xxblock), Pattern(14'321));
-        EXPECT_TRUE(ReadAll(*loaded, 0).empty());
-        EXPECT_TRUE(ReadAll(*loaded, 0xFFFFF0).empty());
-    }
-}
-
 /// An XBLOCK or XXBLOCK as bytes.
 Bytes Tree(std::uint8_t level, const std::vector<std::uint64_t>& children)
 {
@@ -158,41 +133,6 @@ TEST(DataTree, BehindASubnodeBlockTheFirstEntryStandsForTheWhole)
     EXPECT_TRUE(ReadAll(*loaded, kFirstList).empty()) << "lists that name each other";
 }
 
-TEST(DataStream, HandsBlocksOnInPiecesOfAnySize)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        StoreFormat format;
-        format.variant = variant;
-        format.crypt = format::CryptMethod::None;
-        // The second looks like a heap, the third is as large as blocks get: in a 4 KB file the second may be
-        // packed, the third never is.
-        Bytes heapLike = Pattern(500);
-        format::StoreLE(std::span(heapLike), 2, std::uint16_t{0xBCEC});
-        Bytes largest = Pattern(format::LayoutOf(variant).largestBlock);
-        std::vector<std::uint32_t> bids;
-        const auto loaded = Load(format, [&](CStoreFile& store) {
-            for (const Bytes& block : {Pattern(700), heapLike})
-                bids.push_back(Low(store.WriteBlock(block)));
-            bids.push_back(0xFFFF0);
-            bids.push_back(Low(store.WriteBlock(largest, {.pack = false})));
-        });
-        Bytes expected = Pattern(700);
-        expected.insert(expected.end(), heapLike.begin(), heapLike.end());
-        expected.insert(expected.end(), largest.begin(), largest.end());
-
-        store::CDataBlocks blocks(loaded->source.reader, bids);
-        EXPECT_EQ(blocks.LookUp().blocks, 3u);
-        store::CDataStream stream(std::move(blocks));
-        Bytes all;
-        Bytes piece(333);
-        while (const std::size_t count = stream.Read(piece))
-            all.insert(all.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
-        EXPECT_TRUE(all == expected);
-        EXPECT_EQ(stream.Read(piece), 0u);
-    }
-}
-
 TEST(DataTree, LevelsAndKindsThatDoNotExistGiveNoChildren)
 {
     std::uint64_t deep = 0, subnodes = 0;
@@ -204,35 +144,6 @@ TEST(DataTree, LevelsAndKindsThatDoNotExistGiveNoChildren)
     EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(deep)).size(), 1u);
     EXPECT_TRUE(store::LoadSubnodes(loaded->source.reader, Low(deep)).empty());
     EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(subnodes)).size(), 1u);
-}
-
-TEST(Subnodes, BothLevelsInOrder)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        StoreFormat format;
-        format.variant = variant;
-        format.crypt =
-            variant == Variant::Unicode4k ? format::CryptMethod::None : format::CryptMethod::Permute;
-        format.childrenPerBlock = 6;
-        std::uint64_t few = 0, many = 0;
-        const auto loaded = Load(format, [&](CStoreFile& store) {
-            std::vector<SubnodeRef> entries;
-            for (std::uint32_t i = 0; i < 20; ++i) {
-                entries.push_back({0x1F + 32 * i, 4 + 4 * i, i % 2 == 0 ? 0 : 8 + 4 * i});
-                if (i == 4)
-                    few = store.WriteSubnodes(entries, "few");
-            }
-            many = store.WriteSubnodes(entries, "many");
-        });
-        EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(few)).size(), 5u);
-        const auto entries = store::LoadSubnodes(loaded->source.reader, Low(many));
-        ASSERT_EQ(entries.size(), 20u);
-        EXPECT_EQ(entries[13].nid, 0x1Fu + 32 * 13);
-        EXPECT_EQ(entries[13].bidData, 4u + 4 * 13);
-        EXPECT_EQ(entries[13].bidSub, 8u + 4 * 13);
-        EXPECT_TRUE(store::LoadSubnodes(loaded->source.reader, 0).empty());
-    }
 }
 
 TEST(Subnodes, CountsAndCyclesAreBounded)
@@ -254,54 +165,6 @@ TEST(Subnodes, CountsAndCyclesAreBounded)
     EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(kLong)).size(), 2u)
         << "only entries inside the block";
     EXPECT_EQ(store::LoadSubnodes(loaded->source.reader, Low(kOwn)).size(), 2u);
-}
-
-TEST(StringValues, ComeFromTheHeapOrFromTheSubnode)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        const bool wide = variant != Variant::Ansi;
-        StoreFormat format;
-        format.variant = variant;
-        if (variant == Variant::Unicode4k)
-            format.crypt = format::CryptMethod::None;
-        const auto type = static_cast<std::uint16_t>(wide ? 0x1F : 0x1E);
-        const std::u16string word = u"Grüße aus Köln";
-        const platform::CCodePage codePage("windows-1252");
-        Bytes stored = Text(0, word).value;
-        if (!wide) {
-            const std::string narrow = codePage.FromUtf16(word);
-            const auto bytes = std::as_bytes(std::span(narrow));
-            stored.assign(bytes.begin(), bytes.end());
-        }
-        constexpr std::uint32_t kSubnode = 0x803F;
-        std::uint64_t list = 0;
-        const auto loaded = Load(format, [&](CStoreFile& store) {
-            list = store.WriteSubnodes({{kSubnode, store.WriteBlock(stored), 0}}, "value");
-        });
-        std::map<std::uint16_t, StoredProperty> properties;
-        properties[0x3001] = {static_cast<format::PropertyType>(type), stored, {}, false};
-        const Bytes context =
-            BuildPropertyContext(properties, {}, 8176, variant == Variant::Unicode4k ? 19 : 16)
-                .Finish()
-                .front();
-        const store::CHeapBlock heap(format::CByteView(context), loaded->source.reader.Layout());
-        const auto subnodes = store::LoadSubnodes(loaded->source.reader, Low(list));
-        const auto read = [&](std::uint16_t asType, std::uint32_t hnid) {
-            return store::ReadStringValue(loaded->source.reader, heap, asType, hnid, subnodes, codePage);
-        };
-        const auto records = heap.PropertyRecords(true);
-        ASSERT_TRUE(records);
-        EXPECT_EQ(read(type, records->front().value), word);
-        EXPECT_EQ(read(type, kSubnode), word);
-        EXPECT_EQ(read(0x0102, records->front().value), u"") << "no text type";
-        EXPECT_EQ(read(0x0102, kSubnode), u"");
-        EXPECT_EQ(read(type, 0x805F), u"") << "no such subnode";
-        EXPECT_EQ(read(type, 0x7FE0), u"") << "beyond the page map";
-        EXPECT_EQ(store::ReadSubnodeText(loaded->source.reader, subnodes, kSubnode, type, codePage, 4).size(),
-                  wide ? 2u : 4u)
-            << "never more bytes than allowed";
-    }
 }
 
 TEST(HeapValues, AreNeverFoundThroughNodeIds)

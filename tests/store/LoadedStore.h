@@ -87,19 +87,6 @@ Bytes RawStore(const StoreFormat& format, Write write)
     return file.Content();
 }
 
-inline const char* VariantName(format::Variant variant)
-{
-    switch (variant) {
-        case format::Variant::Ansi:
-            return "Ansi";
-        case format::Variant::Unicode:
-            return "Unicode";
-        case format::Variant::Unicode4k:
-            return "Unicode4k";
-    }
-    return "";
-}
-
 inline constexpr format::Variant kAllVariants[] = {format::Variant::Ansi, format::Variant::Unicode,
                                                    format::Variant::Unicode4k};
 

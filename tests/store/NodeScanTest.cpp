@@ -45,31 +45,6 @@ std::vector<Fields> ScanPages(Variant variant,
     return found;
 }
 
-TEST(NodeScan, FindsEveryNodeWithoutRootAndIndexPages)
-{
-    for (const Variant variant : kAllVariants) {
-        SCOPED_TRACE(VariantName(variant));
-        StoreDescription description;
-        description.format.variant = variant;
-        description.format.nodesPerPage = 4;
-        description.format.childrenPerPage = 3;
-        for (int i = 0; i < 40; ++i)
-            description.messages.push_back(Mail(u"Mail", u"Ada", u"Body", FileTime(2020, 1, 1)));
-        std::set<Fields> expected;
-        description.beforeTrees = [&](CStoreFile& store) {
-            for (const NbtEntry& entry : store.Nodes())
-                expected.insert({entry.nid, entry.bidData, entry.bidSub, entry.parent});
-        };
-        CBuiltStore store(description);
-        ASSERT_GT(store.Directory().All(PlaceKind::NbtIndex).size(), 4u) << "the tree has several levels";
-        store.Damage().ZeroHeader().Drop(PlaceKind::NbtIndex).BreakSignatures(PlaceKind::NbtLeaf);
-        std::set<Fields> found;
-        for (const store::NodeRecord& record : Scan(store.Content(), variant))
-            found.insert(FieldsOf(record));
-        EXPECT_EQ(found, expected);
-    }
-}
-
 TEST(NodeScan, OrderIsBySubnodeBidAndThenAsFound)
 {
     const NbtEntry a{0x204, 40, 8, 0x122}, b{0x224, 44, 4, 0x122}, c{0x244, 48, 8, 0x122},
@@ -191,23 +166,6 @@ TEST(NodeScan, PagesBeforeTheScanStartAndBeyondTheEndDoNotCount)
         bytes.resize(page + 40);
         EXPECT_EQ(Scan(bytes, variant).Size(), 0u) << "a page cut off has no trailer";
     }
-}
-
-TEST(NodeScan, EndsWhenAskedTo)
-{
-    const Bytes bytes(1 << 20);
-    CMemoryFileSystem files(bytes);
-    store::CSourceFile source;
-    source.Open(files, "source.pst");
-    store::CNodeList nodes;
-    store::PageFindings findings;
-    std::uint64_t reached = 0;
-    EXPECT_FALSE(
-        store::ScanNodePages(source, format::kUnicodeLayout, nodes, findings, [&](std::uint64_t offset) {
-            reached = offset;
-            return false;
-        }));
-    EXPECT_EQ(reached, 18432u + 4096u);
 }
 
 }  // namespace

@@ -169,27 +169,12 @@ TEST(Run, AStopInAnyPhaseEndsInTheAbortedMessage)
     }
 }
 
-TEST(Run, SeveralRunsOnOneEngineDoNotKnowOfEachOther)
-{
-    const Bytes bytes = SoundStore();
-    RecordedRun run(bytes);
-    store::COutLook engine(run.files, run.frontEnd, run.recovery);
-    platform::RunSettings settings;
-    settings.sourcePath = "source.pst";
-    for (int i = 0; i < 2; ++i) {
-        engine.Run(settings, run.state);
-        EXPECT_EQ(engine.Figures().nodes, run.recovery.nodes);
-        EXPECT_EQ(engine.Figures().variant, format::Variant::Unicode);
-    }
-    EXPECT_EQ(run.frontEnd.completions, 2);
-}
-
 TEST(Run, PercentagesAreSentWhenTheyChange)
 {
     Bytes bytes = SoundStore();
     RecordedRun run(bytes);
     run.Start();
-    const auto& percents = run.frontEnd.percents;
+    const auto percents = run.frontEnd.All<platform::PercentMessage>();
     ASSERT_FALSE(percents.empty());
     for (std::size_t i = 1; i < percents.size(); ++i)
         EXPECT_FALSE(percents[i].percent == percents[i - 1].percent &&

@@ -51,23 +51,6 @@ struct LonePage {
     }
 };
 
-TEST(Validation, KnowsEveryVariantAndKindEvenWithoutHeader)
-{
-    for (const Variant variant : kAllVariants) {
-        for (const bool ost : {false, true}) {
-            SCOPED_TRACE(VariantName(variant));
-            CBuiltStore store(SmallStore(variant, ost));
-            for (const bool wrecked : {false, true}) {
-                if (wrecked)
-                    store.Damage().ZeroHeaderButMagic();
-                const Probed probed = Probe(store.Content());
-                EXPECT_EQ(probed.kind, ost ? FileKind::Ost : FileKind::Pst);
-                EXPECT_EQ(probed.variant, variant);
-            }
-        }
-    }
-}
-
 TEST(Validation, RefusesAddressBooksAndUnknownMagics)
 {
     CBuiltStore store(SmallStore(Variant::Unicode));
@@ -160,17 +143,6 @@ TEST(Validation, ShortFilesAreDecidedByTheHeader)
         EXPECT_EQ(Probe(store.Content()).variant, expected) << size;
         EXPECT_EQ(Probe(store.Content()).kind, size >= 10 ? FileKind::Pst : FileKind::Unknown) << size;
     }
-}
-
-TEST(Validation, StopsWhenAskedTo)
-{
-    const Bytes empty(10 << 20);
-    CMemoryFileSystem files(empty);
-    store::CSourceFile source;
-    source.Open(files, "source.pst");
-    int asked = 0;
-    EXPECT_EQ(store::ProbeVariant(source, [&](std::uint64_t) { return ++asked < 3; }), std::nullopt);
-    EXPECT_EQ(asked, 3);
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "tests/support/FakeComponent.h"
 
 #include <algorithm>
-#include <array>
 #include <fstream>
 #include <functional>
 
 #include "platform/Text.h"
+#include "tests/support/ByteStreams.h"
 
 namespace pastille::tests {
 namespace {
@@ -28,15 +28,6 @@ public:
     virtual const std::shared_ptr<FakeItem>& Shared() const = 0;
 };
 
-std::string ReadStream(platform::IByteStream& stream)
-{
-    std::string bytes;
-    std::array<std::byte, 1000> piece;
-    while (const std::size_t count = stream.Read(piece))
-        bytes.append(reinterpret_cast<const char*>(piece.data()), count);
-    return bytes;
-}
-
 class CAttachments final : public IAttachmentList {
 public:
     CAttachments(CFakeComponent& owner, std::shared_ptr<FakeItem> item)
@@ -50,7 +41,7 @@ public:
         m_owner.Enter("AddAttachment:" + platform::ToUtf8(fileName), kInterfaceId);
         m_item->attachments.push_back({.fileName = std::u16string(fileName),
                                        .displayName = std::u16string(displayName),
-                                       .bytes = ReadStream(content)});
+                                       .bytes = ReadAll(content)});
     }
     void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) override
     {
@@ -160,7 +151,7 @@ public:
     {
         m_component.Enter("AddPicture:" + platform::ToUtf8(fileName), kInterfaceId);
         Shared()->attachments.push_back(
-            {.fileName = std::u16string(fileName), .bytes = ReadStream(content), .isPicture = true});
+            {.fileName = std::u16string(fileName), .bytes = ReadAll(content), .isPicture = true});
     }
 
 private:

@@ -20,8 +20,6 @@ public:
         if (m_faults.onSourceRead)
             m_faults.onSourceRead(offset);
         std::uint64_t end = offset + into.size();
-        if (m_faults.longestRead != 0)
-            end = std::min(end, offset + m_faults.longestRead);
         if (m_faults.shrinksTo)
             end = std::min(end, std::max(offset, *m_faults.shrinksTo));
         for (const FileFaults::Range& range : m_faults.unreadable) {
@@ -140,12 +138,33 @@ std::size_t CMemorySource::ReadAt(std::uint64_t offset, std::span<std::byte> int
     return count;
 }
 
+Bytes FileBytes(const std::filesystem::path& path)
+{
+    const auto source = platform::HostFileSystem().OpenSource(path);
+    Bytes bytes(source ? source->Size() : 0);
+    if (source)
+        bytes.resize(source->ReadAt(0, bytes));
+    return bytes;
+}
+
 CTemporaryFolder::CTemporaryFolder()
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "pastille-test-XXXXXX").string();
+    std::string pattern = (std::filesystem::temp_directory_path() / "pastille test XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr)
         Fail(std::errc::io_error);
     m_path = pattern;
+}
+
+std::filesystem::path CTemporaryFolder::MakeFolder(const std::string& name) const
+{
+    std::filesystem::create_directories(m_path / name);
+    return m_path / name;
+}
+
+std::filesystem::path CTemporaryFolder::WriteFile(const std::string& name, std::string_view bytes) const
+{
+    platform::HostFileSystem().Create(m_path / name)->WriteAt(0, std::as_bytes(std::span(bytes)));
+    return m_path / name;
 }
 
 CTemporaryFolder::~CTemporaryFolder()

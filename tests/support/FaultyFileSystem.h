@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/FileSystem.h"
@@ -35,7 +36,6 @@ struct FileFaults {
         std::uint64_t offset, length;
     };
     std::vector<Range> unreadable{};                    ///< of every source: reads stop before it
-    std::size_t longestRead = 0;                        ///< no read of a source gives more; 0: no limit
     std::optional<std::uint64_t> shrinksTo{};           ///< sources end here, though they say they are longer
     std::optional<std::uint64_t> diskBytes{};           ///< writing fails once so many bytes were written
     std::optional<std::uint64_t> failingWrite{};        ///< this write fails and all after it
@@ -151,6 +151,9 @@ private:
     std::span<const std::byte> m_bytes;
 };
 
+/// The bytes of a file; nothing when there is none.
+Bytes FileBytes(const std::filesystem::path& path);
+
 /// A folder of its own for one test, gone with this object.
 class CTemporaryFolder {
 public:
@@ -160,6 +163,9 @@ public:
     CTemporaryFolder& operator=(const CTemporaryFolder&) = delete;
     const std::filesystem::path& Path() const { return m_path; }
     std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+    /// A new folder below it.
+    std::filesystem::path MakeFolder(const std::string& name) const;
+    std::filesystem::path WriteFile(const std::string& name, std::string_view bytes) const;
 
 private:
     std::filesystem::path m_path;

@@ -65,24 +65,17 @@ const FoundValue* FindValue(const FoundItem& item, const StoreName& name)
 
 std::u16string TextValue(const FoundValues& values, std::uint16_t id)
 {
-    std::u16string text;
     const auto found = values.find(id);
-    if (found == values.end() || found->second.type != format::PropertyType::String)
-        return text;
-    const Bytes& bytes = found->second.bytes;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
-        text.push_back(static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, i)));
-    return text;
+    const bool isText = found != values.end() && found->second.type == format::PropertyType::String;
+    return isText ? TextOf(found->second.bytes) : std::u16string();
 }
 
 std::uint64_t NumberValue(const FoundValues& values, std::uint16_t id)
 {
-    std::uint64_t number = 0;
     const auto found = values.find(id);
-    for (std::size_t i = 0; found != values.end() && i < std::min<std::size_t>(8, found->second.bytes.size());
-         ++i)
-        number |= std::uint64_t{std::to_integer<std::uint8_t>(found->second.bytes[i])} << (8 * i);
-    return number;
+    Bytes bytes = found == values.end() ? Bytes() : found->second.bytes;
+    bytes.resize(8);
+    return format::LoadLE<std::uint64_t>(bytes, 0);
 }
 
 std::vector<const FoundItem*> OfClass(const std::vector<FoundItem>& items, std::u16string_view messageClass)

@@ -34,7 +34,6 @@ struct FoundItem {
     /// The named ones. A reader that does not tell the property sets leaves them zero.
     std::map<StoreName, FoundValue> named{};
     std::vector<FoundAttachment> attachments{};
-    std::size_t recipients = 0;
 
     // What pffexport makes of it.
     std::string kind{};                          ///< "Message", "Contact", "Appointment", ...

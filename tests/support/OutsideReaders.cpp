@@ -119,22 +119,6 @@ std::vector<DumpedEntry> ReadDump(const std::filesystem::path& path)
     return entries;
 }
 
-Bytes ReadFile(const std::filesystem::path& path)
-{
-    Bytes bytes(static_cast<std::size_t>(std::filesystem::file_size(path)));
-    std::ifstream(path, std::ios::binary)
-        .read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
-
-/// The text from its first ASCII character on: of a subject that begins with others the program takes the
-/// first two bytes for a mark and drops them.
-std::string FromAscii(const std::string& text)
-{
-    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
-    return {std::find_if(text.begin(), text.end(), isAscii), text.end()};
-}
-
 /// Lines of a label, tabs and a value, up to the body.
 std::map<std::string, std::string> ReadForm(const std::filesystem::path& path)
 {
@@ -172,7 +156,7 @@ void ReadExportedAttachments(const std::filesystem::path& folder, FoundItem& ite
         FoundAttachment& attachment = item.attachments[number - 1];
         if (!entry.is_directory()) {
             attachment.fileName = name.substr(name.find('_') + 1);
-            attachment.data = ReadFile(entry.path());
+            attachment.data = FileBytes(entry.path());
             continue;
         }
         for (const auto& inner : std::filesystem::directory_iterator(entry.path()))
@@ -187,7 +171,7 @@ FoundItem ReadExportedItem(const std::filesystem::path& folder)
     for (const char* const extension : {".txt", ".html", ".rtf"}) {
         const std::filesystem::path body = folder / (std::string("Message") + extension);
         if (std::filesystem::exists(body))
-            item.bodies[extension] = ReadFile(body);
+            item.bodies[extension] = FileBytes(body);
     }
     for (const DumpedEntry& entry : ReadDump(folder / "ItemValues.txt")) {
         if (entry.name)
@@ -221,6 +205,12 @@ void ReadExportedFolder(const std::filesystem::path& folder, const std::string& 
 }
 
 }  // namespace
+
+std::string FromAscii(const std::string& text)
+{
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    return {std::ranges::find_if(text, isAscii), text.end()};
+}
 
 std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
 {

@@ -32,4 +32,8 @@ struct PffexportOptions {
 std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesystem::path& store,
                                                              const PffexportOptions& options = {});
 
+/// The text from its first ASCII character on: of a subject that begins with others pffexport takes the first
+/// two bytes for a mark and drops them.
+std::string FromAscii(const std::string& text);
+
 }  // namespace pastille::tests

@@ -5,6 +5,7 @@
 #include "format/Bytes.h"
 #include "format/Checksum.h"
 #include "format/Ids.h"
+#include "format/NameId.h"
 #include "tests/support/StoreTemplates.h"
 
 namespace pastille::tests {
@@ -21,17 +22,6 @@ constexpr std::uint32_t kSearchFolder = 0x2223;
 constexpr std::u16string_view kSearchFolderName = u"SPAM Search Folder 2";
 constexpr std::uint16_t kHashBuckets = 251;
 
-/// Bytes that look random and are the same in every build.
-Bytes FixedBytes(std::uint32_t seed, std::size_t count)
-{
-    Bytes bytes(count);
-    for (std::byte& byte : bytes) {
-        seed = seed * 1664525u + 1013904223u;
-        byte = static_cast<std::byte>(seed >> 24);
-    }
-    return bytes;
-}
-
 void Append(Bytes& to, std::span<const std::byte> more)
 {
     to.insert(to.end(), more.begin(), more.end());
@@ -42,17 +32,6 @@ Bytes Stored(Integer value)
 {
     Bytes bytes(sizeof value);
     StoreLE(std::span(bytes), 0, value);
-    return bytes;
-}
-
-Bytes GuidBytes(const format::Guid& guid)
-{
-    Bytes bytes(16);
-    StoreLE(std::span(bytes), 0, guid.data1);
-    StoreLE(std::span(bytes), 4, guid.data2);
-    StoreLE(std::span(bytes), 6, guid.data3);
-    for (std::size_t i = 0; i < 8; ++i)
-        bytes[8 + i] = static_cast<std::byte>(guid.data4[i]);
     return bytes;
 }
 
@@ -107,10 +86,7 @@ PropertyType CStoreBuilder::StringType() const
 
 Bytes CStoreBuilder::CodePageText(const Bytes& wide) const
 {
-    std::u16string text;
-    for (std::size_t i = 0; i + 1 < wide.size(); i += 2)
-        text.push_back(static_cast<char16_t>(format::LoadLE<std::uint16_t>(wide, i)));
-    const std::string narrow = m_codePage.FromUtf16(text);
+    const std::string narrow = m_codePage.FromUtf16(TextOf(wide));
     const auto bytes = std::as_bytes(std::span(narrow));
     return {bytes.begin(), bytes.end()};
 }
@@ -588,7 +564,8 @@ void CStoreBuilder::WriteNameMap()
             guid = static_cast<std::uint16_t>(3 + (known - sets.begin()));
             if (known == sets.end()) {
                 sets.push_back(name.set);
-                Append(guids, GuidBytes(name.set));
+                guids.resize(guids.size() + format::kGuidSize);
+                format::EncodeGuid(name.set, std::span(guids).last(format::kGuidSize));
             }
         }
         const Bytes text = Text(0, name.name).value;

@@ -177,13 +177,6 @@ CStoreDamage& CStoreDamage::BreakSignatures(PlaceKind kind)
     return *this;
 }
 
-CStoreDamage& CStoreDamage::SetPageType(PlaceKind kind, std::uint8_t type)
-{
-    for (const StorePlace& place : m_directory.All(kind))
-        Write(place.offset + m_layout.typeOffset, Bytes(2, static_cast<std::byte>(type)));
-    return *this;
-}
-
 CStoreDamage& CStoreDamage::SetPageCount(PlaceKind kind, std::uint16_t count)
 {
     Bytes bytes(2);
@@ -209,16 +202,6 @@ void CStoreDamage::Seal(std::uint64_t page)
     Bytes crc(4);
     StoreLE(std::span(crc), 0, format::ComputeCrc(std::span(bytes).first(m_layout.typeOffset)));
     Write(page + m_layout.pageCrcOffset, crc);
-}
-
-CStoreDamage& CStoreDamage::SetParent(std::uint32_t nid, std::uint32_t parent)
-{
-    const std::uint64_t at = m_directory.nodeEntries.at(nid);
-    Bytes value(4);
-    StoreLE(std::span(value), 0, parent);
-    Write(at + 3 * m_layout.keyWidth, value);
-    Seal(at / m_layout.pageSize * m_layout.pageSize);
-    return *this;
 }
 
 CStoreDamage& CStoreDamage::SetNode(const NbtEntry& entry)
@@ -253,19 +236,6 @@ CStoreDamage& CStoreDamage::EditBlock(const std::string& name,
     Bytes crc(4);
     StoreLE(std::span(crc), 0, format::ComputeCrc(data));
     return Write(place.offset, data).Write(trailer + m_layout.blockCrcOffset, crc);
-}
-
-CStoreDamage& CStoreDamage::ScrambleOffsets(const std::string& name, std::uint32_t seed)
-{
-    std::minstd_rand random(seed);
-    return EditBlock(name, [&](std::span<std::byte> block) {
-        const std::size_t map = LoadLE<std::uint16_t>(block, 0);
-        // Records are the second item of the contexts that the builder writes.
-        const std::size_t start = LoadLE<std::uint16_t>(block, map + 6);
-        const std::size_t end = LoadLE<std::uint16_t>(block, map + 8);
-        for (std::size_t at = start; at + 8 <= end; at += 8)
-            StoreLE(block, at + 4, static_cast<std::uint32_t>(random() * 7));
-    });
 }
 
 CStoreDamage& CStoreDamage::PointPageAtItself(std::size_t number)

@@ -47,19 +47,15 @@ public:
     CStoreDamage& DropOldNodePages();
     CStoreDamage& Drop(const std::string& name);
     CStoreDamage& BreakSignatures(PlaceKind kind);
-    CStoreDamage& SetPageType(PlaceKind kind, std::uint8_t type);
     CStoreDamage& SetPageCount(PlaceKind kind, std::uint16_t count);
     /// Zeroes the trailers of all data blocks.
     CStoreDamage& DropBlockTrailers();
 
     // Entries and contents.
-    CStoreDamage& SetParent(std::uint32_t nid, std::uint32_t parent);
     CStoreDamage& SetNode(const NbtEntry& entry);
     /// Changes a block's contents, decoded; encodes them again and mends CRC. Only for blocks that are not
     /// packed.
     CStoreDamage& EditBlock(const std::string& name, const std::function<void(std::span<std::byte>)>& edit);
-    /// Overwrites the HNIDs of a property context with values drawn from `seed`.
-    CStoreDamage& ScrambleOffsets(const std::string& name, std::uint32_t seed);
     /// Every entry of the NBT leaf page names the page's own BID as node, data, subnodes and parent.
     CStoreDamage& PointPageAtItself(std::size_t number);
 

@@ -1,6 +1,5 @@
 #include "tests/support/StoreDescription.h"
 
-#include <bit>
 #include <chrono>
 
 #include "format/Bytes.h"
@@ -21,12 +20,30 @@ Bytes LittleEndian(Integer value)
 
 }  // namespace
 
+Bytes FixedBytes(std::uint32_t seed, std::size_t count)
+{
+    Bytes bytes(count);
+    for (std::byte& byte : bytes) {
+        seed = seed * 1664525u + 1013904223u;
+        byte = static_cast<std::byte>(seed >> 24);
+    }
+    return bytes;
+}
+
 StoreProperty Text(std::uint16_t id, std::u16string_view text)
 {
     Bytes value(text.size() * 2);
     for (std::size_t i = 0; i < text.size(); ++i)
         format::StoreLE(std::span(value), 2 * i, static_cast<std::uint16_t>(text[i]));
     return {.id = id, .type = PropertyType::String, .value = std::move(value)};
+}
+
+std::u16string TextOf(std::span<const std::byte> bytes)
+{
+    std::u16string text;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
+        text.push_back(static_cast<char16_t>(format::LoadLE<std::uint16_t>(bytes, i)));
+    return text;
 }
 
 StoreProperty Number(std::uint16_t id, std::uint32_t value)
@@ -37,13 +54,6 @@ StoreProperty Number(std::uint16_t id, std::uint32_t value)
 StoreProperty Number16(std::uint16_t id, std::uint16_t value)
 {
     return {.id = id, .type = PropertyType::Integer16, .value = LittleEndian(value)};
-}
-
-StoreProperty Real(std::uint16_t id, double value)
-{
-    return {.id = id,
-            .type = PropertyType::Floating64,
-            .value = LittleEndian(std::bit_cast<std::uint64_t>(value))};
 }
 
 StoreProperty Flag(std::uint16_t id, bool value)

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,7 +32,6 @@ struct StoreProperty {
 StoreProperty Text(std::uint16_t id, std::u16string_view text);
 StoreProperty Number(std::uint16_t id, std::uint32_t value);
 StoreProperty Number16(std::uint16_t id, std::uint16_t value);
-StoreProperty Real(std::uint16_t id, double value);
 StoreProperty Flag(std::uint16_t id, bool value);
 /// `fileTime`: 100 ns since 1601-01-01 UTC.
 StoreProperty Time(std::uint16_t id, std::uint64_t fileTime);
@@ -43,6 +43,11 @@ StoreProperty Texts(std::uint16_t id, const std::vector<std::u16string>& texts);
 StoreProperty Behind(std::uint16_t id, format::PropertyType type, std::uint32_t hnid);
 /// The same property in a subnode, its data in blocks of `leafBytes` (0: as large as possible).
 StoreProperty InSubnode(StoreProperty property, std::size_t leafBytes = 0);
+
+/// Bytes that look random, pack badly and are the same in every build.
+Bytes FixedBytes(std::uint32_t seed, std::size_t count);
+/// The text of UTF-16 bytes as a store keeps them.
+std::u16string TextOf(std::span<const std::byte> bytes);
 
 /// A FILETIME from a date and time, UTC.
 std::uint64_t FileTime(int year, unsigned month, unsigned day, unsigned hour = 0, unsigned minute = 0);

@@ -7,6 +7,8 @@
 
 #include "format/Bytes.h"
 #include "format/Checksum.h"
+#include "format/Header.h"
+#include "format/Page.h"
 
 namespace pastille::tests {
 namespace {
@@ -72,34 +74,28 @@ const StorePlace& StoreDirectory::FindBlock(std::uint64_t bid) const
 
 StoreDirectory FindTreePages(std::span<const std::byte> store, StoreFormat& format)
 {
-    const auto version = format::LoadLE<std::uint16_t>(store, 10);
-    format.variant = version == 36 ? Variant::Unicode4k : version >= 23 ? Variant::Unicode : Variant::Ansi;
-    format.ost = format::LoadLE<std::uint16_t>(store, 8) == 0x4F53;
+    const format::CByteView view(store);
+    format.variant = format::VariantOfVersion(view.ReadOrZero<std::uint16_t>(10)).value();
+    format.ost = view.ReadOrZero<std::uint16_t>(8) == 0x4F53;
     const format::VariantLayout& layout = format::LayoutOf(format.variant);
-    format.crypt = static_cast<format::CryptMethod>(store[layout.cryptMethodOffset]);
-    const auto key = [&](std::size_t at) {
-        return layout.wide ? format::LoadLE<std::uint64_t>(store, at)
-                           : format::LoadLE<std::uint32_t>(store, at);
-    };
-    const std::size_t root = layout.wide ? 0xD8 : 0xB8;
-    std::vector<std::uint64_t> pages = {key(root + layout.keyWidth), key(root + 3 * layout.keyWidth)};
+    const format::FileHeader header = format::DecodeHeader(layout, view)->header;
+    format.crypt = static_cast<format::CryptMethod>(header.cryptMethod);
+    std::vector<format::BlockReference> pages = {header.nodeTree, header.blockTree};
     StoreDirectory directory;
     while (!pages.empty()) {
-        const std::uint64_t at = pages.back();
+        const format::BlockReference at = pages.back();
         pages.pop_back();
-        const auto count = std::to_integer<std::size_t>(store[at + layout.countOffset]);
-        const bool isLeaf = store[at + layout.entrySizeOffset + 1] == std::byte{0};
-        const bool isNbt = store[at + layout.typeOffset] == std::byte{kNbtPage};
-        for (std::size_t i = 0; i < count && !isLeaf; ++i)
-            pages.push_back(key(at + i * layout.blockEntrySize + 2 * layout.keyWidth));
+        const auto page = format::CTreePage::Parse(layout, view.Sub(at.offset, layout.pageSize).value());
+        const bool isLeaf = page->Level() == 0, isNbt = page->Tree() == format::PageType::NodeTree;
+        for (std::size_t i = 0; i < page->Count() && !isLeaf; ++i)
+            pages.push_back(page->ChildAt(i).child);
         const PlaceKind leaf = isNbt ? PlaceKind::NbtLeaf : PlaceKind::BbtLeaf;
         const PlaceKind index = isNbt ? PlaceKind::NbtIndex : PlaceKind::BbtIndex;
-        directory.places.push_back({isLeaf ? leaf : index,
-                                    {},
-                                    at,
-                                    layout.pageSize,
-                                    layout.typeOffset,
-                                    key(at + layout.pageBidOffset)});
+        directory.places.push_back({.kind = isLeaf ? leaf : index,
+                                    .offset = at.offset,
+                                    .extent = layout.pageSize,
+                                    .stored = layout.typeOffset,
+                                    .bid = at.bid});
     }
     return directory;
 }
@@ -404,7 +400,7 @@ std::uint64_t CStoreFile::WritePage(PageBody body, const PageOptions& options, P
 {
     const std::uint64_t own = options.bid.value_or(m_nextPage);
     if (!options.bid)
-        m_nextPage += m_format.pageBidStep;
+        m_nextPage += 4;
     const std::uint64_t offset = AllocatePage();
     body.bytes.resize(m_layout.pageSize);
     const std::span<std::byte> page(body.bytes);
@@ -470,46 +466,40 @@ std::uint64_t CStoreFile::WriteBbtPage(const std::vector<BbtEntry>& entries, con
                      options, PlaceKind::BbtLeaf, nullptr);
 }
 
-std::vector<CStoreFile::Child> CStoreFile::WriteNbtLeaves()
+template <class Entry, class Key, class Write>
+std::vector<CStoreFile::Child> CStoreFile::WriteLeaves(std::vector<Entry> entries, Key key,
+                                                       std::size_t perPage, Write write)
 {
-    std::vector<NbtEntry> sorted = m_nodes;
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const auto& a, const auto& b) { return a.nid < b.nid; });
-    const std::size_t fitting = m_layout.countOffset / m_layout.nodeEntrySize;
-    const std::size_t perPage = m_format.nodesPerPage != 0 ? m_format.nodesPerPage : fitting;
+    std::ranges::stable_sort(entries, {}, key);
     std::vector<Child> level;
-    for (std::size_t first = 0; first < sorted.size(); first += perPage) {
-        const std::size_t count = std::min(perPage, sorted.size() - first);
-        const auto begin = sorted.begin() + static_cast<std::ptrdiff_t>(first);
-        const std::vector<NbtEntry> entries(begin, begin + static_cast<std::ptrdiff_t>(count));
+    for (std::size_t first = 0; first < entries.size(); first += perPage) {
+        const auto begin = entries.begin() + static_cast<std::ptrdiff_t>(first);
+        const auto count = static_cast<std::ptrdiff_t>(std::min(perPage, entries.size() - first));
+        const std::vector<Entry> page(begin, begin + count);
         const std::uint64_t bid = m_nextPage;
-        const std::uint64_t ib = WriteNbtPage(entries);
-        for (std::size_t i = 0; i < count && m_format.keepDirectory; ++i)
-            m_directory.nodeEntries[entries[i].nid] = ib + i * m_layout.nodeEntrySize;
-        level.push_back({entries.front().nid, bid, ib});
+        level.push_back({page.front().*key, bid, write(page)});
     }
     return level;
 }
 
+std::vector<CStoreFile::Child> CStoreFile::WriteNbtLeaves()
+{
+    const std::size_t fitting = m_layout.countOffset / m_layout.nodeEntrySize;
+    const std::size_t perPage = m_format.nodesPerPage != 0 ? m_format.nodesPerPage : fitting;
+    return WriteLeaves(m_nodes, &NbtEntry::nid, perPage, [this](const std::vector<NbtEntry>& page) {
+        const std::uint64_t ib = WriteNbtPage(page);
+        for (std::size_t i = 0; i < page.size() && m_format.keepDirectory; ++i)
+            m_directory.nodeEntries[page[i].nid] = ib + i * m_layout.nodeEntrySize;
+        return ib;
+    });
+}
+
 std::vector<CStoreFile::Child> CStoreFile::WriteBbtLeaves()
 {
-    std::vector<BbtEntry> sorted = m_blocks;
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const auto& a, const auto& b) { return a.bid < b.bid; });
     const std::size_t fitting = m_layout.countOffset / m_layout.blockEntrySize;
     const std::size_t perPage = m_format.blocksPerPage != 0 ? m_format.blocksPerPage : fitting;
-    std::vector<Child> level;
-    for (std::size_t first = 0; first < sorted.size(); first += perPage) {
-        const std::size_t count = std::min(perPage, sorted.size() - first);
-        const auto begin = sorted.begin() + static_cast<std::ptrdiff_t>(first);
-        const std::vector<BbtEntry> entries(begin, begin + static_cast<std::ptrdiff_t>(count));
-        const std::uint64_t bid = m_nextPage;
-        const std::uint64_t ib = WriteBbtPage(entries);
-        for (std::size_t i = 0; i < count && m_format.keepDirectory; ++i)
-            m_directory.blockEntries[entries[i].bid] = ib + i * m_layout.blockEntrySize;
-        level.push_back({entries.front().bid, bid, ib});
-    }
-    return level;
+    return WriteLeaves(m_blocks, &BbtEntry::bid, perPage,
+                       [this](const std::vector<BbtEntry>& page) { return WriteBbtPage(page); });
 }
 
 CStoreFile::Child CStoreFile::WriteTree(std::vector<Child> level, std::uint8_t type, PlaceKind indexKind)

@@ -28,7 +28,6 @@ struct StoreFormat {
     Packing packing = Packing::AllButHeaps;
     bool encodeBeforePacking = true;  ///< the order that independent readers of 4 KB files take
     std::uint64_t firstPageBid = 0x1000001;
-    std::uint64_t pageBidStep = 4;
     std::size_t nodesPerPage = 0;      ///< entries of an NBT leaf page; 0: as many as fit
     std::size_t blocksPerPage = 0;     ///< entries of a BBT leaf page
     std::size_t childrenPerPage = 0;   ///< entries of an index page
@@ -38,6 +37,12 @@ struct StoreFormat {
     std::size_t reservedPageSlots = 0;  ///< page places kept at the very start, filled first by tree pages
     bool keepDirectory = true;          ///< false for stores too large to remember every block's name
 };
+
+inline const char* VariantName(format::Variant variant)
+{
+    constexpr const char* kNames[] = {"Ansi", "Unicode", "Unicode4k"};
+    return kNames[static_cast<std::size_t>(variant) - 1];
+}
 
 struct NbtEntry {
     std::uint32_t nid = 0;
@@ -75,9 +80,8 @@ struct StorePlace {
 /// Where everything landed.
 struct StoreDirectory {
     std::vector<StorePlace> places;
-    std::map<std::uint32_t, std::uint64_t> nodeEntries;   ///< file offset of a node's entry in its leaf page
-    std::map<std::uint64_t, std::uint64_t> blockEntries;  ///< file offset of a block's entry in its leaf page
-    std::map<std::string, std::uint32_t> nodes;           ///< node ids by name
+    std::map<std::uint32_t, std::uint64_t> nodeEntries;  ///< file offset of a node's entry in its leaf page
+    std::map<std::string, std::uint32_t> nodes;          ///< node ids by name
 
     std::vector<StorePlace> All(PlaceKind kind) const;
     /// The only place of that name, or the first. Raises std::out_of_range: the test names something that is
@@ -145,8 +149,6 @@ public:
     const std::vector<NbtEntry>& Nodes() const { return m_nodes; }
     NbtEntry Node(std::uint32_t nid) const;
     const std::vector<BbtEntry>& Blocks() const { return m_blocks; }
-    /// Adds an entry for a block that is not there, or a second one.
-    void AddBlockEntry(const BbtEntry& entry) { m_blocks.push_back(entry); }
     /// Whether blocks written from now on get entries in the BBT.
     void ListBlocks(bool listed) { m_listsBlocks = listed; }
 
@@ -190,6 +192,8 @@ private:
 
     std::uint64_t WritePage(PageBody body, const PageOptions& options, PlaceKind kind, std::uint64_t* bid);
     Child WriteTree(std::vector<Child> level, std::uint8_t type, PlaceKind indexKind);
+    template <class Entry, class Key, class Write>
+    std::vector<Child> WriteLeaves(std::vector<Entry> entries, Key key, std::size_t perPage, Write write);
     std::vector<Child> WriteNbtLeaves();
     std::vector<Child> WriteBbtLeaves();
     void WriteMaps();

@@ -29,15 +29,14 @@ CStoreFindings CheckedStore(platform::IByteSource& store)
     return findings;
 }
 
-CStoreFindings CheckedDatabase(platform::IByteSource& store)
+std::string DatabaseErrors(platform::IByteSource& store)
 {
     CStoreFindings findings;
     check::CDatabase database(store, findings);
-    if (database.Open())
-        database.CheckReferences();
-    else
-        findings.codes.insert("(no store)");
-    return findings;
+    if (!database.Open())
+        return "(no store)\n" + findings.errors;
+    database.CheckReferences();
+    return findings.errors;
 }
 
 }  // namespace pastille::tests

@@ -20,13 +20,7 @@ public:
 
 /// All of it.
 CStoreFindings CheckedStore(platform::IByteSource& store);
-/// The node database alone, whatever its nodes hold.
-CStoreFindings CheckedDatabase(platform::IByteSource& store);
-
-/// The errors in a node database, "" when it is sound.
-inline std::string DatabaseErrors(platform::IByteSource& store)
-{
-    return CheckedDatabase(store).errors;
-}
+/// The errors in a node database, whatever its nodes hold; "" when it is sound.
+std::string DatabaseErrors(platform::IByteSource& store);
 
 }  // namespace pastille::tests

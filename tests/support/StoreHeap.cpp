@@ -4,6 +4,8 @@
 #include <stdexcept>
 
 #include "format/Bytes.h"
+#include "format/Heap.h"
+#include "format/TableContext.h"
 
 namespace pastille::tests {
 namespace {
@@ -14,10 +16,6 @@ using format::StoreLE;
 constexpr std::uint32_t kRowIdTag = 0x67F20003;
 constexpr std::uint32_t kRowVersionTag = 0x67F30003;
 constexpr std::size_t kMostItems = 2047;
-
-/// Lower bounds of the free bytes of fill levels 0 to 14.
-constexpr std::size_t kFillSteps[] = {3584, 2560, 2048, 1792, 1536, 1280, 1024, 768,
-                                      512,  256,  128,  64,   32,   16,   8};
 
 bool IsBitmapBlock(std::size_t block)
 {
@@ -68,11 +66,7 @@ void CHeapBuilder::Replace(std::uint32_t hid, Bytes item)
 std::uint8_t CHeapBuilder::FillLevel(std::size_t block) const
 {
     const std::size_t used = UsedBytes(block, 0, 0);
-    const std::size_t free = used < m_blockBytes ? m_blockBytes - used : 0;
-    std::uint8_t level = 0;
-    while (level < 15 && free < kFillSteps[level])
-        ++level;
-    return level;
+    return format::HeapFillLevel(used < m_blockBytes ? m_blockBytes - used : 0);
 }
 
 std::vector<Bytes> CHeapBuilder::Finish() const
@@ -210,87 +204,57 @@ CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>&
 
 namespace {
 
-struct Column {
-    std::uint32_t tag;
-    std::size_t size;
-    std::size_t offset = 0;
-    std::size_t bit = 0;
-};
-
-struct RowLayout {
-    std::vector<Column> columns;  ///< sorted by tag
-    std::size_t ends[4];          ///< TCI_4b, TCI_2b, TCI_1b, TCI_bm
-};
-
-RowLayout PlanColumns(std::vector<std::uint32_t> tags)
+format::TableInfo PlanColumns(std::vector<std::uint32_t> tags)
 {
     std::erase_if(tags, [](std::uint32_t tag) { return tag == kRowIdTag || tag == kRowVersionTag; });
     std::sort(tags.begin(), tags.end());
     tags.erase(std::unique(tags.begin(), tags.end()), tags.end());
     tags.insert(tags.begin(), {kRowIdTag, kRowVersionTag});
-    RowLayout layout{};
+    format::TableInfo info;
     for (const std::uint32_t tag : tags) {
-        const std::size_t fixed = FixedSize(static_cast<PropertyType>(tag & 0xFFFF));
-        layout.columns.push_back({tag, fixed == 0 ? 4 : fixed, 0, layout.columns.size()});
+        const auto type = format::PropertyTag::FromValue(tag);
+        const std::size_t fixed = FixedSize(type.type);
+        info.columns.push_back({type, 0, static_cast<std::uint8_t>(fixed == 0 ? 4 : fixed),
+                                static_cast<std::uint8_t>(info.columns.size())});
     }
-    std::size_t offset = 0;
+    std::uint16_t offset = 0;
     const auto place = [&](std::size_t smallest, std::size_t largest) {
-        for (Column& column : layout.columns) {
+        for (format::TableColumn& column : info.columns) {
             if (column.size < smallest || column.size > largest)
                 continue;
             column.offset = offset;
-            offset += column.size;
+            offset = static_cast<std::uint16_t>(offset + column.size);
         }
         return offset;
     };
-    layout.ends[0] = place(4, 8);
-    layout.ends[1] = place(2, 2);
-    layout.ends[2] = place(1, 1);
-    layout.ends[3] = offset + (layout.columns.size() + 7) / 8;
-    std::sort(layout.columns.begin(), layout.columns.end(),
-              [](const Column& a, const Column& b) { return a.tag < b.tag; });
-    return layout;
-}
-
-Bytes TableInfo(const RowLayout& layout, std::uint32_t rowIndexHid, std::uint32_t rowsHnid)
-{
-    Bytes info(22 + 8 * layout.columns.size());
-    const std::span<std::byte> at(info);
-    at[0] = std::byte{0x7C};
-    at[1] = static_cast<std::byte>(layout.columns.size());
-    for (std::size_t i = 0; i < 4; ++i)
-        StoreLE(at, 2 + 2 * i, static_cast<std::uint16_t>(layout.ends[i]));
-    StoreLE(at, 10, rowIndexHid);
-    StoreLE(at, 14, rowsHnid);
-    for (std::size_t i = 0; i < layout.columns.size(); ++i) {
-        const Column& column = layout.columns[i];
-        StoreLE(at, 22 + 8 * i, column.tag);
-        StoreLE(at, 26 + 8 * i, static_cast<std::uint16_t>(column.offset));
-        at[28 + 8 * i] = static_cast<std::byte>(column.size);
-        at[29 + 8 * i] = static_cast<std::byte>(column.bit);
-    }
+    info.end4 = place(4, 8);
+    info.end2 = place(2, 2);
+    info.end1 = place(1, 1);
+    info.rowSize = static_cast<std::uint16_t>(offset + (info.columns.size() + 7) / 8);
+    std::ranges::sort(info.columns, {}, &format::TableColumn::tag);
     return info;
 }
 
-Bytes RowBytes(const RowLayout& layout, const TableRow& row, std::uint32_t version, CHeapBuilder& heap,
+Bytes RowBytes(const format::TableInfo& info, const TableRow& row, std::uint32_t version, CHeapBuilder& heap,
                const SubnodeSink& toSubnode)
 {
-    Bytes bytes(layout.ends[3]);
+    Bytes bytes(info.rowSize);
     const std::span<std::byte> at(bytes);
-    for (const Column& column : layout.columns) {
-        const auto cell = row.cells.find(column.tag);
-        if (column.tag == kRowIdTag || column.tag == kRowVersionTag) {
-            StoreLE(at, column.offset, column.tag == kRowIdTag ? row.id : version);
+    for (const format::TableColumn& column : info.columns) {
+        const std::uint32_t tag = column.tag.Value();
+        const auto cell = row.cells.find(tag);
+        if (tag == kRowIdTag || tag == kRowVersionTag) {
+            StoreLE(at, column.offset, tag == kRowIdTag ? row.id : version);
         } else if (cell == row.cells.end()) {
             continue;
-        } else if (FixedSize(static_cast<PropertyType>(column.tag & 0xFFFF)) != 0) {
-            std::copy_n(cell->second.begin(), std::min(column.size, cell->second.size()),
-                        bytes.begin() + static_cast<std::ptrdiff_t>(column.offset));
+        } else if (FixedSize(column.tag.type) != 0) {
+            std::copy_n(cell->second.begin(), std::min<std::size_t>(column.size, cell->second.size()),
+                        bytes.begin() + column.offset);
         } else if (!cell->second.empty()) {
             const bool outside = cell->second.size() > CHeapBuilder::kLargestItem;
             StoreLE(at, column.offset, outside ? toSubnode(cell->second) : heap.Add(cell->second));
         }
-        bytes[layout.ends[2] + column.bit / 8] |= static_cast<std::byte>(0x80u >> (column.bit % 8));
+        format::SetCellExists(info, bytes, column, true);
     }
     return bytes;
 }
@@ -319,14 +283,15 @@ BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRo
                       const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift, bool ansi,
                       TableCounters& counters)
 {
-    const RowLayout layout = PlanColumns(std::move(tags));
+    format::TableInfo info = PlanColumns(std::move(tags));
     CHeapBuilder heap(0x7C, blockBytes, blockShift);
     Bytes header(8);
     header[0] = std::byte{0xB5};
     header[1] = std::byte{4};
     header[2] = static_cast<std::byte>(ansi ? 2 : 4);
     const std::uint32_t headerHid = heap.Add(header);
-    const std::uint32_t infoHid = heap.Add(TableInfo(layout, headerHid, 0));
+    info.rowIndex = headerHid;
+    const std::uint32_t infoHid = heap.Add(format::EncodeTableInfo(info));
     heap.SetUserRoot(infoHid);
 
     std::uint8_t levels = 0;
@@ -334,16 +299,16 @@ BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRo
     header[3] = static_cast<std::byte>(levels);
     heap.Replace(headerHid, header);
 
-    const std::size_t rowBytes = layout.ends[3];
+    const std::size_t rowBytes = info.rowSize;
     const bool inHeap = rows.size() * rowBytes <= CHeapBuilder::kLargestItem;
     const std::size_t perBlock = blockBytes / rowBytes;
-    std::uint32_t rowsHnid = rows.empty() ? 0 : BuiltTable::kRowMatrixNid;
+    info.rows = rows.empty() ? 0 : BuiltTable::kRowMatrixNid;
     if (inHeap && !rows.empty())
-        rowsHnid = heap.Add(Bytes(rows.size() * rowBytes));
+        info.rows = heap.Add(Bytes(rows.size() * rowBytes));
     BuiltTable table;
     Bytes matrix;
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const Bytes row = RowBytes(layout, rows[i], ++counters.rowVersion, heap, toSubnode);
+        const Bytes row = RowBytes(info, rows[i], ++counters.rowVersion, heap, toSubnode);
         if (!inHeap && i != 0 && i % perBlock == 0) {
             matrix.resize(blockBytes);
             table.rows.push_back(std::move(matrix));
@@ -352,10 +317,10 @@ BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRo
         matrix.insert(matrix.end(), row.begin(), row.end());
     }
     if (inHeap && !rows.empty())
-        heap.Replace(rowsHnid, std::move(matrix));
+        heap.Replace(info.rows, std::move(matrix));
     else if (!rows.empty())
         table.rows.push_back(std::move(matrix));
-    heap.Replace(infoHid, TableInfo(layout, headerHid, rowsHnid));
+    heap.Replace(infoHid, format::EncodeTableInfo(info));
     table.heap = heap.Finish();
     return table;
 }

@@ -60,6 +60,18 @@ std::uint64_t StreamOf(std::uint32_t seed, std::uint64_t number)
 
 constexpr std::uint64_t kMinute = 600'000'000;  // 100 ns
 
+StoreMessage OrdinaryMail(CRandom& random, std::uint64_t number)
+{
+    const std::u16string subject = Words(random, 12 + random.Below(30)) + Decimal(number);
+    const std::u16string_view sender = kPeople[random.Below(std::size(kPeople))];
+    const std::uint64_t sent = FileTime(2012, 3, 1) + number * 7 * kMinute;
+    StoreMessage mail = Mail(subject, sender, Words(random, 1000 + random.Below(1500)), sent);
+    mail.flags = random.Below(5) == 0 ? 0 : 1;
+    mail.recipients = {{std::u16string(kPeople[random.Below(std::size(kPeople))]), u"team@example.org", 1}};
+    mail.properties.push_back(Text(0x1035, u"<" + Decimal(number) + u".mail@example.org>"));
+    return mail;
+}
+
 StoreMessage OrdinaryContact(CRandom& random, std::uint64_t number)
 {
     const std::u16string name =
@@ -174,23 +186,10 @@ StoreMessage OrdinaryItem(ItemKind kind, std::uint32_t seed, std::uint64_t numbe
         case ItemKind::Mails:
             break;
     }
-    return OrdinaryMail(seed, number);
+    return OrdinaryMail(random, number);
 }
 
 }  // namespace
-
-StoreMessage OrdinaryMail(std::uint32_t seed, std::uint64_t number)
-{
-    CRandom random(StreamOf(seed, number));
-    const std::u16string subject = Words(random, 12 + random.Below(30)) + Decimal(number);
-    const std::u16string_view sender = kPeople[random.Below(std::size(kPeople))];
-    const std::uint64_t sent = FileTime(2012, 3, 1) + number * 7 * kMinute;
-    StoreMessage mail = Mail(subject, sender, Words(random, 1000 + random.Below(1500)), sent);
-    mail.flags = random.Below(5) == 0 ? 0 : 1;
-    mail.recipients = {{std::u16string(kPeople[random.Below(std::size(kPeople))]), u"team@example.org", 1}};
-    mail.properties.push_back(Text(0x1035, u"<" + Decimal(number) + u".mail@example.org>"));
-    return mail;
-}
 
 MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile& file)
 {

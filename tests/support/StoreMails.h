@@ -31,7 +31,4 @@ struct MailStoreFigures {
 /// Writes the store to `file`, which must be empty, holding no more than one folder's table rows in memory.
 MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile& file);
 
-/// The mail of that number in such a store, without its attachments.
-StoreMessage OrdinaryMail(std::uint32_t seed, std::uint64_t number);
-
 }  // namespace pastille::tests

@@ -13,7 +13,7 @@ namespace pastille::tests {
 using Bytes = std::vector<std::byte>;
 
 /// A file that is only in memory.
-class CMemoryFile final : public platform::IFile {
+class CMemoryFile : public platform::IFile {
 public:
     CMemoryFile() = default;
     explicit CMemoryFile(Bytes bytes) : m_bytes(std::move(bytes)) {}

@@ -15,7 +15,6 @@ constexpr std::uint16_t kBoolean = 0x000B;
 constexpr std::uint16_t kString = 0x001F;
 constexpr std::uint16_t kTime = 0x0040;
 constexpr std::uint16_t kBinary = 0x0102;
-constexpr std::uint16_t kMultipleString = 0x101F;
 constexpr double kYear1601 = -109'205.0;
 
 class FamilyWriterTest : public testing::Test {
@@ -84,15 +83,6 @@ TEST_F(FamilyWriterTest, OtherValuesReplaceWhatIsThere)
     EXPECT_EQ(component.CountCalls("Get"), 1u) << "only the root folder was asked for";
 }
 
-TEST_F(FamilyWriterTest, AValueWordBeyondTheBlockIsPassedOver)
-{
-    for (const std::uint16_t type : {kShort, kLong, kBoolean, kString, kTime}) {
-        for (const int id : {0x0017, 0x0023, 0x3A4D, 0x3A00, 0x3A42})
-            Write(kContactTable, static_cast<std::uint16_t>(id), type, 0x7FFF0000);
-    }
-    EXPECT_TRUE(Item().written.empty());
-}
-
 TEST_F(FamilyWriterTest, AValueOfTheWrongTypeCostsOnlyItself)
 {
     Write(kTaskTable, 0x0026, kLong, Within(1));     // priority is kept as a text only
@@ -117,13 +107,6 @@ TEST_F(FamilyWriterTest, AValueOfTheWrongTypeCostsOnlyItself)
     EXPECT_EQ(Item().written.size(), 4u);
 }
 
-TEST_F(FamilyWriterTest, ListsBecomeOneText)
-{
-    WriteBytes(kContactTable, 0x3A58, kMultipleString,
-               Packed(3u) + Packed(16u) + Packed(18u) + Packed(20u) + Wide(u"abc"));
-    EXPECT_EQ(Item().Text("ChildrensNames"), u"a;b;c");
-}
-
 TEST_F(FamilyWriterTest, NamedPropertiesAreFoundThroughTheMap)
 {
     const std::string day = Packed(std::uint64_t{109'206} * 864'000'000'000);
@@ -143,26 +126,6 @@ TEST_F(FamilyWriterTest, NamedPropertiesAreFoundThroughTheMap)
     Write(kNoteTable, 0x8503, kBoolean, Within(1));  // is the width here, and no flag
     EXPECT_EQ(Item().written, (std::vector<std::string>{"Start", "HomeAddress", "NoteWidth"}));
     EXPECT_DOUBLE_EQ(Item().dates["Start"], 1.0);
-}
-
-TEST_F(FamilyWriterTest, OnlyAnOstHasTheSecondBody)
-{
-    WriteText(kContactTable, 0x6619, u"from a PST");
-    EXPECT_TRUE(Item().written.empty());
-    source.isOst = true;
-    WriteText(kContactTable, 0x1000, u"");
-    WriteText(kContactTable, 0x6619, u"from an OST");
-    WriteText(kTaskTable, 0x6619, u"no contact");
-    EXPECT_EQ(Item().Text("Body"), u"from an OST");
-    EXPECT_EQ(Item().written.size(), 1u);
-}
-
-TEST_F(FamilyWriterTest, SubjectsLoseTheirPrefixMark)
-{
-    WriteText(kAppointmentTable, 0x0037, u"\u0001\u0001");
-    EXPECT_TRUE(Item().written.empty()) << "nothing but the mark";
-    WriteText(kAppointmentTable, 0x0037, u"\u0001\u0005FW: lunch");
-    EXPECT_EQ(Item().Text("Subject"), u"FW: lunch");
 }
 
 TEST_F(FamilyWriterTest, FailuresLeaveWithWhatWasWrittenInPlace)

@@ -10,7 +10,6 @@ namespace {
 using namespace writer;
 
 constexpr std::uint16_t kLong = 0x0003;
-constexpr std::uint16_t kBoolean = 0x000B;
 constexpr std::uint16_t kString = 0x001F;
 constexpr std::uint16_t kTime = 0x0040;
 
@@ -99,29 +98,6 @@ TEST_F(MailWriterTest, TheFirstLatePropertyWithoutToShowsTheRowInstead)
     WriteText(0x0042, u"Ann");
     Write(0x0E06, kTime, 0);
     EXPECT_EQ(cells, (std::vector<std::string>{"1:Ann", "3:Hi"})) << "From is not shown twice";
-}
-
-TEST_F(MailWriterTest, PlainRowsTakeTheirValues)
-{
-    Write(0x0039, kTime, source.Add(Packed(std::uint64_t{109'205} * 864'000'000'000)));
-    ShowRow();
-    Write(0x0023, kBoolean, 0x00010001);
-    Write(0x0029, kBoolean, 0);
-    Write(0x0E01, kBoolean, 1);
-    source.names.AddPair(0x8105, 0x8010);
-    source.names.AddPair(0x8101, 0x8011);
-    Write(0x8010, kTime, source.Add(Packed(std::uint64_t{109'206} * 864'000'000'000)));
-    Write(0x8011, kLong, 0x80000001);
-    Write(0x8503, kBoolean, 1);  // not mapped: taken by its own id
-    Write(0x1234, kLong, 5);     // no row
-    EXPECT_EQ(Item().written,
-              (std::vector<std::string>{"SubmitTime", "DisplayTo", "OriginatorDeliveryReportRequested",
-                                        "ReadReceiptRequested", "DeleteAfterSubmit", "DueDate", "FlagStatus",
-                                        "ReminderSet"}));
-    EXPECT_DOUBLE_EQ(Item().dates.at("SubmitTime"), 0.0);
-    EXPECT_DOUBLE_EQ(Item().dates.at("DueDate"), 1.0);
-    EXPECT_EQ(Number("OriginatorDeliveryReportRequested"), 1);
-    EXPECT_EQ(Number("FlagStatus"), static_cast<std::int32_t>(0x80000001));
 }
 
 TEST_F(MailWriterTest, ImportanceSensitivityAndIconNeedARecordedValue)
