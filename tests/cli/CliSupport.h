@@ -31,6 +31,21 @@ CommandResult RunProgram(const std::vector<std::string>& arguments, const std::f
                          const std::function<void(pid_t, const std::string& err)>& watch = {},
                          OutputReader reader = OutputReader::Waits);
 
+/// A home, a place for files, and a command run on one of them.
+struct CommandFixture {
+    const char* command;
+    CTemporaryFolder scratch{};
+    std::filesystem::path source = scratch / "mail.pst";
+    std::filesystem::path home = scratch.MakeFolder("home");
+
+    CommandResult Run(const std::filesystem::path& of, const std::vector<std::string>& more = {}) const
+    {
+        std::vector<std::string> arguments{command, of.string()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return RunHere(arguments, home);
+    }
+};
+
 /// Paths of everything below a folder, relative to it, in order.
 std::vector<std::string> Listing(const std::filesystem::path& folder);
 

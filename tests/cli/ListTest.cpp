@@ -23,20 +23,13 @@ namespace {
 using Json = nlohmann::json;
 
 /// A home and a place for files, and the command run on them.
-struct ListFixture {
-    CTemporaryFolder scratch;
-    std::filesystem::path home = scratch.MakeFolder("home");
+struct ListFixture : CommandFixture {
+    ListFixture() : CommandFixture{"list"} {}
 
     std::filesystem::path Write(const CBuiltStore& store, const std::string& name = "mail.pst") const
     {
         store.WriteTo(scratch.Path() / name);
         return scratch.Path() / name;
-    }
-    CommandResult Run(const std::filesystem::path& store, const std::vector<std::string>& more = {}) const
-    {
-        std::vector<std::string> arguments{"list", store.string()};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return RunHere(arguments, home);
     }
     /// The JSON of a listing that succeeds.
     Json Read(const std::filesystem::path& store, std::vector<std::string> more = {}) const

@@ -12,13 +12,11 @@ namespace pastille::tests {
 namespace {
 
 /// A store of 3 MiB with names that a terminal must not get as they are, and a home of its own.
-struct ScanFixture {
-    CTemporaryFolder scratch;
-    std::filesystem::path source = scratch.Path() / "mail.pst";
-    std::filesystem::path home = scratch.MakeFolder("home");
+struct ScanFixture : CommandFixture {
     CBuiltStore store = MakeStore();
 
-    ScanFixture() { store.WriteTo(source); }
+    ScanFixture() : CommandFixture{"scan"} { store.WriteTo(source); }
+    CommandResult Scan(const std::vector<std::string>& more = {}) const { return Run(source, more); }
 
     static CBuiltStore MakeStore()
     {
@@ -45,19 +43,13 @@ struct ScanFixture {
         store.WriteTo(source);
         return static_cast<std::size_t>(place.offset >> 20);
     }
-    CommandResult Run(const std::vector<std::string>& more = {}) const
-    {
-        std::vector<std::string> arguments{"scan", source.string()};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return RunHere(arguments, home);
-    }
 };
 
 TEST(Scan, JsonTellsWhatARepairWouldBring)
 {
     ScanFixture fixture;
     const std::size_t damaged = fixture.DamageSector();
-    const CommandResult result = fixture.Run({"--json", "--quiet", "--smart"});
+    const CommandResult result = fixture.Scan({"--json", "--quiet", "--smart"});
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");
     const auto report = nlohmann::json::parse(result.out);
@@ -89,7 +81,7 @@ TEST(Scan, TextTellsTheSameToPeople)
 {
     ScanFixture fixture;
     const std::size_t damaged = fixture.DamageSector();
-    const CommandResult result = fixture.Run();
+    const CommandResult result = fixture.Scan();
     ASSERT_EQ(result.status, 0);
     std::string map(fixture.store.Content().size() / (1 << 20) + 1, '.');
     map.at(damaged) = 'x';
@@ -117,7 +109,7 @@ TEST(Scan, ATruncatedFileIsSaidToBeSo)
 {
     const ScanFixture fixture;
     std::filesystem::resize_file(fixture.source, std::filesystem::file_size(fixture.source) - 1234);
-    const CommandResult result = fixture.Run({"--quiet"});
+    const CommandResult result = fixture.Scan({"--quiet"});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(std::regex_search(result.out, std::regex("Missing at the end: +1,234 bytes\n")))
         << result.out;

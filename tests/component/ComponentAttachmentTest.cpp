@@ -2,13 +2,13 @@
 
 #include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
-#include "tests/component/StoreOnDisk.h"
+#include "tests/component/SoundStore.h"
+#include "tests/scenario/NewStore.h"
 
 namespace pastille::tests {
 namespace {
 
 using namespace writer;
-using namespace component::pst;
 namespace p = writer::property;
 namespace pid = format::pid;
 
@@ -19,16 +19,9 @@ class ComponentAttachments : public CComponentFixture {
 protected:
     void SetUp() override { CreateStore(); }
 
-    static std::u16string TextOf(CPropertyReader& properties, std::uint16_t id)
+    static std::u16string TextOf(const FoundValues& values, std::uint16_t id)
     {
-        const auto value = properties.Read(id);
-        return value ? AsString(*value).value_or(u"no text") : u"none";
-    }
-    static std::string BytesOf(CPropertyReader& properties)
-    {
-        const auto value = properties.Read(pid::kAttachDataBinary);
-        const auto bytes = value ? value->bytes : std::vector<std::byte>();
-        return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+        return values.contains(id) ? TextValue(values, id) : u"none";
     }
     static HRESULT Embed(const CRef<IMessageItem>& parent, const CRef<IMessageItem>& item)
     {
@@ -62,19 +55,17 @@ TEST_F(ComponentAttachments, NamesAreDataAndNoPaths)
         Attach(item, "bytes", each.fileName, each.displayName);
     item->Save();
     Reopen();
-    ExpectSoundStore(StorePath());
-    StoreOnDisk disk(StorePath());
-    const auto attachments = disk.AttachmentsOf(disk.Messages().at(0));
+    const auto attachments = ReadNewStore(StorePath()).at(0).attachments;
     ASSERT_EQ(attachments.size(), cases.size());
     for (std::size_t i = 0; i < cases.size(); ++i) {
         SCOPED_TRACE(i);
-        CPropertyReader properties(disk.reader, attachments[i]);
+        const FoundValues& properties = attachments[i].values;
         EXPECT_EQ(TextOf(properties, pid::kAttachLongFilename), cases[i].storedName);
         EXPECT_EQ(TextOf(properties, pid::kAttachFilename), cases[i].shortName);
         EXPECT_EQ(TextOf(properties, kExtension), cases[i].extension);
         const auto& shown = cases[i].displayName.empty() ? cases[i].storedName : cases[i].displayName;
         EXPECT_EQ(TextOf(properties, pid::kDisplayName), shown == u"\xDFFF" ? u"\uFFFD" : shown);
-        EXPECT_EQ(BytesOf(properties), "bytes");
+        EXPECT_EQ(attachments[i].data, Binary(0, "bytes").value);
     }
 }
 
@@ -88,14 +79,10 @@ TEST_F(ComponentAttachments, SavedItemStaysAndACopyIsEmbedded)
     kept->SetText(p::Subject, u"kept and changed");
     kept->Save();
     Reopen();
-    ExpectSoundStore(StorePath());
-    const auto items = root->GetItems();
-    ASSERT_EQ(items->GetCount(), 2);
-    EXPECT_EQ(items->GetFirst()->GetText(p::Subject), u"kept and changed");
-    StoreOnDisk disk(StorePath());
-    CPropertyReader attachment(disk.reader, disk.AttachmentsOf(disk.Messages().at(1)).at(0));
-    CPropertyReader copy(disk.reader, attachment.OpenObject(pid::kAttachDataBinary).value());
-    EXPECT_EQ(TextOf(copy, pid::kSubject), u"kept");
+    const auto items = ReadNewStore(StorePath());
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(TextOf(items[0].values, pid::kSubject), u"kept and changed");
+    EXPECT_EQ(TextOf(items[1].attachments.at(0).embedded.at(0).values, pid::kSubject), u"kept");
 }
 
 TEST_F(ComponentAttachments, RingsAndEndlessNestingAreRefused)
@@ -134,7 +121,7 @@ TEST_F(ComponentAttachments, RingsAndEndlessNestingAreRefused)
 
 TEST_F(ComponentAttachments, FirstPictureBecomesTheContactsPicture)
 {
-    const ItemProperty hasPicture = p::NamedFlag("HasPicture", format::propset::kAddress, 0x8015);
+    const StoreName hasPicture{format::propset::kAddress, 0x8015, {}};
     const std::string jpeg = "\xFF\xD8\xFF\xE0 and the rest";
     const auto addPictures = [&](const std::vector<std::string>& contents, const char16_t* name) {
         const auto item = AddItem(root, u"IPM.Contact", u"x");
@@ -156,33 +143,23 @@ TEST_F(ComponentAttachments, FirstPictureBecomesTheContactsPicture)
     saved->AddPicture(second, u"second.jpg");
     saved->Save();
     Reopen();
-    ExpectSoundStore(StorePath());
-    const auto items = root->GetItems();
-    StoreOnDisk disk(StorePath());
-    const auto messages = disk.Messages();
-    ASSERT_EQ(messages.size(), pictures.size() + 2);
-    auto item = items->GetFirst();
-    for (std::size_t i = 0; i < messages.size(); ++i, item = items->GetNext()) {
+    const auto items = ReadNewStore(StorePath());
+    ASSERT_EQ(items.size(), pictures.size() + 2);
+    for (std::size_t i = 0; i < items.size(); ++i) {
         SCOPED_TRACE(i);
-        std::vector<std::string> photos;
-        std::u16string name;
-        for (const NodeRecord& node : disk.AttachmentsOf(messages[i])) {
-            CPropertyReader attachment(disk.reader, node);
-            if (attachment.Has(kContactPhoto))
-                photos.push_back(BytesOf(attachment));
-            name = TextOf(attachment, pid::kAttachLongFilename);
+        std::vector<Bytes> photos;
+        for (const FoundAttachment& attachment : items[i].attachments) {
+            if (attachment.values.contains(kContactPhoto))
+                photos.push_back(attachment.data);
         }
-        const bool isLast = i == messages.size() - 1;
-        const auto expected = i < pictures.size() ? std::vector{pictures[i]}
-                              : isLast            ? std::vector{jpeg}
-                                                  : std::vector<std::string>();
-        EXPECT_EQ(photos, expected);
-        EXPECT_EQ(item->GetFlag(hasPicture) != 0, !expected.empty());
-        EXPECT_EQ(item->GetAttachments()->GetCount(), i == 0 || i == pictures.size() ? 4 : isLast ? 1 : 3);
-        if (isLast) {
-            EXPECT_EQ(name, u"ContactPicture.jpg");
-        }
+        const bool isLast = i == items.size() - 1;
+        const std::string expected = i < pictures.size() ? pictures[i] : isLast ? jpeg : "";
+        EXPECT_EQ(photos, std::vector<Bytes>(expected.empty() ? 0 : 1, Binary(0, expected).value));
+        const FoundValue* const flag = FindValue(items[i], hasPicture);
+        EXPECT_EQ(flag != nullptr && flag->bytes[0] != std::byte{}, !expected.empty());
+        EXPECT_EQ(items[i].attachments.size(), i == 0 || i == pictures.size() ? 4u : isLast ? 1u : 3u);
     }
+    EXPECT_EQ(TextOf(items.back().attachments[0].values, pid::kAttachLongFilename), u"ContactPicture.jpg");
 }
 
 }  // namespace

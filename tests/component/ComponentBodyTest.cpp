@@ -1,16 +1,12 @@
-#include <vector>
-
-#include "component/pst/messaging/RtfStream.h"
 #include "format/PropertyIds.h"
-#include "platform/Text.h"
 #include "tests/component/ComponentFixture.h"
-#include "tests/component/StoreOnDisk.h"
+#include "tests/component/SoundStore.h"
+#include "tests/scenario/NewStore.h"
 
 namespace pastille::tests {
 namespace {
 
 using namespace writer;
-using namespace component::pst;
 namespace p = writer::property;
 namespace pid = format::pid;
 
@@ -18,24 +14,14 @@ class ComponentBodies : public CComponentFixture {
 protected:
     void SetUp() override { CreateStore(); }
 
-    /// What the file holds of a property of each message.
-    std::vector<std::vector<std::byte>> StoredBytes(std::uint16_t id)
+    /// What the file holds of a property of the message of that number.
+    Bytes StoredBytes(std::size_t number, std::uint16_t id)
     {
-        StoreOnDisk disk(StorePath());
-        std::vector<std::vector<std::byte>> stored;
-        for (const NodeRecord& message : disk.Messages()) {
-            const auto value = CPropertyReader(disk.reader, message).Read(id, 1u << 30);
-            stored.push_back(value ? value->bytes : std::vector<std::byte>());
-        }
-        return stored;
+        const auto items = ReadNewStore(StorePath());
+        const FoundValue* const value = FindValue(items.at(number), id);
+        return value == nullptr ? Bytes() : value->bytes;
     }
 };
-
-std::vector<std::byte> BytesOf(std::string_view text)
-{
-    const auto bytes = std::as_bytes(std::span(text));
-    return {bytes.begin(), bytes.end()};
-}
 
 TEST_F(ComponentBodies, HtmlOfNoOrAnUnknownCodePageIsUtf8)
 {
@@ -52,7 +38,7 @@ TEST_F(ComponentBodies, HtmlOfNoOrAnUnknownCodePageIsUtf8)
     bare->SetText(p::HtmlBody, u"");
     EXPECT_EQ(bare->GetNumber(p::InternetCodepage), 0) << "no body needs no code page";
     Reopen();
-    EXPECT_EQ(StoredBytes(pid::kHtml).at(2), BytesOf("\xC3\xA4\xE6\xBC\xA2"));
+    EXPECT_EQ(StoredBytes(2, pid::kHtml), Binary(0, "\xC3\xA4\xE6\xBC\xA2").value);
 }
 
 /// Surrogate pairs at odd places, so that no piece of even length ends between two characters.
@@ -90,7 +76,7 @@ TEST_F(ComponentBodies, LongTextsAreWrittenAtOnceAndReplacedWithoutTrace)
     EXPECT_TRUE(found->GetText(p::Body) == text);
     EXPECT_TRUE(found->GetText(p::HtmlBody) == text);
     EXPECT_TRUE(found->GetText(p::DisplayTo) == text);
-    EXPECT_EQ(StoredBytes(pid::kBody).at(0).size(), 2 * text.size());
+    EXPECT_EQ(StoredBytes(0, pid::kBody).size(), 2 * text.size());
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "format/PropertyIds.h"
 #include "platform/Text.h"
 #include "tests/component/ComponentFixture.h"
-#include "tests/component/StoreOnDisk.h"
+#include "tests/component/SoundStore.h"
 #include "writer/OleDate.h"
 
 namespace pastille::tests {

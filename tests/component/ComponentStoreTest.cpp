@@ -1,12 +1,11 @@
 #include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
-#include "tests/component/StoreOnDisk.h"
+#include "tests/component/SoundStore.h"
 
 namespace pastille::tests {
 namespace {
 
 using namespace writer;
-using namespace component::pst;
 namespace p = writer::property;
 namespace pid = format::pid;
 

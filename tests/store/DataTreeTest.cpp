@@ -19,6 +19,8 @@ Bytes Pattern(std::size_t size)
     return bytes;
 }
 
+using Bids = std::vector<std::uint64_t>;
+
 std::uint32_t Low(std::uint64_t bid)
 {
     return static_cast<std::uint32_t>(bid);
@@ -46,25 +48,13 @@ Bytes ReadAll(CLoadedStore& loaded, std::uint64_t bid)
     return all;
 }
 
-/// An XBLOCK or XXBLOCK as bytes.
-Bytes Tree(std::uint8_t level, const std::vector<std::uint64_t>& children)
-{
-    Bytes block(8 + 8 * children.size());
-    block[0] = std::byte{1};
-    block[1] = static_cast<std::byte>(level);
-    format::StoreLE(std::span(block), 2, static_cast<std::uint16_t>(children.size()));
-    for (std::size_t i = 0; i < children.size(); ++i)
-        format::StoreLE(std::span(block), 8 + 8 * i, children[i]);
-    return block;
-}
-
 TEST(DataTree, BlocksAreFoundThroughBidsThatAreOneTooHigh)
 {
     std::uint64_t tree = 0;
     const auto loaded = Load({}, [&](CStoreFile& store) {
         const std::uint64_t a = store.WriteBlock(Pattern(100));
         const std::uint64_t b = store.WriteBlock(Pattern(200));
-        tree = store.WriteInternalBlock(Tree(1, {a + 1, b + 1}));
+        tree = store.WriteDataTreeBlock(1, 0, Bids{a + 1, b + 1}, {});
     });
     Bytes expected = Pattern(100);
     const Bytes second = Pattern(200);
@@ -79,7 +69,7 @@ TEST(DataTree, AMissingBlockCostsItsOwnBytes)
     const auto loaded = Load({}, [&](CStoreFile& store) {
         const std::uint64_t a = store.WriteBlock(Pattern(100));
         const std::uint64_t b = store.WriteBlock(Pattern(200));
-        tree = store.WriteInternalBlock(Tree(1, {a, 0xFFFF0, 0, b}));
+        tree = store.WriteDataTreeBlock(1, 0, Bids{a, 0xFFFF0, 0, b}, {});
     });
     EXPECT_EQ(ReadAll(*loaded, tree).size(), 300u);
 }
@@ -90,8 +80,8 @@ TEST(DataTree, TreesThatContainThemselvesEnd)
     std::uint64_t leaf = 0;
     const auto loaded = Load({}, [&](CStoreFile& store) {
         leaf = store.WriteBlock(Pattern(10));
-        store.WriteInternalBlock(Tree(1, {kOwn, leaf, kOwn}), {.bid = kOwn});
-        store.WriteInternalBlock(Tree(2, {kOther, kOwn, kOther}), {.bid = kOther});
+        store.WriteDataTreeBlock(1, 0, Bids{kOwn, leaf, kOwn}, {.bid = kOwn});
+        store.WriteDataTreeBlock(2, 0, Bids{kOther, kOwn, kOther}, {.bid = kOther});
     });
     EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(kOther)).size(), 9u);
     EXPECT_EQ(ReadAll(*loaded, kOwn), Pattern(10)) << "tree blocks are no data";
@@ -103,8 +93,8 @@ TEST(DataTree, ABlockThatIsListedWithoutEndGivesNoMoreThanTheFileHas)
     std::uint64_t leaf = 0, tree = 0, deep = 0;
     const auto loaded = Load({}, [&](CStoreFile& store) {
         leaf = store.WriteBlock(Pattern(8000));
-        tree = store.WriteInternalBlock(Tree(1, std::vector<std::uint64_t>(1000, leaf)));
-        deep = store.WriteInternalBlock(Tree(2, std::vector<std::uint64_t>(1000, tree)));
+        tree = store.WriteDataTreeBlock(1, 0, Bids(1000, leaf), {});
+        deep = store.WriteDataTreeBlock(2, 0, Bids(1000, tree), {});
     });
     const std::uint64_t fileSize = loaded->source.reader.SourceSize();
     for (const std::uint64_t bid : {tree, deep}) {
@@ -138,7 +128,7 @@ TEST(DataTree, LevelsAndKindsThatDoNotExistGiveNoChildren)
     std::uint64_t deep = 0, subnodes = 0;
     const auto loaded = Load({}, [&](CStoreFile& store) {
         const std::uint64_t leaf = store.WriteBlock(Pattern(10));
-        deep = store.WriteInternalBlock(Tree(9, {leaf, leaf}));
+        deep = store.WriteDataTreeBlock(9, 0, Bids{leaf, leaf}, {});
         subnodes = store.WriteSubnodes({{0x1F, leaf, 0}}, "list");
     });
     EXPECT_LE(store::LoadDataTree(loaded->source.reader, Low(deep)).size(), 1u);
