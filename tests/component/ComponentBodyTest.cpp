@@ -1,3 +1,4 @@
+#include "component/pst/messaging/RtfStream.h"
 #include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
 #include "tests/component/SoundStore.h"
@@ -39,6 +40,25 @@ TEST_F(ComponentBodies, HtmlOfNoOrAnUnknownCodePageIsUtf8)
     EXPECT_EQ(bare->GetNumber(p::InternetCodepage), 0) << "no body needs no code page";
     Reopen();
     EXPECT_EQ(StoredBytes(2, pid::kHtml), Binary(0, "\xC3\xA4\xE6\xBC\xA2").value);
+}
+
+TEST_F(ComponentBodies, RtfIsKeptCompressed)
+{
+    const Bytes rtf = Binary(0, "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n").value;
+    const Bytes compressed = component::pst::CompressRtf(rtf);
+    Bytes damaged = compressed;
+    damaged[13] ^= std::byte{1};  // the CRC
+    for (const Bytes& given : {rtf, compressed, damaged}) {
+        std::u16string text;
+        for (const std::byte b : given)
+            text.push_back(static_cast<char16_t>(b));
+        const auto item = AddItem(root, u"IPM.Note");
+        item->SetText(p::RtfBody, text);
+        item->Save();
+    }
+    Reopen();
+    for (const std::size_t number : {0u, 1u, 2u})
+        EXPECT_EQ(StoredBytes(number, pid::kRtfCompressed), compressed) << number;
 }
 
 /// Surrogate pairs at odd places, so that no piece of even length ends between two characters.
