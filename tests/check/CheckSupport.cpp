@@ -11,7 +11,6 @@
 #include "tests/support/FaultyFileSystem.h"
 #include "tests/support/StoreExample.h"
 #include "tests/support/StoreFindings.h"
-#include "tests/support/StoreMails.h"
 
 namespace pastille::tests {
 std::vector<std::string> CodesOf(platform::IByteSource& store)

@@ -63,15 +63,6 @@ const StorePlace& StoreDirectory::Find(const std::string& name) const
     throw std::out_of_range("the store holds nothing named " + name);
 }
 
-const StorePlace& StoreDirectory::FindBlock(std::uint64_t bid) const
-{
-    for (const StorePlace& place : places) {
-        if (place.bid == bid && place.kind >= PlaceKind::Data)
-            return place;
-    }
-    throw std::out_of_range("the store holds no block " + std::to_string(bid));
-}
-
 StoreDirectory FindTreePages(std::span<const std::byte> store, StoreFormat& format)
 {
     const format::CByteView view(store);
@@ -123,8 +114,7 @@ std::size_t CStoreFile::BlockBytes() const
 {
     // Encoded bytes grow a little when they are packed; leave room for that.
     const bool packs = m_layout.variant == Variant::Unicode4k && m_format.packing != Packing::None;
-    const std::size_t largest = packs ? 65000 : m_layout.largestBlock;
-    return m_format.blockBytes != 0 ? m_format.blockBytes : largest;
+    return packs ? 65000 : m_layout.largestBlock;
 }
 
 std::uint64_t CStoreFile::SectionStart(std::uint64_t number) const
@@ -251,13 +241,13 @@ std::uint64_t CStoreFile::WriteAnyBlock(std::span<const std::byte> data, const B
     const std::span<std::byte> trailer = std::span(stored).last(m_layout.blockTrailerSize);
     const std::uint16_t signature = format::ComputeSignature(offset, bid);
     StoreLE(trailer, 0, cb);
-    StoreLE(trailer, 2, static_cast<std::uint16_t>(options.goodSignature ? signature : signature ^ 0x5A5A));
+    StoreLE(trailer, 2, signature);
     StoreLE(trailer, m_layout.blockCrcOffset, crc);
     StoreKey(trailer, m_layout.blockBidOffset, bid);
     if (m_layout.variant == Variant::Unicode4k)
         StoreLE(trailer, 18, static_cast<std::uint16_t>(data.size()));
     Put(offset, stored);
-    if (options.listed && m_listsBlocks) {
+    if (m_listsBlocks) {
         m_blockByBid[bid & ~std::uint64_t{1}] = m_blocks.size();
         m_blocks.push_back({bid, offset, cb, static_cast<std::uint16_t>(data.size()), 1});
     }
@@ -420,12 +410,11 @@ std::uint64_t CStoreFile::WritePage(PageBody body, const PageOptions& options, P
     page[m_layout.typeOffset] = page[m_layout.typeOffset + 1] = static_cast<std::byte>(type);
     const std::uint16_t signature = format::ComputeSignature(offset, own);
     StoreLE(page, m_layout.signatureOffset,
-            options.signature.value_or(
-                static_cast<std::uint16_t>(options.goodSignature ? signature : signature ^ 0x5A5A)));
+            static_cast<std::uint16_t>(options.goodSignature ? signature : signature ^ 0x5A5A));
     StoreKey(page, m_layout.pageBidOffset, own);
     StoreLE(page, m_layout.pageCrcOffset, format::ComputeCrc(page.first(m_layout.typeOffset)));
     Put(offset, page);
-    Note({kind, options.name, offset, m_layout.pageSize, m_layout.typeOffset, own});
+    Note({kind, {}, offset, m_layout.pageSize, m_layout.typeOffset, own});
     if (bid != nullptr)
         *bid = own;
     return offset;

@@ -31,7 +31,6 @@ struct StoreFormat {
     std::size_t nodesPerPage = 0;      ///< entries of an NBT leaf page; 0: as many as fit
     std::size_t blocksPerPage = 0;     ///< entries of a BBT leaf page
     std::size_t childrenPerPage = 0;   ///< entries of an index page
-    std::size_t blockBytes = 0;        ///< most data bytes of one block; 0: the variant's own limit
     std::size_t childrenPerBlock = 0;  ///< entries of an XBLOCK, XXBLOCK, SLBLOCK or SIBLOCK
     bool spillHeaps = false;  ///< values that do not fit a heap's first block go on in further blocks
     std::size_t reservedPageSlots = 0;  ///< page places kept at the very start, filled first by tree pages
@@ -87,7 +86,6 @@ struct StoreDirectory {
     /// The only place of that name, or the first. Raises std::out_of_range: the test names something that is
     /// not there.
     const StorePlace& Find(const std::string& name) const;
-    const StorePlace& FindBlock(std::uint64_t bid) const;
 };
 
 /// The pages of both trees of a sound store, from its roots down; `format` becomes what the header says.
@@ -95,23 +93,19 @@ StoreDirectory FindTreePages(std::span<const std::byte> store, StoreFormat& form
 
 /// What is wrong with a page on purpose.
 struct PageOptions {
-    std::string name{};
     std::optional<std::uint64_t> bid{};       ///< the page's own BID; default: the next one
     std::optional<std::uint8_t> entrySize{};  ///< cbEnt; the entries keep their own size
     std::optional<std::uint16_t> count{};     ///< cEnt
     std::optional<std::uint16_t> maximum{};   ///< cEntMax
     std::optional<std::uint8_t> type{};       ///< ptype and ptypeRepeat
     bool goodSignature = true;
-    std::optional<std::uint16_t> signature{};
 };
 
 struct BlockOptions {
     std::string name{};
     PlaceKind kind = PlaceKind::Data;
     std::optional<std::uint64_t> bid{};  ///< default: the next one
-    bool listed = true;                  ///< has an entry in the BBT
-    bool goodSignature = true;
-    bool pack = true;  ///< false: plain even where the format packs
+    bool pack = true;                    ///< false: plain even where the format packs
 };
 
 /// Writes a store file block by block and page by page, straight from the published layout, by appending.
