@@ -3,6 +3,7 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -113,9 +114,9 @@ TEST(FrameHelp, OpensTheHelpFileElseTheManualElseSaysSo)
     const auto opened = [&] {
         QStringList addresses;
         CPerson::WaitUntil([&] { return !(addresses = desktop.Host().TakeOpened()).empty(); });
-        return addresses.join(' ');
+        return QUrl(addresses.join(' ')).toLocalFile();
     };
-    const QString base = QStringLiteral("file://") + Shown(installed);
+    const QString base = Shown(installed);
 
     std::ofstream(installed / "pastille.chm") << "help";
     person.Presses(Qt::Key_F1);

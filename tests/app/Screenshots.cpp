@@ -68,7 +68,7 @@ void TakeWizard(CPerson& person, CCamera& camera)
 void TakeSearch(CDesktop& desktop, CPerson& person, CCamera& camera)
 {
     // A tree that takes a while, below the stores that are found at once.
-    for (int folder = 0; folder < 12'000; ++folder)
+    for (int folder = 0; folder < 100'000; ++folder)
         std::filesystem::create_directories(desktop.Folder() / "home/Pictures" /
                                             std::to_string(folder % 300) / std::to_string(folder));
     person.Clicks("Find All Your PST Files");
