@@ -221,7 +221,7 @@ TEST(RunResponse, OfTheWindowsIsQuickWhileManyItemsComeBack)
     CDesktop desktop;
     const auto source = desktop.Folder() / "many.pst";
     const char* size = std::getenv("PASTILLE_TEST_STORE_MB");
-    WriteMailStore({.fileBytes = std::uint64_t{size != nullptr ? std::strtoul(size, nullptr, 10) : 6} << 20},
+    WriteMailStore({.fileBytes = std::uint64_t{size != nullptr ? std::strtoul(size, nullptr, 10) : 3} << 20},
                    *platform::HostFileSystem().Create(source));
     desktop.StartsAtTheFrame();
     // The time between two turns of the windows' loop, each of which could paint.
