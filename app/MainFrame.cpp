@@ -2,7 +2,7 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QShortcut>
 #include <QSplitter>
@@ -34,7 +34,8 @@ constexpr auto kStopPatience = std::chrono::seconds(10);
 recovery::RecoveryOptions OptionsFor(IHost& host)
 {
     recovery::RecoveryOptions options;
-    options.helperProgram = host.InstallationFolder() / "bin" / "Reg.exe";
+    options.helperProgram =
+        QFile::encodeName(QCoreApplication::applicationDirPath()).toStdString() + "/Reg.exe";
     options.startProgram = [&host](const std::filesystem::path& program) {
         return host.StartProgram(program, {});
     };

@@ -7,6 +7,7 @@
 
 #include "app/Animation.h"
 #include "app/MessageBox.h"
+#include "app/SkinButton.h"
 #include "app/Strings.h"
 #include "platform/Text.h"
 
@@ -75,9 +76,8 @@ void CRepairDlg::Build()
     m_bar->setAccessibleName(QStringLiteral("Progress of the current phase"));
     m_percent->setMinimumWidth(m_percent->fontMetrics().horizontalAdvance(QStringLiteral("100%")) + 4);
     m_animation = new CAnimation(this);
-    m_stop = new QPushButton(QIcon(QStringLiteral(":/icons/stop.svg")), Text(strings::kStop), this);
+    m_stop = new CSkinButton(Text(strings::kStop), QStringLiteral("stop"), CSkinButton::IconSide::Left, this);
     m_stop->setIconSize({16, 16});
-    m_stop->setDefault(false);
     m_stop->setAutoDefault(false);
 
     auto* grid = new QGridLayout(this);

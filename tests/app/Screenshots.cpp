@@ -182,6 +182,14 @@ void TakeRefusal(CCamera& camera, const std::vector<const char*>& names,
     }
 }
 
+void PutIntoMailMode(CDesktop& desktop)
+{
+    std::filesystem::create_directories(desktop.Host().configFolder);
+    platform::CRegistry registry(desktop.Host().configFolder / "registry.ini");
+    registry.SetNumber(kMailMode, "MailSupport", 0);
+    registry.SetNumber(kMailMode, "RegisterForms", 1);
+}
+
 void TakeRefusals(CCamera& camera)
 {
     {
@@ -199,12 +207,14 @@ void TakeRefusals(CCamera& camera)
     });
     TakeRefusal(camera, {"refused-outlook-running"},
                 [](CDesktop& desktop) { desktop.Host().runningProcess = "OUTLOOK.EXE"; });
-    TakeRefusal(camera, {"mail-mode-instructions", "refused-mail-mode"}, [](CDesktop& desktop) {
-        std::filesystem::create_directories(desktop.Host().configFolder);
-        platform::CRegistry registry(desktop.Host().configFolder / "registry.ini");
-        registry.SetNumber(kMailMode, "MailSupport", 0);
-        registry.SetNumber(kMailMode, "RegisterForms", 1);
-    });
+    TakeRefusal(camera, {"mail-mode-instructions", "refused-mail-mode"}, PutIntoMailMode);
+    CDesktop desktop;
+    PutIntoMailMode(desktop);
+    desktop.Begins();
+    CPerson person;
+    person.Clicks("Confirm");
+    person.SeesWindow("Disclaimer");
+    camera.Takes("mail-mode-disclaimer");
 }
 
 bool TakeAll(const std::filesystem::path& folder)
