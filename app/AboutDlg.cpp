@@ -1,5 +1,6 @@
 #include "app/AboutDlg.h"
 
+#include "app/Labels.h"
 #include "app/LinkButton.h"
 #include "app/LinkErrors.h"
 #include "app/MessageBox.h"
@@ -7,9 +8,10 @@
 #include "app/Strings.h"
 
 #include <QDialogButtonBox>
+#include <QFontInfo>
 #include <QIcon>
-#include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <QVersionNumber>
@@ -35,15 +37,6 @@ QString VersionNumbers(const QString& version)
         return index < number.segmentCount() ? number.segmentAt(index) : 0;
     };
     return QString::asprintf("%d.%d.%d.%d", segment(0), segment(1), segment(2), segment(3));
-}
-
-QLabel* NewLabel(const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    label->setText(text);
-    return label;
 }
 
 }  // namespace
@@ -73,7 +66,8 @@ CAboutDlg::CAboutDlg(QWidget* parent, CPastilleApp& app) : QDialog(parent), m_ap
     area->setFocusPolicy(Qt::NoFocus);
     const int letter = fontMetrics().averageCharWidth();
     const int width = std::clamp(content->sizeHint().width(), kNarrowest * letter, kWidest * letter);
-    const int height = std::min(layout->totalHeightForWidth(width), kHighest * fontMetrics().lineSpacing());
+    const int height = std::min({layout->totalHeightForWidth(width), kHighest * fontMetrics().lineSpacing(),
+                                 screen()->availableSize().height() * 2 / 3});
     area->setMinimumSize(width, height);
     auto* all = new QVBoxLayout(this);
     all->addWidget(area, 1);
@@ -85,14 +79,14 @@ void CAboutDlg::AddHeading(QVBoxLayout& layout)
     auto* icon = new QLabel(this);
     icon->setPixmap(QIcon(QStringLiteral(":/icons/pastille.svg")).pixmap(kIconSize));
     icon->setAccessibleName(Text(strings::kProduct));
-    auto* heading = NewLabel(windowTitle(), this);
+    QLabel* heading = MakeBoldLabel(this, windowTitle());
+    heading->setWordWrap(true);
     QFont font = heading->font();
-    font.setBold(true);
-    font.setPointSizeF(font.pointSizeF() * 1.5);
+    font.setPointSizeF(QFontInfo(font).pointSizeF() * 1.5);
     heading->setFont(font);
-    auto* version = NewLabel(m_app.LanguageText("IDS_VERSION_TEXT") + QLatin1Char(' ') +
-                                 VersionNumbers(QStringLiteral(PASTILLE_VERSION)),
-                             this);
+    QLabel* version = MakeLabel(this, m_app.LanguageText("IDS_VERSION_TEXT") + QLatin1Char(' ') +
+                                          VersionNumbers(QStringLiteral(PASTILLE_VERSION)));
+    version->setWordWrap(true);
     version->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     auto* texts = new QVBoxLayout;
@@ -132,7 +126,8 @@ void CAboutDlg::OpenLink(const char* addressKey)
     if (result > 32)
         return;
     if (result == 0 || result == 2 || result == 31) {
-        m_app.Host().StartProgram("iexplore.exe", {address});
+        if (!m_app.Host().StartProgram("iexplore.exe", {address}))
+            m_app.Host().StartProgram("xdg-open", {address});
         return;
     }
     const std::u16string_view text = LinkErrorText(result);

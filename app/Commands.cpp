@@ -22,4 +22,14 @@ std::span<const CommandInfo> AllCommands()
     return kCommands;
 }
 
+QList<Command> DefaultToolBar()
+{
+    QList<Command> commands;
+    for (const CommandInfo& command : AllCommands()) {
+        if (command.onToolbar)
+            commands.append(command.command);
+    }
+    return commands;
+}
+
 }  // namespace pastille::app

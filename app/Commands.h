@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QList>
+
 #include <span>
 #include <string_view>
 
@@ -31,5 +33,8 @@ struct CommandInfo {
 
 /// All of them but the toggle, which the toolbar brings along.
 std::span<const CommandInfo> AllCommands();
+
+/// Those of a toolbar that nobody has changed, in their order.
+QList<Command> DefaultToolBar();
 
 }  // namespace pastille::app

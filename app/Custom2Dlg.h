@@ -7,7 +7,8 @@ class QVBoxLayout;
 
 namespace pastille::app {
 
-/// The last page: how to scan, and the folder for the new store.
+/// The last page: how to scan, and the folder for the new store. "&Repair" is enabled when there is a folder
+/// of the path that the folder dialog has handed over; of a name that is no UTF-8 it hands over another one.
 class CCustom2Dlg final : public CWizardPage {
     Q_OBJECT
 

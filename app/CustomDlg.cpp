@@ -20,7 +20,8 @@ CCustomDlg::CCustomDlg(QWidget* parent) : CWizardPage(QStringLiteral("CCustomDlg
         {u"Select PST File Manually", WizardPage::Browse, Qt::Key_M},
         {u"Find All Your PST Files", WizardPage::Search, Qt::Key_F},
     };
-    QFont font(QStringLiteral("Arial"), this->font().pointSize() + 2, QFont::Bold);
+    // The size in points that a font has that was set in pixels, too.
+    QFont font(QStringLiteral("Arial"), QFontInfo(this->font()).pointSize() + 2, QFont::Bold);
     auto* group = new QButtonGroup(this);
     Body().addStretch();
     for (const Choice& choice : kChoices) {

@@ -34,14 +34,8 @@ CCustomizeSheet::CCustomizeSheet(QWidget* parent, const QList<Command>& shown)
         QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::RestoreDefaults, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this, [this] {
-        QList<Command> usual;
-        for (const CommandInfo& command : AllCommands()) {
-            if (command.onToolbar)
-                usual.append(command.command);
-        }
-        Check(usual);
-    });
+    connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
+            [this] { Check(DefaultToolBar()); });
     auto* column = new QVBoxLayout(this);
     column->addWidget(label);
     column->addWidget(m_list);

@@ -2,13 +2,12 @@
 
 #include <system_error>
 
-#include "platform/FileSystem.h"
-
 namespace pastille::app {
 
-bool HasRoomFor(const std::filesystem::path& source, const std::filesystem::path& destinationFolder)
+bool HasRoomFor(platform::IFileSystem& fileSystem, const std::filesystem::path& source,
+                const std::filesystem::path& destinationFolder)
 {
-    const auto file = platform::HostFileSystem().OpenSource(source);
+    const auto file = fileSystem.OpenSource(source);
     std::error_code error;
     const auto space = std::filesystem::space(destinationFolder, error);
     return IsEnoughSpace(file != nullptr ? file->Size() : 0, error ? 0 : space.available);

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "platform/FileSystem.h"
+
 namespace pastille::app {
 
 /// Both in bytes, compared in whole MiB: the source must be the smaller one.
@@ -14,6 +16,7 @@ constexpr bool IsEnoughSpace(std::uint64_t sourceSize, std::uint64_t freeSpace)
 
 /// The same for a source that is to be repaired into a folder. A source that cannot be opened counts as
 /// empty, and a file system that does not tell its free space as full.
-bool HasRoomFor(const std::filesystem::path& source, const std::filesystem::path& destinationFolder);
+bool HasRoomFor(platform::IFileSystem& fileSystem, const std::filesystem::path& source,
+                const std::filesystem::path& destinationFolder);
 
 }  // namespace pastille::app

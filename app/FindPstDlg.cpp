@@ -75,7 +75,7 @@ void CFindPstDlg::AddControls()
     m_folder->setFixedHeight(fontMetrics().lineSpacing() * 2 + 14);
     m_folder->setAccessibleName(QStringLiteral("Folder being searched"));
     m_list = new CTXListCtrl(150, this);
-    m_list->setMinimumHeight(DialogUnits(*this, 0, 60).height());
+    m_list->setMinimumHeight(DialogUnits(*this, 0, 40).height());
     AddAccelerator(Qt::ALT | Qt::Key_F, m_list);
     Body().addWidget(label);
     Body().addLayout(row);
@@ -126,6 +126,11 @@ void CFindPstDlg::FindOrStop()
 
 void CFindPstDlg::Begin()
 {
+    // One that was stopped may still have something to deliver.
+    m_news.stop();
+    m_search.reset();
+    m_drives->setEnabled(true);
+    m_folder->clear();
     m_list->Clear();
     const std::filesystem::path root = Root();
     if (m_host.IsRemovableDrive(root)) {

@@ -1,15 +1,16 @@
 #include "app/Host.h"
 
+#include "app/HostPath.h"
 #include "app/WineFolders.h"
 #include "platform/Host.h"
 #include "platform/Language.h"
+#include "platform/MountTable.h"
 #include "platform/Processes.h"
 
 #include <QDesktopServices>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QStorageInfo>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -17,9 +18,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <string_view>
 #include <system_error>
 
 namespace pastille::app {
@@ -34,11 +33,6 @@ constexpr int kPathNotFound = 3;
 constexpr int kAccessDenied = 5;
 constexpr int kNoProgram = 31;
 
-fs::path PathFrom(const QString& path)
-{
-    return QFile::encodeName(path).toStdString();
-}
-
 /// A folder that is there already is named once, whatever links lead to it.
 void AddOnce(std::vector<fs::path>& folders, const fs::path& folder)
 {
@@ -48,30 +42,6 @@ void AddOnce(std::vector<fs::path>& folders, const fs::path& folder)
     });
     if (!known)
         folders.push_back(folder);
-}
-
-bool IsBelow(std::string_view path, std::string_view folder)
-{
-    return path == folder || (path.starts_with(folder) && path.substr(folder.size()).starts_with('/'));
-}
-
-/// False for what holds no files of users, only views of the system.
-bool CanHoldFiles(const QStorageInfo& volume)
-{
-    static constexpr std::array<std::string_view, 14> kPseudo = {
-        "autofs",  "binfmt_misc", "cgroup", "cgroup2", "configfs", "devtmpfs", "efivarfs",
-        "fusectl", "mqueue",      "nsfs",   "proc",    "ramfs",    "squashfs", "sysfs"};
-    static constexpr std::array<std::string_view, 3> kSystem = {"/dev", "/proc", "/sys"};
-    const std::string type = volume.fileSystemType().toStdString();
-    const std::string root = PathFrom(volume.rootPath()).string();
-    const auto contains = [](const auto& list, const std::string& text) {
-        return std::find(list.begin(), list.end(), text) != list.end();
-    };
-    const auto isSystem = [&](std::string_view folder) { return IsBelow(root, folder); };
-    std::error_code error;
-    return volume.isValid() && volume.isReady() && !contains(kPseudo, type) &&
-           std::none_of(kSystem.begin(), kSystem.end(), isSystem) &&
-           (!IsBelow(root, "/run") || IsBelow(root, "/run/media")) && fs::is_directory(root, error);
 }
 
 bool IsSchemeOfTheWeb(const QString& scheme)
@@ -118,7 +88,7 @@ unsigned CHost::OsMajorVersion()
 
 std::uint32_t CHost::UserInterfaceLanguage()
 {
-    return platform::LanguageIdentifier(platform::LocaleFrom({"LC_ALL", "LC_MESSAGES", "LANG"}));
+    return platform::LanguageIdentifier(platform::MessageLocale());
 }
 
 std::uint32_t CHost::UserLocale()
@@ -140,8 +110,8 @@ std::vector<fs::path> CHost::DefaultMailFolders()
 {
     using Paths = QStandardPaths;
     std::vector<fs::path> folders;
-    AddOnce(folders, PathFrom(Paths::writableLocation(Paths::GenericDataLocation)) / "Microsoft/Outlook");
-    AddOnce(folders, PathFrom(Paths::writableLocation(Paths::DocumentsLocation)) / "Outlook Files");
+    AddOnce(folders, ToPath(Paths::writableLocation(Paths::GenericDataLocation)) / "Microsoft/Outlook");
+    AddOnce(folders, ToPath(Paths::writableLocation(Paths::DocumentsLocation)) / "Outlook Files");
     for (const fs::path& prefix : WinePrefixes()) {
         for (const fs::path& folder : WineMailFolders(prefix))
             AddOnce(folders, folder);
@@ -158,29 +128,24 @@ fs::path CHost::ProgramFilesFolder()
 std::vector<fs::path> CHost::Drives()
 {
     std::vector<fs::path> roots;
-    for (const QStorageInfo& volume : QStorageInfo::mountedVolumes()) {
-        if (CanHoldFiles(volume))
-            roots.push_back(PathFrom(volume.rootPath()));
+    for (const platform::Mount& mount : platform::Mounts()) {
+        if (platform::CanHoldUserFiles(mount))
+            roots.emplace_back(mount.root);
     }
-    std::sort(roots.begin(), roots.end());
-    roots.erase(std::unique(roots.begin(), roots.end()), roots.end());
     return roots;
 }
 
 bool CHost::IsRemovableDrive(const fs::path& root)
 {
-    const QStorageInfo volume(QFile::decodeName(QByteArray::fromStdString(root.string())));
-    const QByteArray device = volume.device();
-    const auto isNumbered = [&](const char* prefix) {
-        const QByteArray rest = device.mid(static_cast<qsizetype>(std::string_view(prefix).size()));
-        return device.startsWith(prefix) && !rest.isEmpty() && rest[0] >= '0' && rest[0] <= '9';
-    };
-    return PathFrom(volume.rootPath()) == root && (isNumbered("/dev/fd") || isNumbered("/dev/sr"));
+    const auto mounts = platform::Mounts();
+    return std::ranges::any_of(mounts, [&](const platform::Mount& mount) {
+        return mount.root == root.native() && platform::IsRemovable(mount);
+    });
 }
 
 bool CHost::StartProgram(const fs::path& program, const QStringList& arguments)
 {
-    return QProcess::startDetached(QFile::decodeName(QByteArray::fromStdString(program.string())), arguments);
+    return QProcess::startDetached(ToText(program), arguments);
 }
 
 int CHost::Open(const QString& address)

@@ -36,9 +36,11 @@ public:
     virtual std::vector<std::filesystem::path> DefaultMailFolders() = 0;
     /// Where Windows programs are installed for the user; need not exist.
     virtual std::filesystem::path ProgramFilesFolder() = 0;
-    /// Roots of the mounted file systems that can hold a user's files, sorted, without repetitions.
+    /// Roots of the mounted file systems that can hold a user's files, sorted, without repetitions. They are
+    /// not touched: one of a server that no longer answers is among them and holds nothing up.
     virtual std::vector<std::filesystem::path> Drives() = 0;
     /// True when the drive at this root can be taken out while a search runs (a floppy, an optical disc).
+    /// The drive is not touched.
     virtual bool IsRemovableDrive(const std::filesystem::path& root) = 0;
     /// Starts a program without waiting for it. False when there is none or it cannot be started.
     virtual bool StartProgram(const std::filesystem::path& program, const QStringList& arguments) = 0;

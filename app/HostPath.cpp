@@ -19,11 +19,20 @@ std::filesystem::path ToPath(const QString& text)
     return QFile::encodeName(text).toStdString();
 }
 
+QString ToText(const std::filesystem::path& path)
+{
+    return QFile::decodeName(QByteArray::fromStdString(path.native()));
+}
+
 QString ShownPath(const std::filesystem::path& path)
 {
-    QString text = QString::fromStdString(path.native());
+    return ShownText(QString::fromStdString(path.native()).replace(u'\n', QChar::ReplacementCharacter));
+}
+
+QString ShownText(QString text)
+{
     for (QChar& c : text) {
-        if (Misleads(c))
+        if (c != u'\n' && Misleads(c))
             c = QChar::ReplacementCharacter;
     }
     return text;

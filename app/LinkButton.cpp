@@ -1,6 +1,7 @@
 #include "app/LinkButton.h"
 
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionFocusRect>
@@ -56,6 +57,15 @@ int CLinkButton::heightForWidth(int width) const
     const QRect room(0, 0, std::max(width - 2 * kMargin, 1), 1 << 20);
     const int height = fontMetrics().boundingRect(room, kTextFlags & ~Qt::AlignVCenter, text()).height();
     return std::max(height, fontMetrics().height()) + 2 * kMargin;
+}
+
+void CLinkButton::keyPressEvent(QKeyEvent* event)
+{
+    // Otherwise the key would press the dialog's default button.
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        click();
+    else
+        QAbstractButton::keyPressEvent(event);
 }
 
 void CLinkButton::paintEvent(QPaintEvent*)

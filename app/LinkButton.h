@@ -4,8 +4,8 @@
 
 namespace pastille::app {
 
-/// A link: a button that looks like underlined text, wraps where it must, and takes the keyboard's focus. Its
-/// text is never markup.
+/// A link: a button that looks like underlined text, wraps where it must, and takes the keyboard's focus;
+/// Enter opens it, as the space bar does. Its text is never markup.
 class CLinkButton final : public QAbstractButton {
     Q_OBJECT
 
@@ -18,6 +18,7 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 };
 

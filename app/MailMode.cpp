@@ -1,9 +1,9 @@
 #include "app/MailMode.h"
 
 #include "app/Host.h"
+#include "app/HostPath.h"
 #include "platform/Registry.h"
 
-#include <QFile>
 #include <QString>
 
 #include <chrono>
@@ -33,7 +33,7 @@ void SwitchMailMode(IHost& host, platform::CRegistry& registry)
 {
     if (!host.IsRunning(kMailClientProcess)) {
         const auto program = host.ProgramFilesFolder() / "Microsoft Office/Office/OUTLOOK.EXE";
-        host.Open(QFile::decodeName(QByteArray::fromStdString(program.string())));
+        host.Open(ToText(program));
     }
     if (HasModeOfInternetMail(registry))
         registry.SetNumber(kSetupKey, kMailSupport, 1);

@@ -4,12 +4,11 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QLabel>
+#include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QThread>
-
-#include <cstdlib>
 
 #include "app/AboutDlg.h"
 #include "app/DiskSpace.h"
@@ -28,8 +27,6 @@ namespace pastille::app {
 namespace {
 
 constexpr const char* kUpdater = "orvaneupdate.EXE";
-/// Longest time that a run may take to complete its store when the program ends.
-constexpr auto kStopPatience = std::chrono::seconds(10);
 
 recovery::RecoveryOptions OptionsFor(IHost& host)
 {
@@ -46,8 +43,8 @@ recovery::RecoveryOptions OptionsFor(IHost& host)
 
 CMainFrame::CMainFrame(CPastilleApp& app)
     : m_app(app),
-      m_run(app.FileSystem(), app.Component(), OptionsFor(app.Host()), *this),
-      m_progress(this, *this)
+      m_progress(this, *this),
+      m_run(app.FileSystem(), app.Component(), OptionsFor(app.Host()), *this)
 {
     setObjectName(QStringLiteral("CMainFrame"));
     setWindowTitle(Text(strings::kProduct));
@@ -63,7 +60,7 @@ CMainFrame::CMainFrame(CPastilleApp& app)
         {QStringLiteral("/SilentCheck"), QStringLiteral("/NoIcon"), QStringLiteral("/NoUpdateSelf")});
     MakePanes();
     UpdateCommands();
-    resize(1000, 700);
+    resize(QSize(1000, 700).boundedTo(screen()->availableSize()));
     m_folders->setFocus();
     QMetaObject::invokeMethod(this, &CMainFrame::OpenWizard, Qt::QueuedConnection);
 }
@@ -108,6 +105,8 @@ void CMainFrame::SwitchUpperPane(unsigned view)
         return;
     QWidget* old = m_upper;
     const QList<int> sizes = m_inner->sizes();
+    const bool hadFocus =
+        focusWidget() != nullptr && (focusWidget() == old || old->isAncestorOf(focusWidget()));
     // A child of the splitter would be in it already, behind the others.
     if (view == 0)
         m_upper = new preview::CGridView(this);
@@ -116,6 +115,8 @@ void CMainFrame::SwitchUpperPane(unsigned view)
     m_inner->replaceWidget(m_inner->indexOf(old), m_upper);
     m_upper->show();
     m_inner->setSizes(sizes);
+    if (hadFocus)
+        m_upper->setFocus();
     delete old;
 }
 
@@ -189,21 +190,27 @@ void CMainFrame::StartRepair()
         return;
     }
     const platform::RunSettings& settings = m_app.Choices().settings;
-    if (!HasRoomFor(settings.sourcePath, settings.destinationFolder)) {
+    // No folder has no free space either, but that is nothing to complain about.
+    if (settings.destinationFolder.empty())
+        return;
+    if (!HasRoomFor(m_app.FileSystem(), settings.sourcePath, settings.destinationFolder)) {
         ShowBox(this, strings::kNoSpace, strings::kInformation, QMessageBox::Information);
         return;
     }
-    if (settings.destinationFolder.empty())
+    if (!m_run.Start(settings)) {
+        ShowBox(this, u"The repair could not be started.", strings::kError, QMessageBox::Critical);
         return;
-    m_run.Start(settings);
+    }
     m_progress.Begin(settings);
+    m_progressEnded = false;
     UpdateCommands();
     ShowProgress();
 }
 
 void CMainFrame::ShowProgress()
 {
-    if (!m_progress.isVisible())
+    // A run that only counts what it has brought back has nothing more to show.
+    if (!m_progressEnded && !m_progress.isVisible())
         m_progress.exec();
 }
 
@@ -225,6 +232,7 @@ void CMainFrame::ShowPercent(unsigned percent)
 
 void CMainFrame::EndProgress()
 {
+    m_progressEnded = true;
     m_progress.End();
     m_status->clear();
 }
@@ -242,6 +250,7 @@ void CMainFrame::ShowCompletion(const recovery::SummaryCounts& counts,
 
 void CMainFrame::RunIsOver()
 {
+    m_progressEnded = true;
     m_progress.End();
     m_status->clear();
     m_app.Choices().settings.smartScan = false;
@@ -256,10 +265,10 @@ void CMainFrame::closeEvent(QCloseEvent* event)
         return;
     }
     SaveLayout();
-    // The store is completed where that can be done soon; in any case it keeps what was saved at its last
-    // checkpoint.
-    if (m_run.IsRunning() && !m_run.StopAndWait(kStopPatience))
-        std::_Exit(EXIT_SUCCESS);
+    if (m_run.IsRunning()) {
+        m_status->setText(Text(strings::kClosingFile));
+        m_run.StopForGood();
+    }
     event->accept();
 }
 

@@ -39,7 +39,7 @@ public:
     void StartRepair();
     /// Puts another view into the right upper pane: 0 the property grid, 1 the item list; nothing else.
     void SwitchUpperPane(unsigned view);
-    /// The next close request is granted without a question.
+    /// The next close request is granted without a question, as when the host ends the session.
     void CloseWithoutAsking() { m_closeWithoutAsking = true; }
 
 protected:
@@ -86,10 +86,10 @@ private:
     preview::CDisplayBody* m_body = nullptr;
     QToolBar* m_toolBar = nullptr;
     std::map<Command, QAction*> m_actions;
-    CRepairRun m_run;
     CRepairDlg m_progress;
+    CRepairRun m_run;  ///< after the dialog, which a run that ends late still reaches
+    bool m_progressEnded = true;
     bool m_closeWithoutAsking = false;
-    unsigned m_phase = 0;
 };
 
 }  // namespace pastille::app

@@ -30,16 +30,6 @@ QString Balloon(const CommandInfo& command)
     return QStringLiteral("<b>%1</b><br>%2").arg(title, text);
 }
 
-QList<Command> DefaultToolBar()
-{
-    QList<Command> commands;
-    for (const CommandInfo& command : AllCommands()) {
-        if (command.onToolbar)
-            commands.append(command.command);
-    }
-    return commands;
-}
-
 }  // namespace
 
 void CMainFrame::MakeActions()

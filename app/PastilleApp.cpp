@@ -30,7 +30,7 @@ constexpr char kAbbreviationKey[] = "IDS_LANGUAGE_ABR";
 constexpr char kEnglish[] = "English";
 constexpr std::size_t kLongestValue = 1040;      // UTF-16 units
 constexpr std::size_t kLongestAboutText = 2000;  // the same
-/// Windows 7 and its relatives; only there the system's locale is written down.
+/// Major version of the operating system with which the system's locale is written down as well.
 constexpr unsigned kOsWithLocaleName = 6;
 
 constexpr std::array kMailClientKeys = {

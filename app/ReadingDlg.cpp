@@ -1,19 +1,24 @@
 #include "app/ReadingDlg.h"
 
+#include "app/Labels.h"
 #include "app/Strings.h"
 
 #include <QDialog>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 namespace pastille::app {
 namespace {
 
-constexpr int kLettersWide = 72;
+// Of the text, in letters and lines: as shown at first, as far as the screen has room, and at least.
+constexpr int kLettersWide = 76;
 constexpr int kLinesHigh = 23;
+constexpr int kFewestLetters = 32;
+constexpr int kFewestLines = 6;
+constexpr int kLinesAround = 7;  // for heading and buttons
 
 QPushButton* NewButton(QDialog& dialog, const ReadingButton& button)
 {
@@ -29,21 +34,17 @@ QPushButton* NewButton(QDialog& dialog, const ReadingButton& button)
 void BuildReadingDialog(QDialog& dialog, const QString& heading, const QString& text, const QString& textName,
                         const ReadingButton& first, const ReadingButton& second)
 {
-    auto* label = new QLabel(&dialog);
-    label->setTextFormat(Qt::PlainText);
+    QLabel* label = MakeBoldLabel(&dialog, heading);
     label->setWordWrap(true);
-    label->setText(heading);
-    QFont bold = label->font();
-    bold.setBold(true);
-    label->setFont(bold);
 
     auto* box = new QPlainTextEdit(&dialog);
     box->setReadOnly(true);
     box->setTabChangesFocus(true);
     box->setAccessibleName(textName);
     box->setPlainText(text);
-    const QFontMetrics metrics = box->fontMetrics();
-    box->setMinimumSize(metrics.averageCharWidth() * kLettersWide, metrics.lineSpacing() * kLinesHigh);
+    const int letter = box->fontMetrics().averageCharWidth();
+    const int line = box->fontMetrics().lineSpacing();
+    box->setMinimumSize(letter * kFewestLetters, line * kFewestLines);
 
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
@@ -54,6 +55,8 @@ void BuildReadingDialog(QDialog& dialog, const QString& heading, const QString& 
     layout->addWidget(label);
     layout->addWidget(box, 1);
     layout->addLayout(buttons);
+    const QSize wanted(letter * kLettersWide, line * (kLinesHigh + kLinesAround));
+    dialog.resize(wanted.boundedTo(dialog.screen()->availableSize() * 9 / 10));
 }
 
 }  // namespace pastille::app

@@ -6,25 +6,24 @@
 #include <array>
 
 #include "app/Animation.h"
+#include "app/HostPath.h"
+#include "app/Labels.h"
 #include "app/MessageBox.h"
 #include "app/SkinButton.h"
 #include "app/Strings.h"
-#include "platform/Text.h"
+#include "app/WrappedText.h"
 
 namespace pastille::app {
 namespace {
 
-QLabel* MakeLabel(QWidget* parent, const QString& text, bool bold, const QString& name = QString())
+constexpr int kMostPathLines = 4;
+
+/// A value with its name, for those who hear it: a screen reader says the name in place of the text.
+void ShowValue(QLabel& label, const char* name, const QString& value)
 {
-    auto* label = new QLabel(text, parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setAccessibleName(name);
-    if (bold) {
-        QFont font = label->font();
-        font.setWeight(QFont::Bold);
-        label->setFont(font);
-    }
-    return label;
+    label.setText(value);
+    label.setAccessibleName(value.isEmpty() ? QString()
+                                            : QString::fromLatin1(name) + QStringLiteral(": ") + value);
 }
 
 }  // namespace
@@ -53,7 +52,8 @@ CRepairDlg::CRepairDlg(QWidget* parent, IRunControl& run) : QDialog(parent), m_r
     setObjectName(QStringLiteral("CRepairDlg"));
     setWindowTitle(QStringLiteral("Recovery Progress"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
-    Build();
+    MakeParts();
+    Arrange();
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, &CRepairDlg::ShowElapsed);
     connect(m_stop, &QPushButton::clicked, this, &CRepairDlg::AskStop);
@@ -61,15 +61,15 @@ CRepairDlg::CRepairDlg(QWidget* parent, IRunControl& run) : QDialog(parent), m_r
         connect(new QShortcut(keys, this), &QShortcut::activated, this, &CRepairDlg::AskStop);
 }
 
-void CRepairDlg::Build()
+void CRepairDlg::MakeParts()
 {
-    m_scan = MakeLabel(this, QString(), false, QStringLiteral("Selected Scan"));
-    m_destination = MakeLabel(this, QString(), false, QStringLiteral("Destination Path"));
-    m_destination->setWordWrap(true);
-    m_phase = MakeLabel(this, QString(), false, QStringLiteral("Phase"));
-    m_caption = MakeLabel(this, QString(), false, QStringLiteral("Current step"));
-    m_percent = MakeLabel(this, QString(), false, QStringLiteral("Percentage"));
-    m_elapsed = MakeLabel(this, QString(), false, QStringLiteral("Elapsed Time"));
+    m_scan = MakeLabel(this);
+    m_destination = new CWrappedText(this, kMostPathLines);
+    m_destination->setAccessibleName(QStringLiteral("Destination Path"));
+    m_phase = MakeLabel(this);
+    m_caption = MakeLabel(this);
+    m_percent = MakeLabel(this);
+    m_elapsed = MakeLabel(this);
     m_bar = new QProgressBar(this);
     m_bar->setRange(0, 100);
     m_bar->setTextVisible(false);
@@ -79,18 +79,21 @@ void CRepairDlg::Build()
     m_stop = new CSkinButton(Text(strings::kStop), QStringLiteral("stop"), CSkinButton::IconSide::Left, this);
     m_stop->setIconSize({16, 16});
     m_stop->setAutoDefault(false);
+}
 
+void CRepairDlg::Arrange()
+{
     auto* grid = new QGridLayout(this);
-    grid->addWidget(MakeLabel(this, Text(strings::kSelectedScan), true), 0, 0);
+    grid->addWidget(MakeBoldLabel(this, Text(strings::kSelectedScan)), 0, 0);
     grid->addWidget(m_scan, 0, 1, 1, 2);
-    grid->addWidget(MakeLabel(this, Text(strings::kDestinationPath), true), 1, 0, Qt::AlignTop);
+    grid->addWidget(MakeBoldLabel(this, Text(strings::kDestinationPath)), 1, 0, Qt::AlignTop);
     grid->addWidget(m_destination, 1, 1, 1, 2);
     grid->addWidget(m_animation, 2, 0, 1, 3, Qt::AlignCenter);
     grid->addWidget(m_phase, 3, 0);
     grid->addWidget(m_caption, 3, 1, 1, 2);
     grid->addWidget(m_bar, 4, 0, 1, 2);
     grid->addWidget(m_percent, 4, 2);
-    grid->addWidget(MakeLabel(this, Text(strings::kElapsedTime), true), 5, 0);
+    grid->addWidget(MakeBoldLabel(this, Text(strings::kElapsedTime)), 5, 0);
     grid->addWidget(m_elapsed, 5, 1);
     grid->addWidget(m_stop, 5, 2, Qt::AlignRight);
     grid->setColumnStretch(1, 1);
@@ -100,22 +103,24 @@ void CRepairDlg::Build()
 
 void CRepairDlg::Begin(const platform::RunSettings& settings)
 {
-    m_scan->setText(Text(settings.smartScan ? strings::kSmartScan : strings::kNormalScan));
-    m_destination->setText(Text(platform::PathText(settings.destinationFolder)));
-    m_phase->clear();
-    m_caption->clear();
-    m_percent->clear();
+    ShowValue(*m_scan, "Selected Scan",
+              Text(settings.smartScan ? strings::kSmartScan : strings::kNormalScan));
+    m_destination->ShowText(ShownPath(settings.destinationFolder));
+    for (QLabel* label : {m_phase, m_caption, m_percent})
+        ShowValue(*label, "", QString());
     m_bar->setValue(0);
     m_stop->setEnabled(true);
+    m_stop->setFocus();
     m_clock.start();
     m_timer.start();
     ShowElapsed();
+    adjustSize();
 }
 
 void CRepairDlg::ShowPhase(unsigned phase, bool closing)
 {
     m_phase->setText(QStringLiteral("Phase ") + QString::number(phase) + QStringLiteral(" of 8"));
-    m_caption->setText(PhaseCaption(phase, closing));
+    ShowValue(*m_caption, "Current step", PhaseCaption(phase, closing));
 }
 
 void CRepairDlg::ShowPercent(unsigned percent)
@@ -123,7 +128,7 @@ void CRepairDlg::ShowPercent(unsigned percent)
     if (percent > 100)
         return;
     m_bar->setValue(static_cast<int>(percent));
-    m_percent->setText(QString::number(percent) + QLatin1Char('%'));
+    ShowValue(*m_percent, "Percentage", QString::number(percent) + QLatin1Char('%'));
 }
 
 void CRepairDlg::End()
@@ -157,7 +162,7 @@ void CRepairDlg::AskStop()
 
 void CRepairDlg::ShowElapsed()
 {
-    m_elapsed->setText(ElapsedText(m_clock.elapsed() / 1000));
+    ShowValue(*m_elapsed, "Elapsed Time", ElapsedText(m_clock.elapsed() / 1000));
 }
 
 }  // namespace pastille::app

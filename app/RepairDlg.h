@@ -12,6 +12,7 @@
 namespace pastille::app {
 
 class CAnimation;
+class CWrappedText;
 
 /// What a stop question needs of the run.
 class IRunControl {
@@ -50,13 +51,14 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void Build();
+    void MakeParts();
+    void Arrange();
     void AskStop();
     void ShowElapsed();
 
     IRunControl& m_run;
     QLabel* m_scan;
-    QLabel* m_destination;
+    CWrappedText* m_destination;
     QLabel* m_phase;
     QLabel* m_caption;
     QProgressBar* m_bar;

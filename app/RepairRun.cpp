@@ -4,15 +4,32 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 
+#include <cstdlib>
 #include <exception>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
+#include "app/HostPath.h"
 #include "app/Strings.h"
 #include "platform/Text.h"
 
 namespace pastille::app {
+namespace {
+
+/// Longest time that a run may take to complete its store when the program ends.
+constexpr auto kStopPatience = std::chrono::seconds(10);
+
+/// A text of the run with the path in it as windows show it: the line breaks of a name are none of the
+/// text's.
+QString WithShownPath(std::u16string_view text, const std::filesystem::path& path)
+{
+    const QString raw = Text(platform::PathText(path));
+    return raw.isEmpty() ? Text(text) : Text(text).replace(raw, ShownPath(path));
+}
+
+}  // namespace
 
 CRepairRun::CRepairRun(platform::IFileSystem& fileSystem, writer::IComponentFactory& component,
                        recovery::RecoveryOptions options, IRunWindows& windows)
@@ -26,21 +43,21 @@ CRepairRun::CRepairRun(platform::IFileSystem& fileSystem, writer::IComponentFact
 
 CRepairRun::~CRepairRun()
 {
-    if (!m_worker.joinable())
-        return;
-    m_silent = true;
-    RequestStop();
-    Resume();
-    while (m_worker.joinable())
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+    if (m_worker.joinable())
+        StopForGood();
 }
 
-void CRepairRun::Start(const platform::RunSettings& settings)
+bool CRepairRun::Start(const platform::RunSettings& settings)
 {
     m_state = std::make_unique<platform::RunState>();
     m_summary = std::make_unique<recovery::CRunSummary>();
     m_completed = false;
-    m_worker = std::thread([this, settings] { Run(settings); });
+    try {
+        m_worker = std::thread([this, settings] { Run(settings); });
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
 }
 
 void CRepairRun::Pause()
@@ -61,26 +78,33 @@ void CRepairRun::RequestStop()
         m_state->stopRequested = true;
 }
 
-bool CRepairRun::StopAndWait(std::chrono::milliseconds patience)
+void CRepairRun::StopForGood()
 {
     m_silent = true;
     RequestStop();
     Resume();
     // What the run has sent already waits for its answer here.
-    const QDeadlineTimer deadline(patience);
-    while (m_worker.joinable() && !deadline.hasExpired()) {
+    const QDeadlineTimer deadline(kStopPatience);
+    while (m_worker.joinable()) {
+        if (deadline.hasExpired())
+            std::_Exit(EXIT_SUCCESS);
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
-    return !m_worker.joinable();
 }
 
 template <class Function>
 void CRepairRun::OnWindows(Function function)
 {
     m_state->gate.Pass();
-    if (!m_silent)
-        QMetaObject::invokeMethod(this, std::move(function), Qt::BlockingQueuedConnection);
+    if (m_silent)
+        return;
+    // Asked again there: the program may have begun to end meanwhile.
+    const auto unlessSilent = [&] {
+        if (!m_silent)
+            function();
+    };
+    QMetaObject::invokeMethod(this, unlessSilent, Qt::BlockingQueuedConnection);
 }
 
 void CRepairRun::Run(const platform::RunSettings& settings)
@@ -106,17 +130,26 @@ void CRepairRun::Conclude()
     const bool wasStopped = m_state->stopRequested && !m_completed;
     if (m_state->outputPath.empty() || m_state->failed || !(m_completed || wasStopped))
         return;
+    std::error_code error;
+    if (m_completed && !std::filesystem::exists(m_state->outputPath, error)) {
+        // Somebody has taken it away while the run was writing into it.
+        TellOfOutput("The new store is no longer at its place: ");
+        return;
+    }
     const auto counts = m_summary->Write(m_component, m_fileSystem, *m_state,
                                          [] { return std::chrono::system_clock::now(); });
     if (!m_completed)
         return;
     if (!counts.opened) {
-        // Somebody has taken it away, or overwritten it, while the run was writing.
-        Tell(QStringLiteral("The new store cannot be opened: ") +
-             Text(platform::PathText(m_state->outputPath)));
+        TellOfOutput("The new store cannot be opened: ");
         return;
     }
     OnWindows([&] { m_windows.ShowCompletion(counts, m_state->outputFolder); });
+}
+
+void CRepairRun::TellOfOutput(const char* text)
+{
+    Tell(QString::fromLatin1(text) + ShownPath(m_state->outputPath));
 }
 
 void CRepairRun::Tell(const QString& error)
@@ -157,7 +190,7 @@ void CRepairRun::Handle(const platform::Message& message)
                                std::is_same_v<Sent, platform::CloseProgressMessage>)
                 m_windows.EndProgress();
             else if constexpr (std::is_same_v<Sent, platform::BoxMessage>)
-                m_windows.ShowRunBox(Text(sent.text), Text(sent.caption),
+                m_windows.ShowRunBox(WithShownPath(sent.text, m_state->outputPath), Text(sent.caption),
                                      sent.icon == platform::BoxMessage::Icon::Error
                                          ? QMessageBox::Critical
                                          : QMessageBox::Information);

@@ -41,19 +41,20 @@ public:
     /// All must outlive this object, which lives on the windows' thread.
     CRepairRun(platform::IFileSystem& fileSystem, writer::IComponentFactory& component,
                recovery::RecoveryOptions options, IRunWindows& windows);
-    /// Waits for a run to end.
+    /// Stops a run that is going. A run that does not end soon, as one that waits for a dead device, ends the
+    /// process with it.
     ~CRepairRun() override;
 
     bool IsRunning() const { return m_worker.joinable(); }
-    /// REQUIRES that no run is going.
-    void Start(const platform::RunSettings& settings);
+    /// False when the host has no thread left for it. REQUIRES that no run is going.
+    bool Start(const platform::RunSettings& settings);
     /// The run waits at its gate, and shows nothing, until Resume.
     void Pause();
     void Resume();
     void RequestStop();
-    /// Stops the run for good: nothing of it is shown any more. Returns when it has ended, or false after
-    /// that time.
-    bool StopAndWait(std::chrono::milliseconds patience);
+    /// Stops the run for good: nothing of it is shown any more. The store is completed where that can be done
+    /// in ten seconds; else the process ends at once, and the store is what its last checkpoint left.
+    void StopForGood();
 
 private:
     void Send(const platform::Message& message) override;
@@ -61,6 +62,8 @@ private:
     void Run(const platform::RunSettings& settings);
     void Conclude();
     void Tell(const QString& error);
+    /// An error that ends with the path of the new store.
+    void TellOfOutput(const char* text);
     /// Calls something on the windows' thread and waits, unless nothing is to be shown any more.
     template <class Function>
     void OnWindows(Function function);

@@ -2,6 +2,9 @@
 
 #include <QPointer>
 
+#include <memory>
+#include <optional>
+
 #include "app/Custom2Dlg.h"
 #include "app/CustomDlg.h"
 #include "app/FindPstDlg.h"
@@ -36,19 +39,24 @@ bool RunWizard(QWidget* parent, IHost& host, RepairChoices& choices)
 {
     WizardPage origin = WizardPage::None;
     WizardPage page = WizardPage::Start;
-    QByteArray place;
+    std::optional<QPoint> position;
+    QByteArray geometry;  ///< once the user has resized a page; they all come up in their own size until then
     while (page != WizardPage::None) {
         // The parent deletes the page when it ends before it.
         const QPointer<CWizardPage> dialog = MakePage(page, origin, parent, host, choices);
-        if (!place.isEmpty())
-            dialog->restoreGeometry(place);
+        if (!geometry.isEmpty())
+            dialog->restoreGeometry(geometry);
+        if (position && !dialog->isMaximized())
+            dialog->move(*position);
         dialog->exec();
         if (dialog.isNull())
             return false;
         const std::unique_ptr<CWizardPage> deleting(dialog);
         if (dialog->IsRepairAsked())
             return true;
-        place = dialog->saveGeometry();
+        if (dialog->IsResized())
+            geometry = dialog->saveGeometry();
+        position = dialog->isMaximized() ? std::nullopt : std::optional(dialog->pos());
         origin = page;
         page = dialog->Following();
     }

@@ -49,9 +49,10 @@ void CSelectPstDlg::Browse()
 {
     QFileDialog dialog(this);
     dialog.setFileMode(QFileDialog::ExistingFile);
-    // The upper-case patterns are for native dialogs that tell the cases apart.
+    // The patterns with brackets are for native dialogs that tell the cases apart.
     dialog.setOption(QFileDialog::HideNameFilterDetails);
-    dialog.setNameFilter(QStringLiteral("PST or OST (*.pst, *.ost) (*.pst *.ost *.PST *.OST)"));
+    dialog.setNameFilter(
+        QStringLiteral("PST or OST (*.pst, *.ost) (*.pst *.ost *.[pP][sS][tT] *.[oO][sS][tT])"));
     dialog.setDefaultSuffix(QStringLiteral("pst"));
     const QString folder = QFile::decodeName(m_choices.settings.sourcePath.parent_path().c_str());
     dialog.setDirectory(QFileInfo(folder).isDir() ? folder : QDir::homePath());

@@ -6,7 +6,9 @@ class QLineEdit;
 
 namespace pastille::app {
 
-/// The page on which the user picks the damaged file in a file dialog.
+/// The page on which the user picks the damaged file in a file dialog. File dialogs hand over text, so of a
+/// name that is no UTF-8 comes another path, where no file is: it is shown, and "Next" stays disabled. The
+/// lists of files take such names.
 class CSelectPstDlg final : public CWizardPage {
     Q_OBJECT
 

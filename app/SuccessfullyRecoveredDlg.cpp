@@ -1,29 +1,22 @@
 #include "app/SuccessfullyRecoveredDlg.h"
 
 #include <QDialogButtonBox>
+#include <QFontInfo>
 #include <QGridLayout>
 #include <QIcon>
-#include <QLabel>
 #include <QPushButton>
-#include <QUrl>
 
+#include <algorithm>
 #include <utility>
 
+#include "app/HostPath.h"
+#include "app/Labels.h"
+#include "app/LinkButton.h"
 #include "app/Manual.h"
 #include "app/Strings.h"
-#include "platform/Text.h"
 
 namespace pastille::app {
 namespace {
-
-QLabel* MakeLabel(QWidget* parent, const QString& text, bool bold)
-{
-    auto* label = new QLabel(text, parent);
-    QFont font = label->font();
-    font.setBold(bold);
-    label->setFont(font);
-    return label;
-}
 
 /// Labels side by side, as one line of text.
 QLayout* Line(std::initializer_list<QWidget*> widgets)
@@ -49,36 +42,29 @@ CSuccessfullyRecoveredDlg::CSuccessfullyRecoveredDlg(QWidget* parent, IHost& hos
 
     auto* picture = new QLabel(this);
     picture->setPixmap(QIcon(QStringLiteral(":/images/completed.svg")).pixmap(96, 96));
-    auto* heading = MakeLabel(this,
-                              QStringLiteral("Your Outlook PST File has been repaired!!!\n\n"
-                                             "Following items have been successfully recovered:"),
-                              true);
-    QFont font = heading->font();
-    font.setPixelSize(15);
-    heading->setFont(font);
-
-    auto* destination = MakeLink(QStringLiteral("destination path"), Text(platform::PathText(outputFolder)),
-                                 FileAddress(outputFolder));
-    auto* howTo = MakeLink(QStringLiteral("Click Here"), QStringLiteral("How to import"),
-                           FileAddress(ManualPage(host, "import.html")));
-
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
 
     auto* grid = new QGridLayout(this);
     grid->setSpacing(12);
     grid->addWidget(picture, 0, 0, Qt::AlignTop | Qt::AlignLeft);
-    grid->addWidget(heading, 0, 1);
+    grid->addWidget(MakeHeading(), 0, 1);
     grid->addWidget(MakeCounts(counts), 1, 1);
-    grid->addLayout(Line({MakeLabel(this, QStringLiteral("Please check "), true), destination,
-                          MakeLabel(this, QStringLiteral(" for repaired PST file."), true)}),
-                    2, 0, 1, 2);
-    grid->addLayout(
-        Line({howTo, MakeLabel(this, QStringLiteral(" to see the procedure for \"How to import PST file?\"."),
-                               true)}),
-        3, 0, 1, 2);
-    grid->addWidget(buttons, 4, 0, 1, 2);
+    AddLinks(*grid, outputFolder);
+    grid->addWidget(buttons, grid->rowCount(), 0, 1, 2);
     buttons->button(QDialogButtonBox::Ok)->setFocus();
+}
+
+QWidget* CSuccessfullyRecoveredDlg::MakeHeading()
+{
+    constexpr int kHeight = 15;  // pixels; never smaller than the other texts
+    QLabel* heading =
+        MakeBoldLabel(this, QStringLiteral("Your Outlook PST File has been repaired!!!\n\n"
+                                           "Following items have been successfully recovered:"));
+    QFont font = heading->font();
+    font.setPixelSize(std::max(kHeight, QFontInfo(font).pixelSize()));
+    heading->setFont(font);
+    return heading;
 }
 
 QWidget* CSuccessfullyRecoveredDlg::MakeCounts(const recovery::SummaryCounts& counts)
@@ -95,25 +81,39 @@ QWidget* CSuccessfullyRecoveredDlg::MakeCounts(const recovery::SummaryCounts& co
     grid->setColumnStretch(2, 1);
     int row = 0;
     for (const auto& [label, count] : rows) {
-        grid->addWidget(MakeLabel(area, QString::fromLatin1(label), false), row, 0);
-        auto* value = MakeLabel(area, QString::number(count), true);
+        grid->addWidget(MakeLabel(area, QString::fromLatin1(label)), row, 0);
+        QLabel* value = MakeBoldLabel(area, QString::number(count));
         value->setAccessibleName(QString::fromLatin1(label) + QLatin1Char(' ') + value->text());
         grid->addWidget(value, row++, 1, Qt::AlignRight);
     }
     return area;
 }
 
-QLabel* CSuccessfullyRecoveredDlg::MakeLink(const QString& text, const QString& toolTip,
-                                            const QString& address)
+void CSuccessfullyRecoveredDlg::AddLinks(QGridLayout& grid, const std::filesystem::path& outputFolder)
 {
-    auto* link = MakeLabel(this, QStringLiteral("<a href=\"#\">%1</a>").arg(text.toHtmlEscaped()), true);
-    link->setTextFormat(Qt::RichText);
-    link->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
-    link->setFocusPolicy(Qt::StrongFocus);
-    link->setAccessibleName(text);
+    QWidget* destination =
+        MakeLink(QStringLiteral("destination path"), ShownPath(outputFolder), FileAddress(outputFolder));
+    QWidget* howTo = MakeLink(QStringLiteral("Click Here"), QStringLiteral("How to import"),
+                              FileAddress(ManualPage(m_host, "import.html")));
+    grid.addLayout(Line({MakeBoldLabel(this, QStringLiteral("Please check ")), destination,
+                         MakeBoldLabel(this, QStringLiteral(" for repaired PST file."))}),
+                   2, 0, 1, 2);
+    grid.addLayout(
+        Line({howTo,
+              MakeBoldLabel(this, QStringLiteral(" to see the procedure for \"How to import PST file?\"."))}),
+        3, 0, 1, 2);
+}
+
+QWidget* CSuccessfullyRecoveredDlg::MakeLink(const QString& text, const QString& toolTip,
+                                             const QString& address)
+{
+    auto* link = new CLinkButton(text, this);
+    QFont font = link->font();
+    font.setBold(true);
+    link->setFont(font);
     // A folder's name is no markup.
     link->setToolTip(QStringLiteral("<span>%1</span>").arg(toolTip.toHtmlEscaped()));
-    connect(link, &QLabel::linkActivated, this, [this, address] { m_host.Open(address); });
+    connect(link, &QAbstractButton::clicked, this, [this, address] { m_host.Open(address); });
     return link;
 }
 

@@ -5,7 +5,7 @@
 #include "app/Host.h"
 #include "recovery/RunSummary.h"
 
-class QLabel;
+class QGridLayout;
 
 namespace pastille::app {
 
@@ -19,8 +19,10 @@ public:
                               const std::filesystem::path& outputFolder);
 
 private:
+    QWidget* MakeHeading();
     QWidget* MakeCounts(const recovery::SummaryCounts& counts);
-    QLabel* MakeLink(const QString& text, const QString& toolTip, const QString& address);
+    void AddLinks(QGridLayout& grid, const std::filesystem::path& outputFolder);
+    QWidget* MakeLink(const QString& text, const QString& toolTip, const QString& address);
 
     IHost& m_host;
 };

@@ -52,6 +52,7 @@ std::vector<fs::path> WineMailFolders(const fs::path& prefix)
         folders.push_back(user / "AppData/Local/Microsoft/Outlook");
         folders.push_back(user / "Local Settings/Application Data/Microsoft/Outlook");
         folders.push_back(user / "Documents/Outlook Files");
+        folders.push_back(user / "My Documents/Outlook Files");
     }
     return folders;
 }

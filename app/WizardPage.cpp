@@ -3,12 +3,12 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QIcon>
-#include <QLabel>
 #include <QPainter>
 #include <QShortcut>
 #include <QVBoxLayout>
 
 #include "app/DialogUnits.h"
+#include "app/Labels.h"
 #include "app/Strings.h"
 
 // The pictures lie in this library; a program that links it takes them along only when they are asked for.
@@ -50,8 +50,7 @@ QLabel* CWizardPage::MakeHeading(const QString& text)
 
 QLabel* CWizardPage::MakeText(const QString& text)
 {
-    auto* label = new QLabel(text, this);
-    label->setTextFormat(Qt::PlainText);
+    QLabel* label = MakeLabel(this, text);
     label->setWordWrap(true);
     return label;
 }
@@ -128,10 +127,16 @@ void CWizardPage::paintEvent(QPaintEvent* event)
 
 void CWizardPage::showEvent(QShowEvent* event)
 {
+    if (!m_initialSize.isValid()) {
+        const QSize smallest = DialogUnits(*this, 370, 230);
+        const int height = m_body->totalMinimumHeightForWidth(smallest.width());
+        setMinimumSize(smallest.width(), std::max(smallest.height(), height));
+        // Not what Qt makes of the preferred sizes of lists and texts.
+        if (!testAttribute(Qt::WA_Resized))
+            resize(minimumSize());
+        m_initialSize = size();
+    }
     QDialog::showEvent(event);
-    const QSize smallest = DialogUnits(*this, 370, 230);
-    setMinimumSize(smallest.width(),
-                   std::max(smallest.height(), m_body->totalHeightForWidth(smallest.width())));
 }
 
 }  // namespace pastille::app

@@ -21,6 +21,9 @@ public:
     /// True when the page was ended by the button that begins the repair.
     bool IsRepairAsked() const { return result() == Accepted; }
 
+    /// True when the user has given the page another size than the one it came up with.
+    bool IsResized() const { return size() != m_initialSize; }
+
     void reject() override;
 
 protected:
@@ -55,6 +58,7 @@ protected:
 private:
     QVBoxLayout* m_body;
     QSvgRenderer m_banner;
+    QSize m_initialSize;
     WizardPage m_following = WizardPage::None;
 };
 

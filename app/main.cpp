@@ -1,4 +1,6 @@
+#include "app/EndSignals.h"
 #include "app/Host.h"
+#include "app/MainFrame.h"
 #include "app/PastilleApp.h"
 #include "component/BuiltInComponent.h"
 #include "platform/FileSystem.h"
@@ -30,6 +32,13 @@ try {
     component::CBuiltInComponent component(platform::HostFileSystem(),
                                            platform::UserDataFolder() / "profiles");
     app::CPastilleApp pastille(host, platform::HostFileSystem(), component);
+    const app::CEndSignals endSignals([&pastille] {
+        if (app::CMainFrame* frame = pastille.MainFrame()) {
+            frame->CloseWithoutAsking();
+            frame->close();
+        }
+        QApplication::quit();
+    });
     if (!pastille.InitInstance())
         return 1;
     return QApplication::exec();

@@ -90,9 +90,11 @@ bool WriteAll(int fd, std::string_view bytes)
 {
     while (!bytes.empty()) {
         const ssize_t put = ::write(fd, bytes.data(), bytes.size());
-        if (put <= 0 && errno != EINTR)
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
             return false;
-        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(put, 0)));
+        bytes.remove_prefix(static_cast<std::size_t>(put));
     }
     return true;
 }
@@ -127,10 +129,7 @@ bool ReplaceFile(const std::filesystem::path& file, std::string_view bytes)
 }  // namespace
 
 struct CIniFile::Entries : CSimpleIniTempl<char, SI_GenericNoCase<char>, SI_ConvertA<char>> {
-    Entries() : CSimpleIniTempl(true, true)
-    {
-        SetSpaces(false);
-    }
+    Entries() : CSimpleIniTempl(true, true) { SetSpaces(false); }
 };
 
 bool CanBeWritten(const std::filesystem::path& file)

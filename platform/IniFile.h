@@ -37,8 +37,8 @@ public:
 
     /// Sets a value in memory. Line breaks in it become blanks.
     void Set(const std::string& section, const std::string& key, std::string_view value);
-    /// Makes the file anew, as UTF-8, with the other entries and comments that were in it. Either the old or the new file is
-    /// there at any moment. False when it cannot be written.
+    /// Makes the file anew, as UTF-8, with the other entries and comments that were in it. Either the old or
+    /// the new file is there at any moment. False when it cannot be written.
     bool Write() const;
 
 private:

@@ -44,7 +44,23 @@ std::string LocaleFrom(std::initializer_list<const char*> variables)
 std::uint32_t LanguageIdentifier(const std::string& locale)
 {
     const std::string name = Completed(locale);
-    return name.empty() ? 0 : uloc_getLCID(name.c_str());
+    if (name.empty())
+        return 0;
+    const std::uint32_t identifier = uloc_getLCID(name.c_str());
+    // The bits above count the language's countries; 0 is none of them.
+    constexpr unsigned kLanguageBits = 10;
+    if (identifier >> kLanguageBits != 0)
+        return identifier;
+    const std::string likeliest = Completed(name.substr(0, name.find('_')));
+    return likeliest.empty() ? identifier : uloc_getLCID(likeliest.c_str());
+}
+
+std::string MessageLocale()
+{
+    const std::string locale = LocaleFrom({"LC_ALL", "LC_MESSAGES", "LANG"});
+    const std::string languages = LocaleFrom({"LANGUAGE"});
+    const std::string first = languages.substr(0, languages.find(':'));
+    return first.empty() || Completed(locale).empty() ? locale : first;
 }
 
 std::string LanguageAndCountry(const std::string& locale)

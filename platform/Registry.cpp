@@ -16,21 +16,22 @@ constexpr std::string_view kNumberPrefix = "dword:";
 
 }  // namespace
 
-CRegistry::CRegistry(std::filesystem::path file) : m_path(std::move(file)), m_file(m_path)
+CRegistry::CRegistry(std::filesystem::path file)
+    : m_path(std::move(file)), m_file(std::make_unique<CIniFile>(m_path))
 {
     std::error_code error;
     if (std::filesystem::exists(std::filesystem::symlink_status(m_path, error)))
         return;
-    m_file.Set(kMailClient, "Default", "built-in");
+    m_file->Set(kMailClient, "Default", "built-in");
     std::filesystem::create_directories(m_path.parent_path(), error);
-    static_cast<void>(m_file.Write());
+    static_cast<void>(m_file->Write());
 }
 
 CRegistry::~CRegistry() = default;
 
 bool CRegistry::HasKey(const std::string& key) const
 {
-    return m_file.HasSection(key);
+    return m_file->HasSection(key);
 }
 
 bool CRegistry::HasWritableKey(const std::string& key) const
@@ -40,7 +41,7 @@ bool CRegistry::HasWritableKey(const std::string& key) const
 
 std::optional<std::string> CRegistry::Text(const std::string& key, const std::string& name) const
 {
-    return m_file.Text(key, name);
+    return m_file->Text(key, name);
 }
 
 std::optional<std::uint32_t> CRegistry::Number(const std::string& key, const std::string& name) const
@@ -59,8 +60,16 @@ std::optional<std::uint32_t> CRegistry::Number(const std::string& key, const std
 
 bool CRegistry::SetText(const std::string& key, const std::string& name, const std::string& value)
 {
-    m_file.Set(key, name, value);
-    return m_file.Write();
+    // Whoever edits the file while the program runs keeps what he has written.
+    if (auto now = std::make_unique<CIniFile>(m_path); now->WasRead())
+        m_file = std::move(now);
+    m_unwritten.push_back({key, name, value});
+    for (const Value& unwritten : m_unwritten)
+        m_file->Set(unwritten.key, unwritten.name, unwritten.text);
+    if (!m_file->Write())
+        return false;
+    m_unwritten.clear();
+    return true;
 }
 
 bool CRegistry::SetNumber(const std::string& key, const std::string& name, std::uint32_t value)

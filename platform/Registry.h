@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/IniFile.h"
 
@@ -29,13 +31,19 @@ public:
     std::optional<std::string> Text(const std::string& key, const std::string& name) const;
     /// Nothing when it is not there or no 32-bit value.
     std::optional<std::uint32_t> Number(const std::string& key, const std::string& name) const;
-    /// Both write the file at once. False when that fails; the value holds for this process all the same.
+    /// Both write the file at once, with what others have written to it meanwhile. False when that fails; the
+    /// value holds for this process all the same.
     bool SetText(const std::string& key, const std::string& name, const std::string& value);
     bool SetNumber(const std::string& key, const std::string& name, std::uint32_t value);
 
 private:
+    struct Value {
+        std::string key, name, text;
+    };
+
     std::filesystem::path m_path;
-    CIniFile m_file;
+    std::unique_ptr<CIniFile> m_file;
+    std::vector<Value> m_unwritten;  ///< set, but not in the file yet
 };
 
 }  // namespace pastille::platform
