@@ -10,8 +10,10 @@
 
 namespace pastille::tests {
 
-CDesktop::CDesktop()
-    : m_host(m_folder.Path()), m_component(platform::HostFileSystem(), m_folder.Path() / "data" / "profiles")
+CDesktop::CDesktop(platform::IFileSystem& fileSystem)
+    : m_fileSystem(fileSystem),
+      m_host(m_folder.Path()),
+      m_component(fileSystem, m_folder.Path() / "data" / "profiles")
 {
 }
 
@@ -31,7 +33,7 @@ void CDesktop::Begins()
 {
     CPerson::OnUi([this] {
         m_started.reset();
-        m_app = std::make_unique<app::CPastilleApp>(m_host, platform::HostFileSystem(), m_component);
+        m_app = std::make_unique<app::CPastilleApp>(m_host, m_fileSystem, m_component);
     });
     CPerson::BeginOnUi([this] { m_started = m_app->InitInstance(); });
 }

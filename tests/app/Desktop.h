@@ -15,7 +15,8 @@ namespace pastille::tests {
 /// windows are closed and its run is stopped.
 class CDesktop {
 public:
-    CDesktop();
+    /// The run and its component use the file system, which must outlive this object.
+    explicit CDesktop(platform::IFileSystem& fileSystem = platform::HostFileSystem());
     ~CDesktop();
     CDesktop(const CDesktop&) = delete;
     CDesktop& operator=(const CDesktop&) = delete;
@@ -40,6 +41,7 @@ public:
     app::CPastilleApp& App() { return *m_app; }
 
 private:
+    platform::IFileSystem& m_fileSystem;
     CTemporaryFolder m_folder;
     CTestHost m_host;
     component::CBuiltInComponent m_component;

@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QHeaderView>
@@ -252,13 +253,13 @@ void CPerson::Types(const QString& text)
     const bool typed = WaitUntil([&] {
         // A window that has just come up gives the focus to a field a moment later.
         QWidget* window = Window();
-        if (window == nullptr || window->focusWidget() == nullptr ||
-            !window->focusWidget()->testAttribute(Qt::WA_InputMethodEnabled))
+        QWidget* field = window != nullptr ? window->focusWidget() : nullptr;
+        if (qobject_cast<QComboBox*>(field) == nullptr && qobject_cast<QLineEdit*>(field) == nullptr)
             return false;
         // Of letters beyond ASCII the test library knows no keys.
         for (const QChar letter : text) {
             QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(letter));
-            QApplication::sendEvent(window->focusWidget(), &press);
+            QApplication::sendEvent(field, &press);
         }
         return true;
     });
@@ -268,12 +269,21 @@ void CPerson::Types(const QString& text)
 
 void CPerson::ChoosesInFileDialog(const QString& typed)
 {
-    const auto isOpen = [] { return qobject_cast<QFileDialog*>(Window()) != nullptr; };
-    if (!WaitUntil(isOpen))
+    const auto nameField = []() -> QLineEdit* {
+        const auto* dialog = qobject_cast<QFileDialog*>(Window());
+        return dialog != nullptr ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
+    };
+    if (!WaitUntil([&] { return nameField() != nullptr && nameField()->isVisible(); }))
         GiveUp(QStringLiteral("no file dialog"));
+    // The list of files has the focus at times, and takes some letters for commands.
+    OnUi([&] {
+        QTest::mouseClick(nameField(), Qt::LeftButton);
+        nameField()->setFocus();
+        nameField()->clear();
+    });
     Types(typed);
-    Presses(Qt::Key_Return);
-    if (!WaitUntil([&] { return !isOpen(); }))
+    OnUi([&] { QTest::keyClick(nameField(), Qt::Key_Return); });
+    if (!WaitUntil([&] { return nameField() == nullptr; }))
         GiveUp(QStringLiteral("the file dialog does not take ") + typed);
 }
 

@@ -126,7 +126,7 @@ void TakeRuns(CDesktop& desktop, CPerson& person, CCamera& camera)
     ChooseFolder(person, to);
     person.Clicks("&Repair");
     person.SeesWindow("Recovery Progress");
-    person.Sees("00:00:01");
+    std::this_thread::sleep_for(std::chrono::seconds(1));
     camera.Takes("progress");
     person.Clicks("S&top");
     person.Sees("Do you want to stop the process?");

@@ -12,6 +12,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <utility>
+
 #include "tests/app/WizardRun.h"
 
 namespace pastille::tests {
@@ -22,11 +27,6 @@ using std::filesystem::path;
 constexpr const char* kBusy =
     "An operation is in progress;\nPlease cancel the current\nProcess to go back to the main screen.";
 
-QString Text(const path& file)
-{
-    return QString::fromStdString(file.native());
-}
-
 /// The wizard at its search page.
 class CSearchRun : public CWizardRun {
 public:
@@ -36,15 +36,6 @@ public:
             host.drives = {folder.Path()};
         BeginsAt(kSearch);
         person.Sees("Please select drive to search pst:");
-    }
-    /// Puts another text into the drive box.
-    void TypesRoot(const QString& root)
-    {
-        CPerson::OnUi([] {
-            Box()->setFocus();
-            Box()->lineEdit()->selectAll();
-        });
-        person.Types(root);
     }
     /// Waits until the search has ended, however fast it was.
     QStringList RowsAtTheEnd()
@@ -59,15 +50,31 @@ public:
         CPerson::OnUi([] {});
         return RowsAtTheEnd();
     }
-    bool IsListEnabled()
+    static bool IsListEnabled()
     {
-        return CPerson::OnUi([] {
-            return CPerson::Window()->findChild<QAbstractItemView*>(QStringLiteral("files"))->isEnabled();
-        });
+        return CPerson::OnUi([] { return List()->isEnabled(); });
+    }
+    /// Answers the box about it, and finds the page idle and empty.
+    void IsToldThatTheDriveIsRemovable()
+    {
+        person.Sees("This is removable drive.Please select any non removable drive.");
+        person.SeesWindow("Pastille");
+        person.Clicks("OK");
+        person.Sees("Please select drive to search pst:");
+        EXPECT_EQ(RowsAtTheEnd(), QStringList());
+        EXPECT_EQ(FolderShown(), QString());
     }
     QString FolderShown()
     {
         return CPerson::OnUi([] { return CPerson::Window()->findChild<QPlainTextEdit*>()->toPlainText(); });
+    }
+    static QAbstractItemView* List()
+    {
+        return CPerson::Window()->findChild<QAbstractItemView*>(QStringLiteral("files"));
+    }
+    static void SetRoot(const QString& root)
+    {
+        CPerson::OnUi([&] { Box()->setEditText(root); });
     }
     static QComboBox* Box() { return CPerson::Window()->findChild<QComboBox*>(); }
 };
@@ -92,10 +99,8 @@ public:
         for (int folder = 0; folder < folders; ++folder) {
             const path sub = m_root / std::to_string(folder);
             ::mkdir(sub.c_str(), 0700);
-            const int at = ::open(sub.c_str(), O_PATH | O_DIRECTORY);
             for (int file = 0; file < files; ++file)
-                ::mknodat(at, (std::to_string(file) + ".pst").c_str(), S_IFREG | 0600, 0);
-            ::close(at);
+                ::mknod((sub / (std::to_string(file) + ".pst")).c_str(), S_IFREG | 0600, 0);
         }
     }
     /// Folders in each of which the host takes milliseconds to find out that a link leads to a folder.
@@ -131,14 +136,17 @@ private:
     path m_root;
 };
 
-TEST(SearchOrder, LaterFoldersAndLaterFilesComeFirst)
+TEST(SearchOrder, LaterFoldersAndLaterFilesComeFirstAndEachOnce)
 {
     CSearchRun search;
     for (const char* name : {"b.pst", "a.PST", "y.ost", "no.txt", "sub/c.pst", "sub/deep/d.ost",
                              "z.pst/in z.pst", "other \xC3\xBC/e.Ost"})
         search.MakeFile(name);
+    for (const auto& [name, to] : {std::pair("sub/round", search.folder.Path()),
+                                   std::pair("a link", search.folder / "sub"), std::pair("a", path("/proc"))})
+        std::filesystem::create_directory_symlink(to, search.folder / name);
     search.Opens();
-    const QString root = Text(search.folder.Path());
+    const QString root = Shown(search.folder.Path());
     EXPECT_EQ(search.Finds(),
               QStringList({root + "/z.pst/in z.pst", root + "/sub/deep/d.ost", root + "/sub/c.pst",
                            root + QString::fromUtf8("/other \xC3\xBC/e.Ost"), root + "/y.ost",
@@ -151,27 +159,23 @@ TEST(SearchOrder, LaterFoldersAndLaterFilesComeFirst)
     person.Clicks(root + "/sub/c.pst");
     EXPECT_TRUE(CPerson::WaitUntil([&] { return search.choices.sourceFileName == "c.pst"; }));
     EXPECT_TRUE(person.CanClick("Next"));
-    person.ClicksBelowTheRows();
-    EXPECT_FALSE(person.CanClick("Next"));
     person.Clicks(root + "/y.ost");
     person.Clicks("Next");
     person.Sees("Normal Scan");
     EXPECT_EQ(search.Choices().settings.sourcePath, search.folder / "y.ost");
 }
 
-TEST(SearchRoot, IsWhatStandsInTheBox)
+TEST(SearchRoot, IsTheDriveInTheBox)
 {
     CSearchRun search;
     search.MakeFile("in/one.pst");
-    search.MakeFile("out.pst");
     const path broken = search.MakeFile("\xFF drive/two.pst").parent_path();
-    const path removable = search.folder / "cd";
-    search.MakeFile("cd/three.pst");
+    const path removable = search.MakeFile("cd/three.pst").parent_path();
     search.host.drives = {removable, broken, search.folder / "in"};
     search.host.removableDrive = removable;
     search.Opens();
     CPerson& person = search.person;
-    const QString root = Text(search.folder.Path());
+    const QString root = Shown(search.folder.Path());
 
     // The drives, sorted, without the one that can be taken out; the first is chosen.
     const QStringList drives = CPerson::OnUi([] {
@@ -182,128 +186,108 @@ TEST(SearchRoot, IsWhatStandsInTheBox)
     });
     EXPECT_EQ(drives, QStringList({root + "/in", root + QString::fromUtf8("/\xEF\xBF\xBD drive")}));
     EXPECT_EQ(search.Finds(), QStringList({root + "/in/one.pst"}));
-
     // A drive whose name is no UTF-8, picked from the box.
     CPerson::OnUi([] { CSearchRun::Box()->setCurrentIndex(1); });
     EXPECT_EQ(search.Finds(), QStringList({drives[1] + "/two.pst"}));
     person.Clicks(drives[1] + "/two.pst");
     EXPECT_TRUE(CPerson::WaitUntil([&] { return search.choices.settings.sourcePath == broken / "two.pst"; }));
+    person.ClicksBelowTheRows();
+    EXPECT_FALSE(person.CanClick("Next"));
 
+    CSearchRun::SetRoot(Shown(removable));
+    person.Clicks("Fin&d");
+    search.IsToldThatTheDriveIsRemovable();
+}
+
+TEST(SearchRoot, IsTheFolderThatWasTypedAlsoWithoutDrives)
+{
+    CSearchRun search;
+    const path found = search.MakeFile("in/one.pst");
+    search.MakeFile("out.pst");
+    search.BeginsAt(CWizardRun::kSearch);
+    CPerson& person = search.person;
+    person.SeesWindow("ERROR");
+    person.Sees("Drive Info retrieval failed ");
+    person.Clicks("OK");
+    person.Sees("Please select drive to search pst:");
+    const QString root = Shown(search.folder.Path());
     for (const QString& typed : {root + "/in/", root + "/in"}) {
-        search.TypesRoot(typed);
+        CPerson::OnUi([] {
+            CSearchRun::Box()->setFocus();
+            CSearchRun::Box()->lineEdit()->selectAll();
+        });
+        person.Types(typed);
         person.Presses(Qt::Key_Return);
         CPerson::OnUi([] {});
-        EXPECT_EQ(search.RowsAtTheEnd(), QStringList({root + "/in/one.pst"}));
+        EXPECT_EQ(search.RowsAtTheEnd(), QStringList({Shown(found)}));
         EXPECT_FALSE(person.CanClick("Next"));
     }
     for (const QString& typed : {root + "/absent", root + "/out.pst", root + "/" + QString(4'000, 'n')}) {
-        CPerson::OnUi([&] { CSearchRun::Box()->setEditText(typed); });
+        CSearchRun::SetRoot(typed);
         EXPECT_EQ(search.Finds(), QStringList({"File Not Found"}));
         EXPECT_FALSE(search.IsListEnabled());
     }
-    CPerson::OnUi([&] { CSearchRun::Box()->setEditText(Text(removable)); });
-    person.Clicks("Fin&d");
-    person.Sees("This is removable drive.Please select any non removable drive.");
-    person.SeesWindow("Pastille");
-    person.Clicks("OK");
-    person.Sees("Please select drive to search pst:");
-    EXPECT_EQ(person.Rows(), QStringList());
-    EXPECT_TRUE(person.IsSeen("Fin&d"));
 }
 
-TEST(SearchRoot, WithoutDrivesIsToldAndCanBeTyped)
+TEST(SearchOrder, GoesDeeperThanAnyPathThatTheHostTakesAtOnce)
 {
-    CSearchRun search;
-    search.MakeFile("a.pst");
-    search.BeginsAt(CWizardRun::kSearch);
-    search.person.SeesWindow("ERROR");
-    search.person.Sees("Drive Info retrieval failed ");
-    search.person.Clicks("OK");
-    search.person.Sees("Please select drive to search pst:");
-    search.TypesRoot(Text(search.folder.Path()));
-    EXPECT_EQ(search.Finds(), QStringList({Text(search.folder / "a.pst")}));
-}
-
-TEST(SearchTree, IsWalkedOnceAndToItsEnd)
-{
-    CSearchRun search;
-    search.MakeFile("a/one.pst");
-    search.MakeFile("later/two.pst");
-    std::filesystem::create_directory_symlink(search.folder.Path(), search.folder / "a/round");
-    std::filesystem::create_directory_symlink(search.folder / "a", search.folder / "b");
-    std::filesystem::create_directory_symlink("/proc", search.folder / "processes");
-    search.Opens();
-    EXPECT_EQ(search.Finds(),
-              QStringList({Text(search.folder / "later/two.pst"), Text(search.folder / "a/one.pst")}));
-    // Deeper than any path that the host takes at once.
     constexpr int levels = 3'000;
     CTree tree;
     tree.MakeDeep(levels);
     std::filesystem::create_directory(tree.Root() / "later");
     std::ofstream(tree.Root() / "later/two.pst") << "!";
-    CPerson::OnUi([&] { CSearchRun::Box()->setEditText(Text(tree.Root())); });
+    CSearchRun search;
+    search.host.drives = {tree.Root()};
+    search.Opens();
     const QStringList rows = search.Finds();
     ASSERT_EQ(rows.size(), 2);
-    EXPECT_EQ(rows[0], Text(tree.Root() / "later/two.pst"));
-    EXPECT_EQ(rows[1].size(), Text(tree.Root() / "last.ost").size() + 5 * levels);
+    EXPECT_EQ(rows[0], Shown(tree.Root() / "later/two.pst"));
+    EXPECT_EQ(rows[1].size(), Shown(tree.Root() / "last.ost").size() + 5 * levels);
+}
+
+/// Presses "Find" and "Stop" so fast that a search of a slow root cannot be over between the two.
+void FindsAndStops()
+{
+    for (const QString& text : {QStringLiteral("Fin&d"), QStringLiteral("S&top")}) {
+        for (auto* button : CPerson::Window()->findChildren<QAbstractButton*>()) {
+            if (button->text() == text)
+                button->click();
+        }
+    }
 }
 
 TEST(SearchStop, AtOnceListsTheRootAlone)
 {
-    CSearchRun search;
-    search.MakeFile("sub/below.pst");
-    search.Opens();
-    const auto stopAtOnce = [&] {
-        CPerson::OnUi([] {
-            const auto press = [](const QString& text) {
-                for (auto* button : CPerson::Window()->findChildren<QAbstractButton*>()) {
-                    if (button->text() == text)
-                        button->click();
-                }
-            };
-            // The root is a slow one, so that its search cannot be over between the two.
-            press("Fin&d");
-            press("S&top");
-        });
-        return search.RowsAtTheEnd();
-    };
     CTree slow;
     slow.MakeSlow(1);
     std::filesystem::create_symlink("29", slow.Root() / "no file.pst");
     std::ofstream(slow.Root() / "folder0/below.pst") << "!";
-    CPerson::OnUi([&] { CSearchRun::Box()->setEditText(Text(slow.Root())); });
-    EXPECT_EQ(stopAtOnce(), QStringList({"File Not Found"}));
+    CSearchRun search;
+    search.host.drives = {slow.Root()};
+    search.Opens();
+    CPerson::OnUi(FindsAndStops);
+    EXPECT_EQ(search.RowsAtTheEnd(), QStringList({"File Not Found"}));
     EXPECT_FALSE(search.IsListEnabled());
     std::ofstream(slow.Root() / "root.ost") << "!";
-    EXPECT_EQ(stopAtOnce(), QStringList({Text(slow.Root() / "root.ost")}));
+    CPerson::OnUi(FindsAndStops);
+    EXPECT_EQ(search.RowsAtTheEnd(), QStringList({Shown(slow.Root() / "root.ost")}));
     EXPECT_TRUE(search.IsListEnabled());
+    // A search that is asked for next takes nothing from the one that was stopped.
+    CPerson::BeginOnUi([&] {
+        FindsAndStops();
+        search.host.removableDrive = slow.Root();
+        FindsAndStops();
+    });
+    search.IsToldThatTheDriveIsRemovable();
 }
 
-TEST(SearchStop, LaterKeepsWhatWasFound)
+TEST(SearchBusy, KeepsThePageUntilItIsStoppedWithWhatWasFound)
 {
     CTree tree;
     tree.MakeSlow(3'000);
-    const path early = tree.Root() / "folder0/early.pst", late = tree.Root() / "folder999/late.pst";
-    std::ofstream(early) << "!";
-    std::ofstream(late) << "!";
-    CSearchRun search;
-    search.host.drives = {tree.Root()};
-    search.Opens();
-    CPerson& person = search.person;
-    person.Clicks("Fin&d");
-    person.Sees(Text(early));
-    EXPECT_FALSE(search.IsListEnabled());
-    person.Clicks("S&top");
-    EXPECT_EQ(search.RowsAtTheEnd(), QStringList({Text(early)}));
-    person.Clicks(Text(early));
-    EXPECT_TRUE(CPerson::WaitUntil([&] { return search.choices.settings.sourcePath == early; }));
-    EXPECT_TRUE(person.CanClick("Next"));
-}
-
-TEST(SearchBusy, KeepsThePageUntilItIsStopped)
-{
-    CTree tree;
-    tree.MakeSlow(3'000);
+    const path early = tree.Root() / "folder0/early.pst";
+    for (const path& file : {early, tree.Root() / "folder999/late.pst"})
+        std::ofstream(file) << "!";
     CSearchRun search;
     search.host.drives = {tree.Root()};
     search.Opens();
@@ -311,12 +295,9 @@ TEST(SearchBusy, KeepsThePageUntilItIsStopped)
     person.Clicks("Fin&d");
     person.Sees("S&top");
     EXPECT_FALSE(person.CanClick("Next"));
-    EXPECT_FALSE(search.IsListEnabled());
     EXPECT_FALSE(CPerson::OnUi([] { return CSearchRun::Box()->isEnabled(); }));
-    EXPECT_TRUE(CPerson::WaitUntil(
-        [&] { return !CPerson::Window()->findChild<QPlainTextEdit*>()->toPlainText().isEmpty(); }));
-    EXPECT_TRUE(search.FolderShown().startsWith(Text(tree.Root())));
-
+    person.Sees(Shown(early));
+    EXPECT_TRUE(search.FolderShown().startsWith(Shown(tree.Root())));
     const std::function<void()> waysOut[] = {[&] { person.Clicks("Back"); }, [&] { person.ClosesWindow(); },
                                              [&] { person.Presses(Qt::Key_Escape); }};
     for (const auto& leave : waysOut) {
@@ -327,46 +308,53 @@ TEST(SearchBusy, KeepsThePageUntilItIsStopped)
         person.Sees("Please select drive to search pst:");
         ASSERT_TRUE(person.IsSeen("S&top")) << "the search must outlast the test";
     }
+    EXPECT_FALSE(search.IsListEnabled());
     person.Clicks("S&top");
-    person.Sees("Fin&d");
+    EXPECT_EQ(search.RowsAtTheEnd(), QStringList({Shown(early)}));
+    person.Clicks(Shown(early));
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return search.choices.settings.sourcePath == early; }));
+    EXPECT_TRUE(person.CanClick("Next"));
     person.Clicks("Back");
     person.Sees("Open Default PST File");
     EXPECT_FALSE(search.Result().has_value());
 }
 
+/// The longest time in ms for which the window did not answer during a search that finds so many files.
+qint64 LongestSilence(const path& root, int files)
+{
+    CSearchRun search;
+    search.host.drives = {root};
+    search.Opens();
+    QElapsedTimer sinceLast;
+    QTimer* beat = nullptr;
+    qint64 longest = 0;
+    CPerson::OnUi([&] {
+        beat = new QTimer;
+        sinceLast.start();
+        QObject::connect(beat, &QTimer::timeout, beat,
+                         [&] { longest = std::max(longest, sinceLast.restart()); });
+        beat->start(1);
+    });
+    search.person.Clicks("Fin&d");
+    const bool ended = CPerson::WaitUntil([] { return CSearchRun::Box()->isEnabled(); });
+    CPerson::OnUi([&] { delete beat; });
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(CPerson::OnUi([] { return CSearchRun::List()->model()->rowCount(); }), files);
+    return longest;
+}
+
+/// PASTILLE_TEST_SEARCH_FILES sets another number of files, as 1000000.
 TEST(SearchLarge, LeavesTheWindowAnsweringWithin50Ms)
 {
-    constexpr int folders = 100, files = 2'000;
+    const char* chosen = std::getenv("PASTILLE_TEST_SEARCH_FILES");
+    constexpr int filesEach = 2'000;
+    const int folders = std::max(1, chosen == nullptr ? 20 : std::atoi(chosen) / filesEach);
     CTree tree;
-    tree.MakeWide(folders, files);
+    tree.MakeWide(folders, filesEach);
     // Others use the machine too; one pass of three must be undisturbed.
     qint64 longest = 1'000;
-    for (int pass = 0; pass < 3 && longest > 50; ++pass) {
-        CSearchRun search;
-        search.host.drives = {tree.Root()};
-        search.Opens();
-        QElapsedTimer sinceLast;
-        QTimer* beat = nullptr;
-        longest = 0;
-        CPerson::OnUi([&] {
-            beat = new QTimer;
-            sinceLast.start();
-            QObject::connect(beat, &QTimer::timeout, beat,
-                             [&] { longest = std::max(longest, sinceLast.restart()); });
-            beat->start(1);
-        });
-        search.person.Clicks("Fin&d");
-        const bool ended = CPerson::WaitUntil([] { return CSearchRun::Box()->isEnabled(); });
-        CPerson::OnUi([&] { delete beat; });
-        ASSERT_TRUE(ended);
-        const int rows = CPerson::OnUi([] {
-            return CPerson::Window()
-                ->findChild<QAbstractItemView*>(QStringLiteral("files"))
-                ->model()
-                ->rowCount();
-        });
-        EXPECT_EQ(rows, folders * files);
-    }
+    for (int pass = 0; pass < 3 && longest > 50; ++pass)
+        longest = LongestSilence(tree.Root(), folders * filesEach);
     EXPECT_LE(longest, 50) << "ms without an answer";
     RecordProperty("longest_ms", static_cast<int>(longest));
 }

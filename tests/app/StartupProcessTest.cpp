@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -31,6 +34,7 @@ public:
         environment.insert(QStringLiteral("HOME"), QString::fromStdString(home.string()));
         environment.remove(QStringLiteral("WINEPREFIX"));
         environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("fr_BE.UTF-8"));
+        environment.remove(QStringLiteral("LANGUAGE"));
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedChannels);
         m_process.start(QStringLiteral(PASTILLE_GUI_PROGRAM), QStringList());
@@ -62,6 +66,13 @@ public:
         ShowsWindow(title);
         EXPECT_TRUE(PressAltIn(m_process.processId(), title, letter));
     }
+    void EndsBy(int signal)
+    {
+        ::kill(static_cast<pid_t>(m_process.processId()), signal);
+        EXPECT_TRUE(m_process.waitForFinished(kPatienceMs));
+        EXPECT_EQ(m_process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(m_process.exitCode(), 0);
+    }
     void IsRefusedIn(const std::string& title)
     {
         ShowsWindow(title);
@@ -75,26 +86,40 @@ private:
     QProcess m_process;
 };
 
-/// A process that does nothing, started under a name.
-class CNamedProcess {
+/// Changes a variable of the environment while it lives.
+class CVariable {
 public:
-    CNamedProcess(const fs::path& folder, const std::string& name)
+    CVariable(const char* name, const std::string& value) : m_name(name), m_old(qgetenv(name))
     {
-        fs::copy_file("/bin/sleep", folder / name);
-        m_process.start(QString::fromStdString((folder / name).string()), {QStringLiteral("600")});
-        EXPECT_TRUE(m_process.waitForStarted(kPatienceMs));
+        qputenv(name, QByteArray::fromStdString(value));
     }
-    ~CNamedProcess()
-    {
-        m_process.kill();
-        m_process.waitForFinished(kPatienceMs);
-    }
-    CNamedProcess(const CNamedProcess&) = delete;
-    CNamedProcess& operator=(const CNamedProcess&) = delete;
+    ~CVariable() { m_old.isNull() ? qunsetenv(m_name) : qputenv(m_name, m_old); }
+    CVariable(const CVariable&) = delete;
+    CVariable& operator=(const CVariable&) = delete;
 
 private:
-    QProcess m_process;
+    const char* m_name;
+    QByteArray m_old;
 };
+
+struct EndProcess {
+    void operator()(QProcess* process) const
+    {
+        process->kill();
+        process->waitForFinished(kPatienceMs);
+        delete process;
+    }
+};
+
+/// A process that does nothing, started under a name.
+std::unique_ptr<QProcess, EndProcess> StartNamed(const fs::path& folder, const std::string& name)
+{
+    fs::copy_file("/bin/sleep", folder / name);
+    std::unique_ptr<QProcess, EndProcess> process(new QProcess);
+    process->start(QString::fromStdString((folder / name).string()), {QStringLiteral("600")});
+    EXPECT_TRUE(process->waitForStarted(kPatienceMs));
+    return process;
+}
 
 TEST(StartupProcess, SecondStartIsRefusedUntilTheFirstDies)
 {
@@ -116,18 +141,12 @@ TEST(StartupProcess, SecondStartIsRefusedUntilTheFirstDies)
     EXPECT_TRUE(text.find("IDS_LANGUAGE=French\n") != std::string::npos) << text;
 }
 
-TEST(StartupProcess, TwoStartsAtOnceLeaveOne)
+TEST(StartupProcess, ASignalEndsItWithoutAQuestion)
 {
     const CTemporaryFolder home;
-    CProgram one(home.Path());
-    CProgram other(home.Path());
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
-    while (!one.HasWindow("Error") && !other.HasWindow("Error") && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    CProgram& loser = one.HasWindow("Error") ? one : other;
-    CProgram& winner = one.HasWindow("Error") ? other : one;
-    loser.IsRefusedIn("Error");
-    winner.ShowsWindow("Pastille");
+    CProgram program(home.Path());
+    program.ShowsWindow("Pastille");
+    program.EndsBy(SIGTERM);
 }
 
 TEST(StartupProcess, DialogsOfStartUpDoNotEndTheProgram)
@@ -151,13 +170,13 @@ TEST(StartupProcess, RunningMailClientIsFoundByItsExactName)
     const CTemporaryFolder folder;
     app::CHost host;
     {
-        const CNamedProcess lowerCase(folder.Path(), "outlook.exe");
-        const CNamedProcess longer(folder.Path(), "XOUTLOOK.EXE");
+        const auto lowerCase = StartNamed(folder.Path(), "outlook.exe");
+        const auto longer = StartNamed(folder.Path(), "XOUTLOOK.EXE");
         EXPECT_TRUE(host.IsRunning("outlook.exe"));
         EXPECT_FALSE(host.IsRunning("OUTLOOK.EXE"));
     }
     EXPECT_FALSE(host.IsRunning("outlook.exe"));
-    const CNamedProcess client(folder.Path(), "OUTLOOK.EXE");
+    const auto client = StartNamed(folder.Path(), "OUTLOOK.EXE");
     EXPECT_TRUE(host.IsRunning("OUTLOOK.EXE"));
     fs::remove(folder.Path() / "OUTLOOK.EXE");  // as an update does to a program that runs
     EXPECT_TRUE(host.IsRunning("OUTLOOK.EXE"));
@@ -167,10 +186,8 @@ TEST(StartupProcess, RunningMailClientIsFoundByItsExactName)
 TEST(StartupProcess, HostFindsMailFoldersOfWinePrefixes)
 {
     const CTemporaryFolder home;
-    const auto oldHome = qgetenv("HOME");
-    const auto oldPrefix = qgetenv("WINEPREFIX");
-    qputenv("HOME", QByteArray::fromStdString(home.Path().string()));
-    qputenv("WINEPREFIX", QByteArray::fromStdString((home.Path() / "prefix").string()));
+    const CVariable newHome("HOME", home.Path().string());
+    const CVariable newPrefix("WINEPREFIX", (home.Path() / "prefix").string());
     const std::string local = "AppData/Local/Microsoft/Outlook";
     const fs::path inPrefix = home.Path() / "prefix/drive_c/users/B\xFCro";
     const fs::path inWine = home.Path() / ".wine/drive_c/users/ann";
@@ -178,7 +195,6 @@ TEST(StartupProcess, HostFindsMailFoldersOfWinePrefixes)
     for (const fs::path& user : {inPrefix, inWine, inOther})
         fs::create_directories(user / local);
     // Newer prefixes have a link where older ones have the folder.
-    fs::create_directory_symlink(inWine / "AppData/Local", inWine / "Local");
     fs::create_directory(inWine / "Local Settings");
     fs::create_directory_symlink(inWine / "AppData/Local", inWine / "Local Settings/Application Data");
 
@@ -186,21 +202,32 @@ TEST(StartupProcess, HostFindsMailFoldersOfWinePrefixes)
     const auto position = [&](const fs::path& folder) {
         return std::find(folders.begin(), folders.end(), folder) - folders.begin();
     };
-    ASSERT_GE(folders.size(), 5u);
+    const auto none = static_cast<std::ptrdiff_t>(folders.size());
+    ASSERT_GE(none, 5);
     EXPECT_EQ(folders[0].filename(), "Outlook");
     EXPECT_EQ(folders[1].filename(), "Outlook Files");
     EXPECT_LT(position(inPrefix / local), position(inWine / local));
     EXPECT_LT(position(inWine / local), position(inOther / local));
-    EXPECT_LT(position(inOther / local), static_cast<std::ptrdiff_t>(folders.size()));
-    EXPECT_EQ(position(inWine / "Local Settings/Application Data/Microsoft/Outlook"),
-              static_cast<std::ptrdiff_t>(folders.size()))
+    EXPECT_LT(position(inOther / local), none);
+    EXPECT_LT(position(inOther / "Documents/Outlook Files"), none);
+    EXPECT_LT(position(inOther / "My Documents/Outlook Files"), none);
+    EXPECT_EQ(position(inWine / "Local Settings/Application Data/Microsoft/Outlook"), none)
         << "named a second time";
+}
 
-    qputenv("HOME", oldHome);
-    if (oldPrefix.isNull())
-        qunsetenv("WINEPREFIX");
-    else
-        qputenv("WINEPREFIX", oldPrefix);
+TEST(StartupProcess, HostTakesTheFirstLanguageThatTheUserWants)
+{
+    const CVariable locale("LC_ALL", "de_AT.UTF-8");
+    app::CHost host;
+    const CVariable languages("LANGUAGE", "pt_BR:fr");
+    EXPECT_EQ(host.UserInterfaceLanguage(), 0x0416u);
+    EXPECT_EQ(host.UserLocale(), 0x0C07u);
+    const CVariable unset("LANGUAGE", "");
+    EXPECT_EQ(host.UserInterfaceLanguage(), 0x0C07u);
+    // Beside the locale of no language it does not count.
+    const CVariable again("LANGUAGE", "fr");
+    const CVariable none("LC_ALL", "C.UTF-8");
+    EXPECT_EQ(host.UserInterfaceLanguage(), 0u);
 }
 
 TEST(StartupProcess, HostListsDrivesThatHoldFiles)

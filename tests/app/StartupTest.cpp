@@ -76,52 +76,53 @@ void ExpectRefusal(CDesktop& desktop, const QString& text, const QString& captio
     person.SeesNoWindow();
 }
 
+struct Refusal {
+    const char* what;
+    QString text;
+    std::string registry;      ///< none where it is empty
+    const char* running = "";  ///< a process
+};
+
 TEST(Startup, EachRefusalSaysItsOwn)
 {
-    struct Refusal {
-        const char* what;
-        std::function<void(CDesktop&)> provoke;
-        QString text;
-        QString caption;
-        QMessageBox::Icon icon;
-    };
-    const QString error = QStringLiteral("Error");
+    const std::string wrongMode =
+        std::string(kInstalledKey) + kSetupKey + "MailSupport=dword:00000000\nRegisterForms=1\n";
+    // Of several reasons the first in the order of the checks is told.
     const Refusal refusals[] = {
-        {"no folder for the lock", [](CDesktop& d) { std::ofstream(d.Host().configFolder) << "a file"; },
-         QStringLiteral("Failed to launch Pastille."), error, QMessageBox::Critical},
-        {"not registered", [](CDesktop& d) { WriteRegistry(d, "[HKEY_LOCAL_MACHINE\\Software]\n"); },
-         kNotInstalled, error, QMessageBox::Critical},
-        {"registry that may not be written",
-         [](CDesktop& d) {
-             WriteRegistry(d, kInstalledKey);
-             fs::permissions(RegistryFile(d), fs::perms::owner_read);
-         },
-         kNotInstalled, error, QMessageBox::Critical},
-        {"registry that is no file", [](CDesktop& d) { fs::create_directories(RegistryFile(d)); },
-         kNotInstalled, error, QMessageBox::Critical},
-        {"mail client runs", [](CDesktop& d) { d.Host().runningProcess = "OUTLOOK.EXE"; }, kRunning,
-         QStringLiteral("Warning"), QMessageBox::Warning},
-        // Of several reasons the first in the order of the checks is told.
-        {"not registered, and runs",
-         [](CDesktop& d) {
-             WriteRegistry(d, "");
-             d.Host().runningProcess = "OUTLOOK.EXE";
-         },
-         kNotInstalled, error, QMessageBox::Critical},
-        {"runs, and has the wrong mode",
-         [](CDesktop& d) {
-             WriteRegistry(
-                 d, std::string(kInstalledKey) + kSetupKey + "MailSupport=dword:00000000\nRegisterForms=1\n");
-             d.Host().runningProcess = "OUTLOOK.EXE";
-         },
-         kRunning, QStringLiteral("Warning"), QMessageBox::Warning},
+        {"not registered", kNotInstalled, "[HKEY_LOCAL_MACHINE\\Software]\n"},
+        {"mail client runs", kRunning, "", "OUTLOOK.EXE"},
+        {"not registered, and runs", kNotInstalled, "\n", "OUTLOOK.EXE"},
+        {"runs, and has the wrong mode", kRunning, wrongMode, "OUTLOOK.EXE"},
     };
     for (const Refusal& refusal : refusals) {
         SCOPED_TRACE(refusal.what);
         CDesktop desktop;
-        refusal.provoke(desktop);
+        if (!refusal.registry.empty())
+            WriteRegistry(desktop, refusal.registry);
+        desktop.Host().runningProcess = refusal.running;
         desktop.Begins();
-        ExpectRefusal(desktop, refusal.text, refusal.caption, refusal.icon);
+        const bool runs = refusal.text == kRunning;
+        ExpectRefusal(desktop, refusal.text, runs ? "Warning" : "Error",
+                      runs ? QMessageBox::Warning : QMessageBox::Critical);
+    }
+}
+
+TEST(Startup, FilesThatCannotBeWrittenRefuseIt)
+{
+    const std::pair<QString, std::function<void(CDesktop&)>> refusals[] = {
+        {"Failed to launch Pastille.", [](CDesktop& d) { std::ofstream(d.Host().configFolder) << "a file"; }},
+        {kNotInstalled,
+         [](CDesktop& d) {
+             WriteRegistry(d, kInstalledKey);
+             fs::permissions(RegistryFile(d), fs::perms::owner_read);
+         }},
+        {kNotInstalled, [](CDesktop& d) { fs::create_directories(RegistryFile(d)); }},
+    };
+    for (const auto& [text, provoke] : refusals) {
+        CDesktop desktop;
+        provoke(desktop);
+        desktop.Begins();
+        ExpectRefusal(desktop, text, "Error", QMessageBox::Critical);
     }
 }
 
@@ -148,29 +149,19 @@ TEST(Startup, SecondInstanceIsRefusedAndTheFirstGoesOn)
 
 TEST(Startup, NormalUserPassesEveryCheck)
 {
-    struct Passing {
-        const char* what;
-        std::function<void(CDesktop&)> arrange;
-    };
-    const std::string installed = kInstalledKey;
-    const Passing passing[] = {
-        {"fresh machine, profiles that cannot be kept",
-         [](CDesktop& d) { std::ofstream(d.Host().dataFolder) << "a file"; }},
-        {"a process of another case", [](CDesktop& d) { d.Host().runningProcess = "outlook.exe"; }},
-        {"registered for 32-bit programs only", [](CDesktop& d) { WriteRegistry(d, kInstalledKey32); }},
-        {"other mail mode",
-         [&](CDesktop& d) {
-             WriteRegistry(d, installed + kSetupKey + "MailSupport=dword:00000001\nRegisterForms=1\n");
-         }},
-        {"mode without forms",
-         [&](CDesktop& d) { WriteRegistry(d, installed + kSetupKey + "MailSupport=dword:00000000\n"); }},
-        {"mode that is no number",
-         [&](CDesktop& d) { WriteRegistry(d, installed + kSetupKey + "MailSupport=0\nRegisterForms=1\n"); }},
-    };
-    for (const Passing& way : passing) {
-        SCOPED_TRACE(way.what);
+    const std::string setup = std::string(kInstalledKey) + kSetupKey;
+    // A fresh machine; registered for 32-bit programs only; the other mail mode; a mode without forms; one
+    // that is no number.
+    for (const std::string& registry :
+         {std::string(), std::string(kInstalledKey32),
+          setup + "MailSupport=dword:00000001\nRegisterForms=1\n", setup + "MailSupport=dword:00000000\n",
+          setup + "MailSupport=0\nRegisterForms=1\n"}) {
+        SCOPED_TRACE(registry);
         CDesktop desktop;
-        way.arrange(desktop);
+        if (!registry.empty())
+            WriteRegistry(desktop, registry);
+        desktop.Host().runningProcess = "outlook.exe";         // not the client's name
+        std::ofstream(desktop.Host().dataFolder) << "a file";  // profiles cannot be kept
         desktop.Starts();
         EXPECT_TRUE(Outcome(desktop));
     }
@@ -214,14 +205,12 @@ TEST_F(StartupMailMode, InstructionsAreShownInFull)
     ExpectWrongMode();
 }
 
-TEST_F(StartupMailMode, IgnoreEndsTheStart)
+TEST_F(StartupMailMode, NothingChangesWithoutAgreement)
 {
     m_person.Clicks(QStringLiteral("Ignore"));
     ExpectWrongMode();
-}
-
-TEST_F(StartupMailMode, NothingChangesWithoutAgreement)
-{
+    m_desktop.Begins();
+    m_person.SeesWindow(QStringLiteral("Please read carefully"));
     m_person.Presses(Qt::Key_C, Qt::AltModifier);
     m_person.SeesWindow(QStringLiteral("Disclaimer"));
     m_person.Clicks(QStringLiteral("I do not accept"));

@@ -18,7 +18,7 @@ bool CTestHost::StartProgram(const std::filesystem::path& program, const QString
     std::scoped_lock lock(m_mutex);
     m_started.append(
         (QStringList{QString::fromStdString(program.string())} + arguments).join(QLatin1Char(' ')));
-    return true;
+    return QString::fromStdString(program.string()) != missingProgram;
 }
 
 int CTestHost::Open(const QString& address)

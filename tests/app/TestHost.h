@@ -43,6 +43,7 @@ public:
     std::filesystem::path programFilesFolder = "/programs";
     std::filesystem::path removableDrive = "/media/removable";
     int openResult = 42;
+    QString missingProgram;  ///< cannot be started
 
 private:
     std::mutex m_mutex;

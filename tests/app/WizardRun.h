@@ -7,9 +7,7 @@
 #include <thread>
 
 #include "app/RepairWizard.h"
-#include "tests/app/Person.h"
-#include "tests/app/TestHost.h"
-#include "tests/support/FaultyFileSystem.h"
+#include "tests/app/Desktop.h"
 
 namespace pastille::tests {
 

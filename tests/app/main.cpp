@@ -12,6 +12,8 @@ int main(int argc, char** argv)
     // Discovering the tests must work without a display.
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
+    // The user's desktop may have choosers of its own, which no test can type into.
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication application(argc, argv);
     if (QGuiApplication::platformName() == QLatin1String("offscreen")) {
         std::fprintf(stderr, "These tests open real windows; they need a display.\n");

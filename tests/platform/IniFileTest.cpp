@@ -34,19 +34,22 @@ protected:
 
 TEST_F(IniFileTest, ReadsAsWindowsDoes)
 {
-    EXPECT_EQ(Value("[section]\r\nKEY=value\r\n"), "value");
-    EXPECT_EQ(Value("[ Section ]\n  key \t=  two words \t\n"), "two words");
-    EXPECT_EQ(Value("[Section]\nkey=first\nkey=second\n"), "first");
-    EXPECT_EQ(Value("[Section]\nkey=\" in quotes \"\n"), " in quotes ");
-    EXPECT_EQ(Value("[Section]\nkey='single'\n"), "single");
-    EXPECT_EQ(Value("[Section]\nkey=\"open\n"), "\"open");
-    EXPECT_EQ(Value("[Section]\nkey=a=b;c\n"), "a=b;c");
-    EXPECT_EQ(Value("[Section]\n;key=comment\n[Other]\nkey=other\n"), "(none)");
-    EXPECT_EQ(Value("key=before any section\n"), "(none)");
-    EXPECT_EQ(Value("[Section]\nkey=\n"), "");
-    EXPECT_EQ(Value("[Section]\nkey=<<<END\nmore\nEND\n"), "<<<END");
-    EXPECT_EQ(Value("[Section]\nkey=no end of line"), "no end of line");
-    EXPECT_EQ(Value("[Section\nkey=open section\n"), "(none)");
+    const std::pair<const char*, const char*> values[] = {
+        {"[section]\r\nKEY=value\r\n", "value"},
+        {"[ Section ]\n  key \t=  two words \t", "two words"},
+        {"[Section]\nkey=first\nkey=second\n", "first"},
+        {"[Section]\nkey=\" in quotes \"\n", " in quotes "},
+        {"[Section]\nkey='single'\n", "single"},
+        {"[Section]\nkey=\"open\n", "\"open"},
+        {"[Section]\nkey=a=b;c\n", "a=b;c"},
+        {"[Section]\n;key=comment\n[Other]\nkey=other\n", "(none)"},
+        {"key=before any section\n", "(none)"},
+        {"[Section]\nkey=\n", ""},
+        {"[Section]\nkey=<<<END\nmore\nEND\n", "<<<END"},
+        {"[Section\nkey=open section\n", "(none)"},
+    };
+    for (const auto& [bytes, value] : values)
+        EXPECT_EQ(Value(bytes), value);
 }
 
 TEST_F(IniFileTest, TellsTheEncodingsApart)

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
+#include <vector>
 
 #include "platform/InstanceLock.h"
 #include "platform/Language.h"
@@ -62,6 +64,26 @@ TEST_F(RegistryTest, ValuesKeepTheirKinds)
         EXPECT_EQ(registry.Number("Odd", name), std::nullopt) << name;
 }
 
+TEST_F(RegistryTest, SettingAValueKeepsWhatOthersWroteMeanwhile)
+{
+    CRegistry registry(m_path);
+    registry.SetText("Own", "First", "1");
+    std::ofstream(m_path) << "[Theirs]\nName=by hand\n[Own]\nFirst=changed\n";
+    EXPECT_TRUE(registry.SetText("Own", "Second", "2"));
+    const CRegistry again(m_path);
+    EXPECT_EQ(again.Text("Theirs", "Name"), "by hand");
+    EXPECT_EQ(again.Text("Own", "First"), "changed");
+    EXPECT_EQ(again.Text("Own", "Second"), "2");
+    EXPECT_EQ(registry.Text("Theirs", "Name"), "by hand");
+    // What could not be written holds, and is written as soon as that can be done.
+    fs::permissions(m_path, fs::perms::owner_read);
+    EXPECT_FALSE(registry.SetText("Own", "Third", "3"));
+    EXPECT_EQ(registry.Text("Own", "Third"), "3");
+    fs::permissions(m_path, fs::perms::owner_all);
+    EXPECT_TRUE(registry.SetText("Own", "Fourth", "4"));
+    EXPECT_EQ(CRegistry(m_path).Text("Own", "Third"), "3");
+}
+
 TEST_F(RegistryTest, LockIsHeldOnce)
 {
     const fs::path file = m_folder.Path() / "new" / "lock";
@@ -78,24 +100,22 @@ TEST_F(RegistryTest, LockIsHeldOnce)
 TEST(LanguageTest, LocalesBecomeWindowsIdentifiers)
 {
     // The numbers are those of [MS-LCID].
-    const std::pair<const char*, std::uint32_t> locales[] = {{"en_US.UTF-8", 0x0409},
-                                                             {"fr_CA", 0x0C0C},
-                                                             {"de_AT@euro", 0x0C07},
-                                                             {"it_CH.ISO-8859-1", 0x0810},
-                                                             {"pt_BR.UTF-8", 0x0416},
-                                                             {"pt_PT", 0x0816},
-                                                             {"es_ES", 0x0C0A},
-                                                             {"es_MX.UTF-8", 0x080A},
-                                                             {"fr", 0x040C},
-                                                             {"de", 0x0407},
-                                                             {"C", 0},
-                                                             {"C.UTF-8", 0},
-                                                             {"POSIX", 0},
-                                                             {"", 0},
-                                                             {"@euro", 0},
-                                                             {".UTF-8", 0}};
-    for (const auto& [locale, identifier] : locales)
-        EXPECT_EQ(LanguageIdentifier(locale), identifier) << locale;
+    const std::map<std::uint32_t, std::vector<const char*>> locales = {
+        {0x0409, {"en_US.UTF-8", "en"}},
+        {0x0C0C, {"fr_CA"}},
+        {0x0C07, {"de_AT@euro"}},
+        {0x0810, {"it_CH.ISO-8859-1"}},
+        {0x0416, {"pt_BR.UTF-8"}},
+        {0x0816, {"pt_PT"}},
+        {0x0C0A, {"es_ES"}},
+        {0x080A, {"es_MX.UTF-8"}},
+        {0x040C, {"fr", "fr_GF"}},  // of French Guiana there is none
+        {0x0407, {"de", "de_NA.UTF-8"}},
+        {0, {"C", "C.UTF-8", "POSIX", "", "@euro", ".UTF-8"}}};
+    for (const auto& [identifier, names] : locales) {
+        for (const char* name : names)
+            EXPECT_EQ(LanguageIdentifier(name), identifier) << name;
+    }
     EXPECT_EQ(LanguageIdentifier(std::string(5000, 'x')), 0u);
     EXPECT_EQ(LanguageAndCountry("fr_BE.UTF-8"), "fr-BE");
     EXPECT_EQ(LanguageAndCountry("sr_RS@latin"), "sr-RS");
