@@ -191,7 +191,7 @@ TEST(StartupProcess, HostFindsMailFoldersOfWinePrefixes)
     const std::string local = "AppData/Local/Microsoft/Outlook";
     const fs::path inPrefix = home.Path() / "prefix/drive_c/users/B\xFCro";
     const fs::path inWine = home.Path() / ".wine/drive_c/users/ann";
-    const fs::path inOther = home.Path() / ".local/share/wineprefixes/work/drive_c/users/bob";
+    const fs::path inOther = home.Path() / ".local/share/wineprefixes/office/drive_c/users/bob";
     for (const fs::path& user : {inPrefix, inWine, inOther})
         fs::create_directories(user / local);
     // Newer prefixes have a link where older ones have the folder.
