@@ -7,6 +7,8 @@ std::span<const CommandInfo> AllCommands()
     static constexpr CommandInfo kCommands[] = {
         {Command::RepairPstFile, u"&Repair PST File", "Alt+R", ":/icons/repair.svg", u"Repair PST File",
          u"Repair PST File", true},
+        {Command::OpenStore, u"&Open...", "Ctrl+O", ":/icons/open.svg",
+         u"Look into an Outlook data file without repairing it", u"Open"},
         {Command::Exit, u"Exit", "Alt+F4", ":/icons/exit.svg", u"Exit application", u""},
         {Command::Content, u"Content", "F1", ":/icons/help.svg", u"Launch help manual", u"Contents", true},
         {Command::Updates, u"Updates", "", ":/icons/updates.svg", u"Product updates", u"Updates", true},

@@ -16,6 +16,7 @@ enum class Command {
     RepairPstFile = 32780,
     Content = 32781,
     RecoverAndSave = 32782,
+    OpenStore = 32790,
     Customize = 35001,
     About = 57664,
     ToggleToolbar = 59392,

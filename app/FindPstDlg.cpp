@@ -75,7 +75,7 @@ void CFindPstDlg::AddControls()
     m_folder->setFixedHeight(fontMetrics().lineSpacing() * 2 + 14);
     m_folder->setAccessibleName(QStringLiteral("Folder being searched"));
     m_list = new CTXListCtrl(150, this);
-    m_list->setMinimumHeight(DialogUnits(*this, 0, 40).height());
+    GiveRestOfHeight(*m_list);
     AddAccelerator(Qt::ALT | Qt::Key_F, m_list);
     Body().addWidget(label);
     Body().addLayout(row);

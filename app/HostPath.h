@@ -16,7 +16,4 @@ QString ToText(const std::filesystem::path& path);
 /// direction of writing become U+FFFD. For eyes only; what is opened is the path.
 QString ShownPath(const std::filesystem::path& path);
 
-/// The same for a text of several lines that may hold paths.
-QString ShownText(QString text);
-
 }  // namespace pastille::app

@@ -20,7 +20,6 @@
 #include "app/SuccessfullyRecoveredDlg.h"
 #include "preview/DisplayBody.h"
 #include "preview/FormViewLeft.h"
-#include "preview/GridView.h"
 #include "preview/ListViewRight.h"
 
 namespace pastille::app {
@@ -70,9 +69,9 @@ CMainFrame::~CMainFrame() = default;
 void CMainFrame::MakePanes()
 {
     m_outer = new QSplitter(Qt::Horizontal, this);
-    m_folders = new preview::CFormViewLeft(m_outer);
+    m_folders = new preview::CFormViewLeft(m_outer, *this);
     m_inner = new QSplitter(Qt::Vertical, m_outer);
-    m_upper = new preview::CListViewRight(m_inner);
+    m_upper = MakeList(m_inner);
     m_body = new preview::CDisplayBody(m_inner);
     for (QSplitter* splitter : {m_outer, m_inner})
         splitter->setChildrenCollapsible(false);
@@ -99,27 +98,6 @@ void CMainFrame::FocusPane(int step)
     panes[(at + panes.size() + step) % panes.size()]->setFocus();
 }
 
-void CMainFrame::SwitchUpperPane(unsigned view)
-{
-    if (view > 1)
-        return;
-    QWidget* old = m_upper;
-    const QList<int> sizes = m_inner->sizes();
-    const bool hadFocus =
-        focusWidget() != nullptr && (focusWidget() == old || old->isAncestorOf(focusWidget()));
-    // A child of the splitter would be in it already, behind the others.
-    if (view == 0)
-        m_upper = new preview::CGridView(this);
-    else
-        m_upper = new preview::CListViewRight(this);
-    m_inner->replaceWidget(m_inner->indexOf(old), m_upper);
-    m_upper->show();
-    m_inner->setSizes(sizes);
-    if (hadFocus)
-        m_upper->setFocus();
-    delete old;
-}
-
 void CMainFrame::Execute(Command command)
 {
     IHost& host = m_app.Host();
@@ -129,6 +107,9 @@ void CMainFrame::Execute(Command command)
             break;
         case Command::RecoverAndSave:
             StartRepair();
+            break;
+        case Command::OpenStore:
+            AskForStore();
             break;
         case Command::Exit:
             close();
@@ -177,6 +158,8 @@ void CMainFrame::OpenWizard()
         ShowProgress();
         return;
     }
+    if (IsListFilling())
+        return;
     const bool isRepairWanted = RunWizard(this, m_app.Host(), m_app.Choices());
     UpdateCommands();
     if (isRepairWanted)
@@ -201,6 +184,7 @@ void CMainFrame::StartRepair()
         ShowBox(this, u"The repair could not be started.", strings::kError, QMessageBox::Critical);
         return;
     }
+    ClearPanes();
     m_progress.Begin(settings);
     m_progressEnded = false;
     UpdateCommands();
@@ -217,6 +201,7 @@ void CMainFrame::ShowProgress()
 void CMainFrame::UpdateCommands()
 {
     m_actions.at(Command::RecoverAndSave)->setEnabled(!m_app.Choices().settings.sourcePath.empty());
+    m_actions.at(Command::OpenStore)->setEnabled(!m_run.IsRunning());
 }
 
 void CMainFrame::ShowPhase(unsigned phase, bool closing)
@@ -248,13 +233,15 @@ void CMainFrame::ShowCompletion(const recovery::SummaryCounts& counts,
     CSuccessfullyRecoveredDlg(this, m_app.Host(), counts, outputFolder).exec();
 }
 
-void CMainFrame::RunIsOver()
+void CMainFrame::RunIsOver(const std::filesystem::path& store)
 {
     m_progressEnded = true;
     m_progress.End();
     m_status->clear();
     m_app.Choices().settings.smartScan = false;
     UpdateCommands();
+    if (!store.empty())
+        ShowStore(store, false);
 }
 
 void CMainFrame::closeEvent(QCloseEvent* event)

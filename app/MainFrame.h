@@ -8,6 +8,7 @@
 #include "app/Commands.h"
 #include "app/RepairDlg.h"
 #include "app/RepairRun.h"
+#include "preview/PreviewFrame.h"
 
 class QAction;
 class QLabel;
@@ -17,6 +18,7 @@ class QToolBar;
 namespace pastille::preview {
 class CFormViewLeft;
 class CDisplayBody;
+class CListViewRight;
 }  // namespace pastille::preview
 
 namespace pastille::app {
@@ -24,7 +26,10 @@ namespace pastille::app {
 class CPastilleApp;
 
 /// The only top-level window of the program. It opens the wizard by itself once it is created and shown.
-class CMainFrame final : public QMainWindow, private IRunWindows, private IRunControl {
+class CMainFrame final : public QMainWindow,
+                         private IRunWindows,
+                         private IRunControl,
+                         private preview::IPreviewFrame {
     Q_OBJECT
 
 public:
@@ -37,6 +42,8 @@ public:
     void OpenWizard();
     /// Starts a repair with what the wizard has filled in. While a run goes, shows its progress instead.
     void StartRepair();
+    /// Shows the folders of a store, which is only read. Nothing while a run goes.
+    void OpenStore(const std::filesystem::path& path);
     /// Puts another view into the right upper pane: 0 the property grid, 1 the item list; nothing else.
     void SwitchUpperPane(unsigned view);
     /// The next close request is granted without a question, as when the host ends the session.
@@ -61,6 +68,12 @@ private:
     void FillToolBar(const QList<Command>& commands);
     void SaveLayout();
     void FocusPane(int step);
+    void ClearPanes();
+    void AskForStore();
+    void ShowStore(const std::filesystem::path& path, bool anew);
+    /// The right upper pane when it is that view, else null.
+    preview::CListViewRight* List() const;
+    preview::CListViewRight* MakeList(QWidget* parent);
     void ShowProgress();
     void UpdateCommands();
 
@@ -71,7 +84,14 @@ private:
     void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) override;
     void ShowCompletion(const recovery::SummaryCounts& counts,
                         const std::filesystem::path& outputFolder) override;
-    void RunIsOver() override;
+    void ShowRecovered(const RunPreview& recovered) override;
+    void ClearList() override;
+    void ShowCounts(const recovery::SummaryCounts& counts) override;
+    void RunIsOver(const std::filesystem::path& store) override;
+    // IPreviewFrame
+    bool IsListFilling() const override;
+    void ShowMails(const std::u16string& folderKey) override;
+    void ShowItems(preview::GridFamily family, const std::u16string& folderKey) override;
     // IRunControl
     void PauseRun() override { m_run.Pause(); }
     void ResumeRun() override { m_run.Resume(); }
@@ -83,6 +103,7 @@ private:
     QSplitter* m_inner = nullptr;
     preview::CFormViewLeft* m_folders = nullptr;
     QWidget* m_upper = nullptr;
+    std::shared_ptr<preview::CPreviewStore> m_store;  ///< that the panes show
     preview::CDisplayBody* m_body = nullptr;
     QToolBar* m_toolBar = nullptr;
     std::map<Command, QAction*> m_actions;

@@ -55,6 +55,7 @@ void CMainFrame::MakeMenus()
     bar->setObjectName(QStringLiteral("Menu Bar"));
     QMenu* file = bar->addMenu(QStringLiteral("&File"));
     file->addAction(m_actions.at(Command::RepairPstFile));
+    file->addAction(m_actions.at(Command::OpenStore));
     file->addSeparator();
     file->addAction(m_actions.at(Command::Exit));
 

@@ -1,17 +1,16 @@
 #include "app/MessageBox.h"
 
-#include <QDialogButtonBox>
-#include <QGridLayout>
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
 
 #include <algorithm>
 
-#include "app/HostPath.h"
 #include "app/Labels.h"
+#include "app/ReadingDlg.h"
 #include "app/Strings.h"
 #include "app/WrappedText.h"
+#include "preview/ShownText.h"
 
 namespace pastille::app {
 namespace {
@@ -66,15 +65,10 @@ void ShowLong(QWidget* parent, const QString& text, const QString& caption, QMes
     words->setAccessibleName(caption);
     words->setMinimumWidth(words->fontMetrics().averageCharWidth() * kLettersWide);
     words->ShowText(text);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, &box);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, &box, &QDialog::accept);
-    auto* grid = new QGridLayout(&box);
-    grid->addWidget(picture, 0, 0, Qt::AlignTop);
-    grid->addWidget(words, 0, 1);
-    grid->addWidget(buttons, 1, 0, 1, 2);
-    grid->setHorizontalSpacing(16);
-    grid->setColumnStretch(1, 1);
-    buttons->button(QDialogButtonBox::Ok)->setFocus();
+    auto* ok = new QPushButton(QStringLiteral("OK"), &box);
+    QObject::connect(ok, &QPushButton::clicked, &box, &QDialog::accept);
+    ArrangeReading(box, Qt::LeftEdge, picture, words, {ok});
+    ok->setFocus();
     box.exec();
 }
 
@@ -82,7 +76,7 @@ void ShowLong(QWidget* parent, const QString& text, const QString& caption, QMes
 
 void ShowBox(QWidget* parent, const QString& text, const QString& caption, QMessageBox::Icon icon)
 {
-    const QString shown = ShownText(text);
+    const QString shown = preview::ShownText(text);
     if (!FitsMessageBox(shown)) {
         ShowLong(parent, shown, caption, icon);
         return;

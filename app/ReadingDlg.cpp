@@ -46,17 +46,27 @@ void BuildReadingDialog(QDialog& dialog, const QString& heading, const QString& 
     const int line = box->fontMetrics().lineSpacing();
     box->setMinimumSize(letter * kFewestLetters, line * kFewestLines);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(NewButton(dialog, first));
-    buttons->addWidget(NewButton(dialog, second));
-
-    auto* layout = new QVBoxLayout(&dialog);
-    layout->addWidget(label);
-    layout->addWidget(box, 1);
-    layout->addLayout(buttons);
+    ArrangeReading(dialog, Qt::TopEdge, label, box, {NewButton(dialog, first), NewButton(dialog, second)});
     const QSize wanted(letter * kLettersWide, line * (kLinesHigh + kLinesAround));
     dialog.resize(wanted.boundedTo(dialog.screen()->availableSize() * 9 / 10));
+}
+
+void ArrangeReading(QDialog& dialog, Qt::Edge side, QLabel* head, QPlainTextEdit* text,
+                    const QList<QPushButton*>& buttons)
+{
+    const bool isAbove = side == Qt::TopEdge;
+    auto* reading = new QBoxLayout(isAbove ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    reading->addWidget(head, 0, isAbove ? Qt::Alignment() : Qt::AlignTop);
+    if (!isAbove)
+        reading->addSpacing(8);
+    reading->addWidget(text, 1);
+    auto* row = new QHBoxLayout;
+    row->addStretch();
+    for (QPushButton* button : buttons)
+        row->addWidget(button);
+    auto* all = new QVBoxLayout(&dialog);
+    all->addLayout(reading, 1);
+    all->addLayout(row);
 }
 
 }  // namespace pastille::app

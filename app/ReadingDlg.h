@@ -1,11 +1,15 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <functional>
 #include <string_view>
 
 class QDialog;
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
 
 namespace pastille::app {
 
@@ -20,5 +24,10 @@ struct ReadingButton {
 /// second button is what closing the dialog means.
 void BuildReadingDialog(QDialog& dialog, const QString& heading, const QString& text, const QString& textName,
                         const ReadingButton& first, const ReadingButton& second);
+
+/// Lays out what every such dialog has: something to see above the text or on its left, and the buttons
+/// below.
+void ArrangeReading(QDialog& dialog, Qt::Edge side, QLabel* head, QPlainTextEdit* text,
+                    const QList<QPushButton*>& buttons);
 
 }  // namespace pastille::app

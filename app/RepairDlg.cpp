@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "app/Animation.h"
+#include "preview/Animation.h"
 #include "app/HostPath.h"
 #include "app/Labels.h"
 #include "app/MessageBox.h"
@@ -75,7 +75,7 @@ void CRepairDlg::MakeParts()
     m_bar->setTextVisible(false);
     m_bar->setAccessibleName(QStringLiteral("Progress of the current phase"));
     m_percent->setMinimumWidth(m_percent->fontMetrics().horizontalAdvance(QStringLiteral("100%")) + 4);
-    m_animation = new CAnimation(this);
+    m_animation = new preview::CAnimation(this);
     m_stop = new CSkinButton(Text(strings::kStop), QStringLiteral("stop"), CSkinButton::IconSide::Left, this);
     m_stop->setIconSize({16, 16});
     m_stop->setAutoDefault(false);

@@ -9,9 +9,12 @@
 
 #include "platform/RunState.h"
 
+namespace pastille::preview {
+class CAnimation;
+}
+
 namespace pastille::app {
 
-class CAnimation;
 class CWrappedText;
 
 /// What a stop question needs of the run.
@@ -63,7 +66,7 @@ private:
     QLabel* m_caption;
     QProgressBar* m_bar;
     QLabel* m_percent;
-    CAnimation* m_animation;
+    preview::CAnimation* m_animation;
     QLabel* m_elapsed;
     QPushButton* m_stop;
     QElapsedTimer m_clock;

@@ -17,6 +17,7 @@ CRepairProfileDlg::CRepairProfileDlg(QWidget* parent, IHost& host, RepairChoices
         "associated PST files will be listed here. Thus, you can select the PST file that needs to be "
         "repaired.")));
     auto* list = new CTXListCtrl(100, this);
+    GiveRestOfHeight(*list);
     for (const auto& folder : host.DefaultMailFolders())
         list->Append(FindStores(folder));
     Body().addWidget(list, 1);

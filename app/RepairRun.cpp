@@ -20,6 +20,8 @@ namespace {
 
 /// Longest time that a run may take to complete its store when the program ends.
 constexpr auto kStopPatience = std::chrono::seconds(10);
+/// How often what a run brings back reaches the panes.
+constexpr auto kShowTime = std::chrono::milliseconds(40);
 
 /// A text of the run with the path in it as windows show it: the line breaks of a name are none of the
 /// text's.
@@ -52,6 +54,8 @@ bool CRepairRun::Start(const platform::RunSettings& settings)
     m_state = std::make_unique<platform::RunState>();
     m_summary = std::make_unique<recovery::CRunSummary>();
     m_completed = false;
+    m_collected = {};
+    m_shown = {};
     try {
         m_worker = std::thread([this, settings] { Run(settings); });
     } catch (const std::system_error&) {
@@ -120,7 +124,7 @@ void CRepairRun::Run(const platform::RunSettings& settings)
         [this] {
             m_worker.join();
             if (!m_silent)
-                m_windows.RunIsOver();
+                m_windows.RunIsOver(m_state->outputPath);
         },
         Qt::QueuedConnection);
 }
@@ -138,6 +142,7 @@ void CRepairRun::Conclude()
     }
     const auto counts = m_summary->Write(m_component, m_fileSystem, *m_state,
                                          [] { return std::chrono::system_clock::now(); });
+    OnWindows([&] { m_windows.ShowCounts(counts); });
     if (!m_completed)
         return;
     if (!counts.opened) {
@@ -164,17 +169,35 @@ void CRepairRun::Send(const platform::Message& message)
 {
     if (const auto* folder = std::get_if<platform::FolderMessage>(&message)) {
         m_summary->Note(*folder);
-        return;
-    }
-    if (std::holds_alternative<platform::CompletionMessage>(message)) {
+        Collect(*folder);
+    } else if (const auto* cell = std::get_if<platform::ListCellMessage>(&message)) {
+        Collect(*cell);
+    } else if (const auto* orphan = std::get_if<platform::OrphanRowMessage>(&message)) {
+        Collect(*orphan);
+    } else if (std::holds_alternative<platform::CompletionMessage>(message)) {
         m_completed = true;
-        return;
+    } else {
+        ShowCollected();
+        OnWindows([&] { Handle(message); });
     }
-    // The rows of the item list: nothing shows them while a run goes.
-    if (std::holds_alternative<platform::ListCellMessage>(message) ||
-        std::holds_alternative<platform::ClearListMessage>(message))
+}
+
+/// A call of the windows for each of four cells a mail would set the pace of the run.
+void CRepairRun::Collect(RunPreview::Message message)
+{
+    m_collected.messages.push_back(std::move(message));
+    if (std::chrono::steady_clock::now() - m_shown > kShowTime)
+        ShowCollected();
+}
+
+void CRepairRun::ShowCollected()
+{
+    if (m_collected.messages.empty())
         return;
-    OnWindows([&] { Handle(message); });
+    m_collected.storeName = m_state->storeName;
+    OnWindows([&] { m_windows.ShowRecovered(m_collected); });
+    m_collected.messages.clear();
+    m_shown = std::chrono::steady_clock::now();
 }
 
 void CRepairRun::Handle(const platform::Message& message)
@@ -189,6 +212,8 @@ void CRepairRun::Handle(const platform::Message& message)
             else if constexpr (std::is_same_v<Sent, platform::RunEndedMessage> ||
                                std::is_same_v<Sent, platform::CloseProgressMessage>)
                 m_windows.EndProgress();
+            else if constexpr (std::is_same_v<Sent, platform::ClearListMessage>)
+                m_windows.ClearList();
             else if constexpr (std::is_same_v<Sent, platform::BoxMessage>)
                 m_windows.ShowRunBox(WithShownPath(sent.text, m_state->outputPath), Text(sent.caption),
                                      sent.icon == platform::BoxMessage::Icon::Error

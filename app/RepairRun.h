@@ -6,7 +6,10 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <string>
 #include <thread>
+#include <variant>
+#include <vector>
 
 #include "platform/FileSystem.h"
 #include "platform/Messages.h"
@@ -18,6 +21,14 @@
 
 namespace pastille::app {
 
+/// What the panes show of a run while it goes, in the run's order.
+struct RunPreview {
+    using Message =
+        std::variant<platform::FolderMessage, platform::ListCellMessage, platform::OrphanRowMessage>;
+    std::u16string storeName;
+    std::vector<Message> messages;
+};
+
 /// The windows that show a run. Everything is called on their thread; the run waits meanwhile.
 class IRunWindows {
 public:
@@ -26,11 +37,17 @@ public:
     virtual void ShowPercent(unsigned percent) = 0;
     /// The run has ended, or a box follows that the progress must not cover.
     virtual void EndProgress() = 0;
+    /// What the run has brought back since the call before.
+    virtual void ShowRecovered(const RunPreview& recovered) = 0;
+    virtual void ClearList() = 0;
+    /// The items of the new store have been counted.
+    virtual void ShowCounts(const recovery::SummaryCounts& counts) = 0;
     virtual void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) = 0;
     virtual void ShowCompletion(const recovery::SummaryCounts& counts,
                                 const std::filesystem::path& outputFolder) = 0;
-    /// The last call of a run; another one may be started from now on.
-    virtual void RunIsOver() = 0;
+    /// The last call of a run; another one may be started from now on. `store`: the new store; empty when the
+    /// run made none.
+    virtual void RunIsOver(const std::filesystem::path& store) = 0;
 };
 
 /// The engine with its worker thread: one run after the other.
@@ -59,6 +76,8 @@ public:
 private:
     void Send(const platform::Message& message) override;
     void Handle(const platform::Message& message);
+    void Collect(RunPreview::Message message);
+    void ShowCollected();
     void Run(const platform::RunSettings& settings);
     void Conclude();
     void Tell(const QString& error);
@@ -76,6 +95,8 @@ private:
     std::unique_ptr<platform::RunState> m_state;
     std::unique_ptr<recovery::CRunSummary> m_summary;
     bool m_completed = false;
+    RunPreview m_collected;  ///< not shown yet
+    std::chrono::steady_clock::time_point m_shown;
     std::atomic<bool> m_silent{false};
     std::thread m_worker;
 };

@@ -1,7 +1,12 @@
 #include "app/RepairWizard.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QPointer>
+#include <QThread>
+#include <QWindow>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -33,10 +38,26 @@ CWizardPage* MakePage(WizardPage page, WizardPage origin, QWidget* parent, IHost
     return new CCustomDlg(parent);
 }
 
+/// Waits until the host shows the window: before, it has not put it at its place yet, and nothing can be
+/// centred on it.
+void AwaitPlace(QPointer<QWidget> window)
+{
+    const QDeadlineTimer deadline(std::chrono::milliseconds(500));
+    while (window != nullptr && window->windowHandle() != nullptr && !window->windowHandle()->isExposed() &&
+           !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        QThread::msleep(2);
+    }
+}
+
 }  // namespace
 
 bool RunWizard(QWidget* parent, IHost& host, RepairChoices& choices)
 {
+    const QPointer<QWidget> owner = parent;
+    AwaitPlace(owner);
+    if (parent != nullptr && owner.isNull())
+        return false;
     WizardPage origin = WizardPage::None;
     WizardPage page = WizardPage::Start;
     std::optional<QPoint> position;

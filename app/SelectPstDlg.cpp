@@ -1,10 +1,10 @@
 #include "app/SelectPstDlg.h"
 
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 
+#include "app/ChooseStore.h"
 #include "app/HostPath.h"
 #include "app/StoreFiles.h"
 
@@ -47,18 +47,10 @@ CSelectPstDlg::CSelectPstDlg(QWidget* parent, RepairChoices& choices)
 
 void CSelectPstDlg::Browse()
 {
-    QFileDialog dialog(this);
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    // The patterns with brackets are for native dialogs that tell the cases apart.
-    dialog.setOption(QFileDialog::HideNameFilterDetails);
-    dialog.setNameFilter(
-        QStringLiteral("PST or OST (*.pst, *.ost) (*.pst *.ost *.[pP][sS][tT] *.[oO][sS][tT])"));
-    dialog.setDefaultSuffix(QStringLiteral("pst"));
-    const QString folder = QFile::decodeName(m_choices.settings.sourcePath.parent_path().c_str());
-    dialog.setDirectory(QFileInfo(folder).isDir() ? folder : QDir::homePath());
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+    const auto chosen = ChooseStore(this, m_choices.settings.sourcePath);
+    if (!chosen)
         return;
-    m_chosen = ToPath(QDir::cleanPath(dialog.selectedFiles().first()));
+    m_chosen = *chosen;
     m_choices.SetSource(m_chosen);
     m_file->setText(ShownPath(m_chosen));
     LookAgain();

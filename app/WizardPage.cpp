@@ -4,8 +4,12 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QPainter>
+#include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 #include "app/DialogUnits.h"
 #include "app/Labels.h"
@@ -26,16 +30,29 @@ constexpr int kSpacing = 8;
 }  // namespace
 
 CWizardPage::CWizardPage(const QString& className, QWidget* parent)
-    : QDialog(parent), m_body(new QVBoxLayout(this)), m_banner(QStringLiteral(":/images/banner.svg"))
+    : QDialog(parent),
+      m_content(new QWidget),
+      m_body(new QVBoxLayout(m_content)),
+      m_banner(QStringLiteral(":/images/banner.svg"))
 {
     KeepResources();
     setObjectName(className);
     setWindowTitle(Text(strings::kProduct));
     setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
     setModal(true);
-    m_body->setContentsMargins(kMargin, m_banner.defaultSize().height() + kMargin, kMargin, kMargin);
+    m_body->setContentsMargins(kMargin, kMargin, kMargin, kSpacing);
     m_body->setSpacing(kSpacing);
-    m_body->setSizeConstraint(QLayout::SetNoConstraint);
+    // What a small screen has no room for is scrolled; the buttons below stay.
+    auto* area = new QScrollArea(this);
+    area->setWidget(m_content);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    auto* all = new QVBoxLayout(this);
+    all->setContentsMargins(0, m_banner.defaultSize().height(), 0, kMargin);
+    all->setSpacing(kSpacing);
+    all->setSizeConstraint(QLayout::SetNoConstraint);
+    all->addWidget(area, 1);
 }
 
 QLabel* CWizardPage::MakeHeading(const QString& text)
@@ -72,6 +89,12 @@ CSkinButton* CWizardPage::MakeNextButton()
     return next;
 }
 
+void CWizardPage::GiveRestOfHeight(QWidget& list)
+{
+    list.setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    list.setMinimumHeight(DialogUnits(*this, 0, 40).height());
+}
+
 void CWizardPage::AddFooter(WizardPage back, CSkinButton* onward)
 {
     auto* row = new QHBoxLayout;
@@ -86,8 +109,9 @@ void CWizardPage::AddFooter(WizardPage back, CSkinButton* onward)
     }
     row->addWidget(onward);
     onward->setDefault(true);
-    m_body->addSpacing(kSpacing);
-    m_body->addLayout(row);
+    row->setContentsMargins(kMargin, 0, kMargin, 0);
+    static_cast<QBoxLayout*>(layout())->addLayout(row);
+    m_footerHeight = row->sizeHint().height();
 }
 
 void CWizardPage::AddAccelerator(const QKeySequence& keys, QWidget* focused)
@@ -129,14 +153,40 @@ void CWizardPage::showEvent(QShowEvent* event)
 {
     if (!m_initialSize.isValid()) {
         const QSize smallest = DialogUnits(*this, 370, 230);
-        const int height = m_body->totalMinimumHeightForWidth(smallest.width());
-        setMinimumSize(smallest.width(), std::max(smallest.height(), height));
+        const QMargins margins = layout()->contentsMargins();
+        const int height = m_body->totalHeightForWidth(smallest.width()) + margins.top() + margins.bottom() +
+                           layout()->spacing() + m_footerHeight;
+        setMinimumSize(smallest.expandedTo({0, height}).boundedTo(Room()));
         // Not what Qt makes of the preferred sizes of lists and texts.
         if (!testAttribute(Qt::WA_Resized))
             resize(minimumSize());
         m_initialSize = size();
     }
+    if (!testAttribute(Qt::WA_Moved) && parentWidget() != nullptr)
+        CenterOnParent();
     QDialog::showEvent(event);
+}
+
+/// What the window's frame takes beside the page: as much as that of the parent.
+QSize CWizardPage::FrameSize() const
+{
+    return parentWidget() != nullptr ? parentWidget()->frameSize() - parentWidget()->size() : QSize(0, 0);
+}
+
+QSize CWizardPage::Room() const
+{
+    return screen()->availableSize() - FrameSize();
+}
+
+/// What Qt does by itself guesses a frame where there is none.
+void CWizardPage::CenterOnParent()
+{
+    const QRect available = screen()->availableGeometry();
+    QRect framed(QPoint(), size() + FrameSize());
+    framed.moveCenter(parentWidget()->frameGeometry().center());
+    framed.moveBottomRight(
+        {std::min(framed.right(), available.right()), std::min(framed.bottom(), available.bottom())});
+    move(std::max(framed.left(), available.left()), std::max(framed.top(), available.top()));
 }
 
 }  // namespace pastille::app

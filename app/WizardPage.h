@@ -36,6 +36,8 @@ protected:
     QLabel* MakeText(const QString& text);
     /// "Browse...".
     CSkinButton* MakeBrowseButton();
+    /// Gives a list the height that the other controls leave.
+    void GiveRestOfHeight(QWidget& list);
     /// Ends the page's controls with the row "Back" (when there is a page to go back to) and the given
     /// button.
     void AddFooter(WizardPage back, CSkinButton* onward);
@@ -56,9 +58,15 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    QSize FrameSize() const;
+    QSize Room() const;
+    void CenterOnParent();
+
+    QWidget* m_content;
     QVBoxLayout* m_body;
     QSvgRenderer m_banner;
     QSize m_initialSize;
+    int m_footerHeight = 0;
     WizardPage m_following = WizardPage::None;
 };
 

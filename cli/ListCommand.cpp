@@ -1,10 +1,10 @@
 #include "cli/ListCommand.h"
 
-#include "cli/FolderWalk.h"
 #include "cli/ListReport.h"
 #include "cli/RunOptions.h"
 #include "cli/TerminalText.h"
 #include "platform/Text.h"
+#include "writer/FolderWalk.h"
 #include "writer/OleDate.h"
 
 #include <CLI/CLI.hpp>
@@ -72,10 +72,10 @@ private:
 
     void ListFolders(const CRef<IStoreFolder>& top)
     {
-        CFolderWalk walk(top, [this](const std::string& message) { Tell(message); });
+        writer::CFolderWalk walk(top, [this](const std::string& message) { Tell(message); });
         while (const auto place = walk.Next([](const std::u16string&) { return true; })) {
             ListedFolder folder;
-            folder.path = PathText(place->path);
+            folder.path = writer::PathText(place->path);
             folder.folders = place->folders;
             try {
                 folder.name = platform::ToUtf8(place->folder->GetName());
@@ -101,13 +101,13 @@ private:
             const std::string text = platform::ToUtf8(path);
             return compare(text) || compare(Printable(text, LineBreaks::Escape));
         };
-        CFolderWalk walk(top, [this](const std::string& message) { Tell(message); });
+        writer::CFolderWalk walk(top, [this](const std::string& message) { Tell(message); });
         while (const auto place = walk.Next([&](const std::u16string& path) {
             return matches(path, [&](const std::string& text) { return wanted.starts_with(text + "\\"); });
         })) {
             if (matches(place->path,
                         [&](const std::string& text) { return wanted == (text.empty() ? "\\" : text); })) {
-                m_store.folder = PathText(place->path);
+                m_store.folder = writer::PathText(place->path);
                 return place->folder;
             }
         }

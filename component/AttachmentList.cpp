@@ -79,6 +79,13 @@ public:
             return std::u16string();
         });
     }
+    std::u16string GetContentId() override
+    {
+        return Guarded<IAttachment>([&] {
+            const auto value = m_properties->Read(format::pid::kAttachContentId, kLargestName);
+            return value ? m_item->TextOf(*value) : std::u16string();
+        });
+    }
     std::int32_t GetMethod() override
     {
         return Guarded<IAttachment>(

@@ -39,6 +39,10 @@ public:
     {
         return Guarded<IMessageItem>([&] { return m_core->Text(property); });
     }
+    writer::TextStart GetTextStart(const ItemProperty& property, std::uint32_t mostBytes) override
+    {
+        return Guarded<IMessageItem>([&] { return m_core->TextStart(property, mostBytes); });
+    }
     void SetText(const ItemProperty& property, std::u16string_view value) override
     {
         Guarded<IMessageItem>([&] { m_core->SetText(property, value); });

@@ -199,11 +199,32 @@ std::u16string CItemCore::Text(const ItemProperty& property)
     RequireKind(property, PropertyKind::Text);
     const auto id = FindId(property);
     const auto value = id ? Value(*id) : std::nullopt;
-    if (!value)
-        return {};
-    const bool isWide = value->tag.type == format::PropertyType::String;
-    return LoadText(m_store->Strings(), property, *value,
-                    {*id == pid::kHtml ? HtmlCodePage() : 0, isWide ? 0 : TextCodePage()});
+    return value ? TextOf(property, *value) : std::u16string();
+}
+
+std::u16string CItemCore::TextOf(const ItemProperty& property, const PropertyValue& value)
+{
+    const bool isWide = value.tag.type == format::PropertyType::String;
+    return LoadText(m_store->Strings(), property, value,
+                    {value.tag.id == pid::kHtml ? HtmlCodePage() : 0, isWide ? 0 : TextCodePage()});
+}
+
+writer::TextStart CItemCore::TextStart(const ItemProperty& property, std::uint32_t mostBytes)
+{
+    RequireKind(property, PropertyKind::Text);
+    const auto id = FindId(property);
+    if (m_draft || !id)
+        return {Text(property), true};
+    if (!m_reader)
+        m_reader = m_store->OpenProperties(Node());
+    const auto type = m_reader->TypeOf(*id);
+    const auto size = m_reader->SizeOf(*id);
+    const auto tree = type && size.value_or(0) > mostBytes ? m_reader->Open(*id) : nullptr;
+    if (!tree)
+        return {Text(property), true};
+    PropertyValue start{{*id, *type}, std::vector<std::byte>(mostBytes), {}};
+    start.bytes.resize(tree->Read(0, start.bytes));
+    return {TextOf(property, start), false};
 }
 
 std::uint32_t CItemCore::HtmlCodePage()

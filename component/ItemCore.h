@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "component/pst/messaging/PstStore.h"
+#include "writer/Component.h"
 #include "writer/ItemProperties.h"
 
 namespace pastille::component {
@@ -28,6 +29,8 @@ public:
 
     std::u16string Class();
     std::u16string Text(const writer::ItemProperty& property);
+    /// At most that many bytes of a value that stands in the store are read.
+    writer::TextStart TextStart(const writer::ItemProperty& property, std::uint32_t mostBytes);
     void SetText(const writer::ItemProperty& property, std::u16string_view text);
     double Date(const writer::ItemProperty& property);
     void SetDate(const writer::ItemProperty& property, double date);
@@ -55,6 +58,7 @@ public:
 
 private:
     std::optional<pst::PropertyValue> Value(std::uint16_t id);
+    std::u16string TextOf(const writer::ItemProperty& property, const pst::PropertyValue& value);
     std::optional<std::uint16_t> FindId(const writer::ItemProperty& property);
     std::uint16_t MakeId(const writer::ItemProperty& property);
     void Put(std::uint16_t id, std::optional<pst::PropertyValue> value);

@@ -64,6 +64,7 @@ inline constexpr std::uint16_t kAttachFilename = 0x3704;
 inline constexpr std::uint16_t kAttachMethod = 0x3705;
 inline constexpr std::uint16_t kAttachLongFilename = 0x3707;
 inline constexpr std::uint16_t kRenderingPosition = 0x370B;
+inline constexpr std::uint16_t kAttachContentId = 0x3712;
 inline constexpr std::uint16_t kAccount = 0x3A00;
 inline constexpr std::uint16_t kCallbackTelephoneNumber = 0x3A02;
 inline constexpr std::uint16_t kGeneration = 0x3A05;

@@ -55,6 +55,11 @@ struct ClearListMessage {
     static constexpr unsigned number = 32833;
 };
 
+/// The row begun last is a mail without a folder of its own.
+struct OrphanRowMessage {
+    static constexpr unsigned number = 32835;
+};
+
 /// A box with one button. `Send` returns when the user has closed it.
 struct BoxMessage {
     enum class Icon { Error, Information };
@@ -66,8 +71,9 @@ struct BoxMessage {
 /// The run ended well: show its counts.
 struct CompletionMessage {};
 
-using Message = std::variant<PhaseMessage, PercentMessage, RunEndedMessage, CloseProgressMessage,
-                             FolderMessage, ListCellMessage, ClearListMessage, BoxMessage, CompletionMessage>;
+using Message =
+    std::variant<PhaseMessage, PercentMessage, RunEndedMessage, CloseProgressMessage, FolderMessage,
+                 ListCellMessage, ClearListMessage, OrphanRowMessage, BoxMessage, CompletionMessage>;
 
 /// What shows a run: windows, a progress line, a recorder in a test.
 class IFrontEnd {

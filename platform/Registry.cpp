@@ -20,7 +20,10 @@ CRegistry::CRegistry(std::filesystem::path file)
     : m_path(std::move(file)), m_file(std::make_unique<CIniFile>(m_path))
 {
     std::error_code error;
-    if (std::filesystem::exists(std::filesystem::symlink_status(m_path, error)))
+    // An empty file is what a full disk or a power cut leaves of one.
+    const bool isEmpty =
+        std::filesystem::is_regular_file(m_path, error) && std::filesystem::file_size(m_path, error) == 0;
+    if (!isEmpty && std::filesystem::exists(std::filesystem::symlink_status(m_path, error)))
         return;
     m_file->Set(kMailClient, "Default", "built-in");
     std::filesystem::create_directories(m_path.parent_path(), error);

@@ -16,9 +16,9 @@ namespace pastille::platform {
 /// texts as they are (UTF-8, one line). A file that cannot be read counts as an empty one.
 class CRegistry {
 public:
-    /// Reads the file. When there is none, writes one that lets a normal user start: the built-in component
-    /// stands in for the mail client's registration. When that cannot be written either, the same values hold
-    /// all the same.
+    /// Reads the file. When there is none, or one of no bytes, writes one that lets a normal user start: the
+    /// built-in component stands in for the mail client's registration. When that cannot be written either,
+    /// the same values hold all the same.
     explicit CRegistry(std::filesystem::path file);
     ~CRegistry();
     CRegistry(const CRegistry&) = delete;

@@ -1,21 +1,163 @@
 #include "preview/ListViewRight.h"
 
-#include <QTreeWidget>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QTableView>
 #include <QVBoxLayout>
 
-namespace pastille::preview {
+#include <algorithm>
+#include <utility>
+#include <vector>
 
-CListViewRight::CListViewRight(QWidget* parent) : QWidget(parent)
+#include "preview/DlgLoading.h"
+#include "preview/ItemModel.h"
+#include "preview/ItemOrder.h"
+#include "preview/ItemReader.h"
+
+namespace pastille::preview {
+namespace {
+
+constexpr int kWidths[CItemRow::kColumns] = {212, 212, 212, 127};
+constexpr int kImageSide = 16;
+/// Of a text that nobody could read in a cell.
+constexpr std::size_t kLongestText = 4097;
+constexpr unsigned kFirstCell = 1;
+constexpr unsigned kLastCell = 4;
+
+}  // namespace
+
+CListViewRight::CListViewRight(QWidget* parent)
+    : QWidget(parent), m_items(new CItemModel(this)), m_order(new CItemOrder(this)), m_filling(*this)
 {
     setObjectName(QStringLiteral("CListViewRight"));
-    auto* list = new QTreeWidget(this);
-    list->setHeaderHidden(true);
-    list->setRootIsDecorated(false);
-    list->setAccessibleName(QStringLiteral("Items"));
+    m_order->setSourceModel(m_items);
+    MakeTable();
+    MakeFindBox();
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(list);
-    setFocusProxy(list);
+    column->setSpacing(2);
+    column->addWidget(m_find);
+    column->addWidget(m_table);
+    setFocusProxy(m_table);
+    m_loading = new CDlgLoading(this);
+}
+
+CListViewRight::~CListViewRight() = default;
+
+void CListViewRight::MakeTable()
+{
+    m_table = new QTableView(this);
+    m_table->setAccessibleName(QStringLiteral("Items"));
+    m_table->setModel(m_order);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setTabKeyNavigation(false);
+    m_table->setWordWrap(false);
+    m_table->setIconSize({kImageSide, kImageSide});
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    m_table->verticalHeader()->setDefaultSectionSize(std::max(fontMetrics().height(), kImageSide) + 6);
+    QHeaderView* header = m_table->horizontalHeader();
+    header->setHighlightSections(false);
+    header->setSortIndicatorClearable(true);
+    header->setSortIndicator(-1, Qt::AscendingOrder);
+    m_table->setSortingEnabled(true);
+    for (int column = 0; column < CItemRow::kColumns; ++column)
+        header->resizeSection(column, kWidths[column]);
+    connect(m_table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& row) { Choose(row); });
+    connect(m_table->verticalScrollBar(), &QAbstractSlider::actionTriggered, this,
+            [this] { m_isFollowing = false; });
+}
+
+void CListViewRight::MakeFindBox()
+{
+    m_find = new QLineEdit(this);
+    m_find->setPlaceholderText(QStringLiteral("Find in this list (Ctrl+F)"));
+    m_find->setAccessibleName(QStringLiteral("Find in this list"));
+    m_find->setClearButtonEnabled(true);
+    connect(m_find, &QLineEdit::textChanged, m_order, &CItemOrder::Look);
+    connect(m_find, &QLineEdit::returnPressed, this, [this] {
+        m_table->setFocus();
+        m_table->selectRow(0);
+    });
+    connect(new QShortcut(QKeySequence::Find, this), &QShortcut::activated, m_find,
+            [this] { m_find->setFocus(Qt::ShortcutFocusReason); });
+    connect(new QShortcut(QKeySequence(Qt::Key_Escape), m_find, nullptr, nullptr, Qt::WidgetShortcut),
+            &QShortcut::activated, this, [this] {
+                m_find->clear();
+                m_table->setFocus();
+            });
+}
+
+void CListViewRight::Clear()
+{
+    m_filling.Cancel();
+    EndFill();
+    m_folderKey.clear();
+    m_find->clear();
+    m_table->sortByColumn(-1, Qt::AscendingOrder);
+    m_items->Clear();
+    m_isFollowing = true;
+}
+
+void CListViewRight::SetCell(unsigned cell, const std::u16string& text)
+{
+    if (cell < kFirstCell || cell > kLastCell)
+        return;
+    if (cell == kFirstCell) {
+        m_items->Append(std::vector<CItemRow>(1));
+        FollowRows();
+    }
+    m_items->SetLast(static_cast<int>(cell - kFirstCell), std::u16string_view(text).substr(0, kLongestText));
+}
+
+void CListViewRight::MarkOrphan()
+{
+    m_items->MarkLastOrphan();
+}
+
+void CListViewRight::Fill(std::shared_ptr<CPreviewStore> store, const std::u16string& folderKey)
+{
+    Clear();
+    m_folderKey = folderKey;
+    m_isFilling = true;
+    m_loading->Begin();
+    const ItemReading reading{std::move(store), folderKey,
+                              [this](std::vector<CItemRow> rows) {
+                                  m_items->Append(std::move(rows));
+                                  FollowRows();
+                              },
+                              [this] {
+                                  EndFill();
+                                  emit Filled();
+                              }};
+    if (!m_filling.Start([reading](IJobOwner& owner) { ReadItems(reading, owner); }))
+        reading.complete();
+}
+
+void CListViewRight::EndFill()
+{
+    m_isFilling = false;
+    m_loading->End();
+}
+
+void CListViewRight::Choose(const QModelIndex& row)
+{
+    if (!row.isValid())
+        return;
+    m_isFollowing = false;
+    if (!m_folderKey.empty())
+        emit ItemChosen(m_folderKey, m_order->mapToSource(row).row() + 1);
+}
+
+void CListViewRight::FollowRows()
+{
+    if (m_isFollowing)
+        m_table->scrollToBottom();
 }
 
 }  // namespace pastille::preview

@@ -52,6 +52,9 @@ public:
         0x6D2F1B94, 0x3C0E, 0x4E7A, {0x9A, 0x51, 0x0B, 0x7D, 0xE3, 0x58, 0xC4, 0x1F}};
     /// The long file name; else the short one; else the display name.
     virtual std::u16string GetFileName() = 0;
+    /// What the HTML body names it by ("cid:"), without angle brackets; "" when it has none.
+    /// PidTagAttachContentId, [MS-OXCMSG] 2.2.2.29
+    virtual std::u16string GetContentId() = 0;
     /// PidTagAttachMethod. [MS-OXCMSG] 2.2.2.9
     virtual std::int32_t GetMethod() = 0;
     /// Bytes of its content; of an attachment without content of its own the size that it states.
@@ -91,6 +94,12 @@ public:
     virtual void Save() = 0;
 };
 
+/// The beginning of a text, or all of it.
+struct TextStart {
+    std::u16string text;
+    bool isAll = true;
+};
+
 /// The properties of all items; mails have no other interface. A property that the item lacks reads back as
 /// "", kNoDate, 0. REQUIRES of each pair: the property is of that kind.
 class IMessageItem : public IStoreItem {
@@ -100,6 +109,9 @@ public:
 
     virtual std::u16string GetMessageClass() = 0;
     virtual std::u16string GetText(const ItemProperty& property) = 0;
+    /// As GetText, but of a value of more than `mostBytes` in the store only that many bytes are read. A
+    /// character that is cut there comes out as a broken one.
+    virtual TextStart GetTextStart(const ItemProperty& property, std::uint32_t mostBytes) = 0;
     virtual void SetText(const ItemProperty& property, std::u16string_view value) = 0;
     /// OLE automation date; kNoDate when the item has none.
     virtual double GetDate(const ItemProperty& property) = 0;

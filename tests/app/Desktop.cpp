@@ -1,12 +1,11 @@
 #include "tests/app/Desktop.h"
 
-#include <QThread>
+#include <QUrl>
 
 #include <cstdio>
 #include <cstdlib>
 
 #include "app/MainFrame.h"
-#include "tests/support/StoreFile.h"
 
 namespace pastille::tests {
 
@@ -82,9 +81,11 @@ void CDesktop::Ends()
     });
 }
 
-QString Shown(const std::filesystem::path& path)
+QString CDesktop::OpenedPath()
 {
-    return QString::fromStdString(path.string());
+    QStringList opened;
+    CPerson::WaitUntil([&] { return !(opened += m_host.TakeOpened()).empty(); });
+    return QUrl(opened.join(QLatin1Char(' '))).toLocalFile();
 }
 
 std::filesystem::path ExampleStore()
@@ -92,16 +93,39 @@ std::filesystem::path ExampleStore()
     return std::filesystem::path(PASTILLE_SOURCE_FOLDER) / "examples/damaged.pst";
 }
 
-std::filesystem::path MakeLongStore(const std::filesystem::path& path)
+void MakeSlowFolders(const std::filesystem::path& root, int folders)
 {
-    constexpr std::uint64_t kSize = std::uint64_t{16} << 30;
-    const auto file = platform::HostFileSystem().Create(path);
-    CStoreFile writer(*file, {});
-    for (std::uint32_t nid : {0x21u, 0x61u, 0x122u})
-        writer.AddNode({.nid = nid, .bidData = writer.WriteBlock(Bytes(64, std::byte{1}))});
-    writer.Finish();
-    file->SetSize(kSize);
-    return path;
+    std::string detour;
+    for (int step = 0; step < 1'900; ++step)
+        detour += "./";
+    std::filesystem::create_directory(root / "0");
+    for (int link = 1; link < 30; ++link)
+        std::filesystem::create_symlink(detour + std::to_string(link - 1), root / std::to_string(link));
+    for (int i = 0; i < folders; ++i) {
+        const auto below = root / ("folder" + std::to_string(i));
+        std::filesystem::create_directory(below);
+        std::filesystem::create_symlink("../29", below / "no file.pst");
+    }
+}
+
+void ChooseSource(CPerson& person, const std::filesystem::path& source)
+{
+    person.Clicks("Select PST File Manually");
+    person.Clicks("Next");
+    person.Sees("Select PST file :");
+    person.BrowsesTo(source);
+    person.Clicks("Next");
+    person.Sees("Select the appropriate scanning method");
+}
+
+void Repair(CPerson& person, const std::filesystem::path& source, const std::filesystem::path& destination,
+            bool smart)
+{
+    ChooseSource(person, source);
+    if (smart)
+        person.Clicks("Smart Scan");
+    person.BrowsesTo(destination);
+    person.Clicks("&Repair");
 }
 
 }  // namespace pastille::tests

@@ -37,6 +37,8 @@ public:
     void Ends();
 
     CTestHost& Host() { return m_host; }
+    /// Waits until the host was asked to open a file or folder, and returns its path.
+    QString OpenedPath();
     /// On the windows' thread only.
     app::CPastilleApp& App() { return *m_app; }
 
@@ -49,13 +51,16 @@ private:
     std::optional<bool> m_started;
 };
 
-/// A path as people see it.
-QString Shown(const std::filesystem::path& path);
-
 /// The store that comes with the program.
 std::filesystem::path ExampleStore();
 
-/// A store that is recognised at once and takes long to scan: a hole of many GB follows its pages.
-std::filesystem::path MakeLongStore(const std::filesystem::path& path);
+/// Makes folders in each of which the host takes milliseconds to find out that a link leads to a folder.
+void MakeSlowFolders(const std::filesystem::path& root, int folders);
+
+/// Goes through the wizard from its first page to the one after the source was chosen.
+void ChooseSource(CPerson& person, const std::filesystem::path& source);
+/// Goes through the whole of it, up to the press on Repair.
+void Repair(CPerson& person, const std::filesystem::path& source, const std::filesystem::path& destination,
+            bool smart = false);
 
 }  // namespace pastille::tests

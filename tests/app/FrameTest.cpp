@@ -1,9 +1,7 @@
 #include <QMenu>
-#include <QMenuBar>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
-#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -15,204 +13,166 @@
 namespace pastille::tests {
 namespace {
 
-/// Entries of a menu with their keys, sub-menus as "name >".
-QStringList EntriesOf(const QString& title)
-{
-    return CPerson::OnUi([&] {
-        QStringList entries;
-        for (const QMenu* menu : CPerson::Window()->findChildren<QMenu*>()) {
-            if (menu->title() != title)
-                continue;
-            for (const QAction* entry : menu->actions()) {
-                if (entry->isSeparator())
-                    continue;
-                const QString keys = entry->shortcut().toString();
-                entries.append(entry->menu() != nullptr ? entry->text() + QStringLiteral(" >")
-                               : keys.isEmpty()         ? entry->text()
-                                                        : entry->text() + QStringLiteral(" | ") + keys);
+/// The program with its frame in front.
+class Frame : public testing::Test {
+protected:
+    Frame() { m_desktop.StartsAtTheFrame(); }
+
+    /// Entries of a menu with their keys, sub-menus as "name >".
+    static QStringList EntriesOf(const QString& title)
+    {
+        return CPerson::OnUi([&] {
+            QStringList entries;
+            for (const QMenu* menu : CPerson::Window()->findChildren<QMenu*>()) {
+                for (const QAction* entry : menu->actions()) {
+                    if (menu->title() != title || entry->isSeparator())
+                        continue;
+                    const QString keys = entry->shortcut().toString();
+                    entries.append(entry->text() + (entry->menu() != nullptr ? " >"
+                                                    : keys.isEmpty()         ? ""
+                                                                             : " | " + keys));
+                }
             }
-        }
-        return entries;
-    });
-}
-
-QStringList ToolBarEntries()
-{
-    return CPerson::OnUi([] {
-        QStringList entries;
-        const auto* bar = CPerson::Window()->findChild<QToolBar*>(QStringLiteral("Standard ToolBar"));
-        if (bar == nullptr || !bar->isVisible())
             return entries;
-        for (const QAction* action : bar->actions())
-            entries.append(action->text());
-        return entries;
-    });
-}
+        });
+    }
+    static QToolBar* ToolBar() { return CPerson::Window()->findChild<QToolBar*>("Standard ToolBar"); }
+    static QStringList ToolBarEntries()
+    {
+        return CPerson::OnUi([] {
+            QStringList entries;
+            for (const QAction* action : ToolBar()->actions())
+                entries.append(action->text());
+            return ToolBar()->isVisible() ? entries : QStringList();
+        });
+    }
+    static QWidget* Pane(const char* name) { return CPerson::Window()->findChild<QWidget*>(name); }
+    static QRect Place(const char* name) { return {Pane(name)->mapToGlobal(QPoint()), Pane(name)->size()}; }
+    CDesktop m_desktop;
+    CPerson m_person;
+};
 
-QWidget* Pane(const char* name)
+TEST_F(Frame, HasTheCommandsWithTheirKeysAndPrompts)
 {
-    return CPerson::Window()->findChild<QWidget*>(QString::fromLatin1(name));
-}
-
-TEST(FrameBars, HaveTheCommandsWithTheirKeysAndPrompts)
-{
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    EXPECT_EQ(CPerson::OnUi([] { return CPerson::Window()->windowTitle(); }), QStringLiteral("Pastille"));
-    EXPECT_EQ(EntriesOf("&File"), QStringList({"&Repair PST File | Alt+R", "Exit | Alt+F4"}));
+    m_person.SeesWindow("Pastille");
+    EXPECT_EQ(EntriesOf("&File"),
+              QStringList({"&Repair PST File | Alt+R", "&Open... | Ctrl+O", "Exit | Alt+F4"}));
     EXPECT_EQ(EntriesOf("&View"), QStringList({"&Toolbars >"}));
-    EXPECT_EQ(EntriesOf("&Toolbars").value(0), QStringLiteral("&Toolbar"));
+    EXPECT_EQ(EntriesOf("&Toolbars").value(0), "&Toolbar");
     EXPECT_EQ(EntriesOf("&Help"),
               QStringList({"Content | F1", "Updates", "How to repair outlook data file (.pst) ?",
                            "How to import recovered outlook data file (.pst) ?", "About Us | Alt+B"}));
     EXPECT_EQ(ToolBarEntries(), QStringList({"&Repair PST File", "Content", "Updates"}));
+    m_person.Presses(Qt::Key_R, Qt::AltModifier);
+    m_person.Sees("Open Default PST File");
+    CPerson::OnUi([] {
+        const QWidget* wizard = CPerson::Window();
+        const QPoint off =
+            wizard->frameGeometry().center() - wizard->parentWidget()->frameGeometry().center();
+        EXPECT_LE(off.manhattanLength(), 2) << off.x() << " " << off.y();
+    });
+    m_person.ClosesWindow();
+    m_person.IsAtTheFrame();
+    m_person.Presses(Qt::Key_B, Qt::AltModifier);
+    m_person.SeesDialog("CAboutDlg");
+    m_person.ClosesWindow();
+    m_person.IsAtTheFrame();
 
     // The prompt of the entry under the mouse stands in the status bar.
-    CPerson person;
-    person.Clicks("&Help");
-    person.Presses(Qt::Key_Down);
+    m_person.Clicks("&Help");
+    m_person.Presses(Qt::Key_Down);
     EXPECT_TRUE(CPerson::WaitUntil([] {
-        const auto* frame = qobject_cast<QMainWindow*>(CPerson::Window());
-        return frame != nullptr &&
-               frame->statusBar()->currentMessage() == QStringLiteral("Launch help manual");
+        return CPerson::Window()->findChild<QStatusBar*>()->currentMessage() == "Launch help manual";
     }));
-    person.Presses(Qt::Key_Escape);
+    m_person.Presses(Qt::Key_Escape);
 }
 
-TEST(FramePanes, StandAtTheirPlacesAndSwitch)
+TEST_F(Frame, HasItsPanesAtTheirPlacesAndSwitchesThem)
 {
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    CPerson::OnUi([&] {
-        EXPECT_EQ(Pane("CFormViewLeft")->width(), 245);
-        EXPECT_EQ(Pane("CListViewRight")->height(), 400);
-        const auto place = [](const char* name) {
-            return QRect(Pane(name)->mapToGlobal(QPoint()), Pane(name)->size());
-        };
-        EXPECT_LT(place("CFormViewLeft").right(), place("CListViewRight").left());
-        EXPECT_LT(place("CListViewRight").bottom(), place("CDisplayBody").top());
-        EXPECT_EQ(place("CListViewRight").left(), place("CDisplayBody").left());
+    CPerson::OnUi([] {
+        EXPECT_EQ(Place("CFormViewLeft").width(), 245);
+        EXPECT_EQ(Place("CListViewRight").height(), 400);
+        EXPECT_LT(Place("CFormViewLeft").right(), Place("CListViewRight").left());
+        EXPECT_LT(Place("CListViewRight").bottom(), Place("CDisplayBody").top());
+        EXPECT_EQ(Place("CListViewRight").left(), Place("CDisplayBody").left());
     });
-    const auto switched = [&](unsigned view, const char* shown, const char* gone) {
-        CPerson::OnUi([&] { desktop.App().MainFrame()->SwitchUpperPane(view); });
-        EXPECT_TRUE(CPerson::WaitUntil([&] {
+    for (const auto& [view, shown, gone] : {std::tuple(0u, "CGridView", "CListViewRight"),
+                                            {2u, "CGridView", "CListViewRight"},
+                                            {1u, "CListViewRight", "CGridView"}}) {
+        CPerson::OnUi([&, view = view] { m_desktop.App().MainFrame()->SwitchUpperPane(view); });
+        EXPECT_TRUE(CPerson::WaitUntil([&, shown = shown, gone = gone] {
             return Pane(shown) != nullptr && Pane(shown)->isVisible() && Pane(gone) == nullptr;
         })) << view;
-        EXPECT_EQ(CPerson::OnUi([&] { return Pane(shown)->height(); }), 400) << view;
-    };
-    switched(0, "CGridView", "CListViewRight");
-    switched(2, "CGridView", "CListViewRight");
-    switched(1, "CListViewRight", "CGridView");
+        EXPECT_EQ(CPerson::OnUi([shown = shown] { return Pane(shown)->height(); }), 400) << view;
+    }
 }
 
-TEST(FrameHelp, OpensTheHelpFileElseTheManualElseSaysSo)
+TEST_F(Frame, OpensTheHelpFileElseTheManualElseSaysSo)
 {
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    CPerson person;
-    const auto installed = desktop.Host().installationFolder;
-    const auto opened = [&] {
-        QStringList addresses;
-        CPerson::WaitUntil([&] { return !(addresses = desktop.Host().TakeOpened()).empty(); });
-        return QUrl(addresses.join(' ')).toLocalFile();
-    };
+    const auto installed = m_desktop.Host().installationFolder;
     const QString base = Shown(installed);
-
     std::ofstream(installed / "pastille.chm") << "help";
-    person.Presses(Qt::Key_F1);
-    EXPECT_EQ(opened(), base + "/pastille.chm");
+    m_person.Presses(Qt::Key_F1);
+    EXPECT_EQ(m_desktop.OpenedPath(), base + "/pastille.chm");
     std::filesystem::remove(installed / "pastille.chm");
-    person.Presses(Qt::Key_F1);
-    EXPECT_EQ(opened(), base + "/docs/manual/index.html");
-    person.PicksFromMenu("&Help", "How to repair outlook data file (.pst) ?");
-    EXPECT_EQ(opened(), base + "/docs/manual/repair.html");
-    person.PicksFromMenu("&Help", "How to import recovered outlook data file (.pst) ?");
-    EXPECT_EQ(opened(), base + "/docs/manual/import.html");
-
+    for (const auto& [entry, page] : {std::pair("Content", "index"),
+                                      {"How to repair outlook data file (.pst) ?", "repair"},
+                                      {"How to import recovered outlook data file (.pst) ?", "import"}}) {
+        m_person.PicksFromMenu("&Help", entry);
+        EXPECT_EQ(m_desktop.OpenedPath(), base + "/docs/manual/" + page + ".html");
+    }
     std::filesystem::remove_all(installed / "docs");
-    person.PicksFromMenu("&Help", "Content");
-    person.Sees("Unable to locate Help File");
-    EXPECT_EQ(CPerson::OnUi([] { return CPerson::Window()->windowTitle(); }), QStringLiteral("Information"));
-    person.Clicks("OK");
+    m_person.PicksFromMenu("&Help", "Content");
+    m_person.Answers("Information", "Unable to locate Help File", "OK");
 }
 
-TEST(FrameUpdates, StartTheUpdaterAtOnceAndOnRequest)
+TEST_F(Frame, StartsTheUpdaterAtOnceAndOnRequest)
 {
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    const QString updater = Shown(desktop.Host().installationFolder / "orvaneupdate.EXE");
-    EXPECT_EQ(desktop.Host().TakeStarted(), QStringList({updater + " /SilentCheck /NoIcon /NoUpdateSelf"}));
-    CPerson person;
-    person.PicksFromMenu("&Help", "Updates");
+    const QString updater = Shown(m_desktop.Host().installationFolder / "orvaneupdate.EXE");
+    EXPECT_EQ(m_desktop.Host().TakeStarted(), QStringList({updater + " /SilentCheck /NoIcon /NoUpdateSelf"}));
+    m_person.PicksFromMenu("&Help", "Updates");
     QStringList started;
-    CPerson::WaitUntil([&] { return !(started = desktop.Host().TakeStarted()).empty(); });
+    CPerson::WaitUntil([&] { return !(started = m_desktop.Host().TakeStarted()).empty(); });
     EXPECT_EQ(started, QStringList({updater + " /NoUpdateSelf"}));
 }
 
-TEST(FrameKeys, OpenTheWizardAndTheAboutBox)
+TEST_F(Frame, HasItsToolBarAsTheUserLeftIt)
 {
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    CPerson person;
-    person.Presses(Qt::Key_R, Qt::AltModifier);
-    person.Sees("Open Default PST File");
-    person.ClosesWindow();
-    person.IsAtTheFrame();
-    person.Presses(Qt::Key_B, Qt::AltModifier);
-    ASSERT_TRUE(CPerson::WaitUntil([] {
-        return CPerson::Window() != nullptr && CPerson::Window()->objectName() == QStringLiteral("CAboutDlg");
-    }));
-    person.ClosesWindow();
-}
-
-TEST(FrameLayout, OfTheToolBarComesBackAtTheNextStart)
-{
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    CPerson person;
     CPerson::BeginOnUi([] {
         for (QAction* action : CPerson::Window()->actions()) {
-            if (action->text() == QStringLiteral("Customize..."))
+            if (action->text() == "Customize...")
                 action->trigger();
         }
     });
-    person.SeesWindow("Customize");
-    person.Clicks("Updates");
-    person.Presses(Qt::Key_Space);
-    person.Clicks("OK");
-    person.IsAtTheFrame();
+    m_person.SeesWindow("Customize");
+    m_person.Clicks("Updates");
+    m_person.Presses(Qt::Key_Space);
+    m_person.Clicks("OK");
+    m_person.IsAtTheFrame();
     const QStringList chosen{"&Repair PST File", "Content"};
     EXPECT_EQ(ToolBarEntries(), chosen);
-    desktop.Ends();
+    m_desktop.Ends();
 
-    desktop.StartsAtTheFrame();
+    m_desktop.StartsAtTheFrame();
     EXPECT_EQ(ToolBarEntries(), chosen);
-    person.Clicks("&View");
-    person.Clicks("&Toolbars");
-    person.Clicks("&Toolbar");
-    EXPECT_TRUE(CPerson::WaitUntil([] {
-        return !CPerson::Window()->findChild<QToolBar*>(QStringLiteral("Standard ToolBar"))->isVisible();
-    }));
-    desktop.Ends();
+    for (const char* entry : {"&View", "&Toolbars", "&Toolbar"})
+        m_person.Clicks(entry);
+    EXPECT_TRUE(CPerson::WaitUntil([] { return !ToolBar()->isVisible(); }));
+    m_desktop.Ends();
 
-    desktop.StartsAtTheFrame();
+    m_desktop.StartsAtTheFrame();
     EXPECT_EQ(ToolBarEntries(), QStringList());
 }
 
-TEST(FrameExit, AsksAndGoesOnlyAfterYes)
+TEST_F(Frame, AsksBeforeItGoesAndGoesOnlyAfterYes)
 {
-    CDesktop desktop;
-    desktop.StartsAtTheFrame();
-    CPerson person;
-    person.PicksFromMenu("&File", "Exit");
-    person.Sees("Do you want to exit the application?");
-    EXPECT_EQ(CPerson::OnUi([] { return CPerson::Window()->windowTitle(); }), QStringLiteral("Pastille"));
-    person.Clicks("&No");
-    person.IsAtTheFrame();
-    person.ClosesWindow();
-    person.Sees("Do you want to exit the application?");
-    person.Clicks("&Yes");
-    person.SeesNoWindow();
+    const char* question = "Do you want to exit the application?";
+    m_person.PicksFromMenu("&File", "Exit");
+    m_person.Answers("Pastille", question, "&No");
+    m_person.IsAtTheFrame();
+    m_person.ClosesWindow();
+    m_person.Answers("Pastille", question, "&Yes");
+    m_person.SeesNoWindow();
 }
 
 }  // namespace

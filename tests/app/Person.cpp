@@ -4,70 +4,53 @@
 #include <QAbstractItemView>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QGroupBox>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
-#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QTest>
-#include <QTextEdit>
 
+#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
 namespace pastille::tests {
 namespace {
 
+/// Visible widgets of a class in a window, but not in another one that belongs to it.
 template <class Widget>
 QList<Widget*> Visible(const QWidget* window)
 {
-    QList<Widget*> found;
-    if (window == nullptr)
-        return found;
-    for (Widget* widget : window->findChildren<Widget*>()) {
-        if (widget->isVisible() && widget->window() == window)
-            found.append(widget);
-    }
+    QList<Widget*> found = window != nullptr ? window->findChildren<Widget*>() : QList<Widget*>();
+    found.removeIf([&](const QWidget* widget) { return !widget->isVisible() || widget->window() != window; });
     return found;
 }
 
 QStringList RowTexts(const QAbstractItemView& view)
 {
     QStringList texts;
-    const QAbstractItemModel* model = view.model();
-    for (int row = 0; model != nullptr && row < model->rowCount(); ++row)
-        texts.append(model->index(row, 0).data().toString());
+    for (int row = 0; view.model() != nullptr && row < view.model()->rowCount(); ++row)
+        texts.append(view.model()->index(row, 0).data().toString());
     return texts;
 }
 
 QStringList TextsOf(const QWidget* window)
 {
-    QStringList texts;
     if (window == nullptr)
-        return texts;
-    texts.append(window->windowTitle());
-    for (const auto* label : Visible<QLabel>(window))
-        texts.append(label->text());
-    for (const auto* button : Visible<QAbstractButton>(window))
-        texts.append(button->text());
-    for (const auto* box : Visible<QGroupBox>(window))
-        texts.append(box->title());
-    for (const auto* field : Visible<QLineEdit>(window))
-        texts.append(field->text());
-    for (const auto* field : Visible<QPlainTextEdit>(window))
-        texts.append(field->toPlainText());
-    for (const auto* field : Visible<QTextEdit>(window))
-        texts.append(field->toPlainText());
-    for (const auto* view : Visible<QAbstractItemView>(window))
-        texts.append(RowTexts(*view));
-    for (const auto* header : Visible<QHeaderView>(window)) {
-        for (int section = 0; header->model() != nullptr && section < header->count(); ++section)
-            texts.append(header->model()->headerData(section, header->orientation()).toString());
+        return {};
+    QStringList texts{window->windowTitle()};
+    for (const QWidget* widget : Visible<QWidget>(window)) {
+        // What a progress bar says beside these is not painted.
+        const bool isBar = qobject_cast<const QProgressBar*>(widget) != nullptr;
+        for (const char* property : {"text", "title", "plainText"})
+            texts.append(isBar ? QString() : widget->property(property).toString());
+        const auto* header = qobject_cast<const QHeaderView*>(widget);
+        for (int column = 0; header != nullptr && column < header->count(); ++column)
+            texts.append(header->model()->headerData(column, header->orientation()).toString());
+        if (const auto* view = qobject_cast<const QAbstractItemView*>(widget); view != nullptr && !header)
+            texts.append(RowTexts(*view));
     }
     texts.removeAll(QString());
     return texts;
@@ -82,71 +65,73 @@ QAbstractButton* Button(const QWidget* window, const QString& text)
     return nullptr;
 }
 
-QAction* EntryOf(QMenu* menu, const QString& text)
+/// Clicks on an entry of a menu or menu bar, when it can be clicked now.
+template <class Bar>
+bool ClickEntry(Bar* bar, const QString& text)
 {
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text && action->isVisible())
-            return action;
-    }
-    return nullptr;
-}
-
-/// Clicks what has the text, when it can be clicked now.
-bool ClickNow(const QString& text)
-{
-    if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-        QAction* entry = EntryOf(menu, text);
-        if (entry == nullptr || !entry->isEnabled())
-            return false;
-        const QPoint at = menu->actionGeometry(entry).center();
-        CPerson::BeginOnUi([menu, at] { QTest::mouseClick(menu, Qt::LeftButton, {}, at); });
-        return true;
-    }
-    QWidget* window = CPerson::Window();
-    if (QAbstractButton* button = Button(window, text)) {
-        if (!button->isEnabled())
-            return false;
-        CPerson::BeginOnUi([button] { QTest::mouseClick(button, Qt::LeftButton); });
-        return true;
-    }
-    for (auto* bar : Visible<QMenuBar>(window)) {
-        for (QAction* action : bar->actions()) {
-            if (action->text() != text || !action->isEnabled())
-                continue;
-            const QPoint at = bar->actionGeometry(action).center();
-            CPerson::BeginOnUi([bar, at] { QTest::mouseClick(bar, Qt::LeftButton, {}, at); });
-            return true;
-        }
-    }
-    for (auto* view : Visible<QAbstractItemView>(window)) {
-        const qsizetype row = RowTexts(*view).indexOf(text);
-        if (row < 0 || !view->isEnabled())
+    for (QAction* action : bar->actions()) {
+        if (action->text() != text || !action->isVisible() || !action->isEnabled())
             continue;
-        const QModelIndex index = view->model()->index(static_cast<int>(row), 0);
-        view->scrollTo(index);
-        const QPoint at = view->visualRect(index).center();
-        CPerson::BeginOnUi([view, at] { QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at); });
+        const QPoint at = bar->actionGeometry(action).center();
+        CPerson::BeginOnUi([bar, at] { QTest::mouseClick(bar, Qt::LeftButton, {}, at); });
         return true;
     }
     return false;
 }
 
-/// What is seen in the window in front, for the message of a failure.
-QString Now()
+bool ClickRow(QAbstractItemView* view, const QString& text)
 {
-    return CPerson::OnUi([] { return TextsOf(CPerson::Window()).join(QStringLiteral("\n  | ")); });
+    const qsizetype row = RowTexts(*view).indexOf(text);
+    if (row < 0 || !view->isEnabled())
+        return false;
+    const QModelIndex index = view->model()->index(static_cast<int>(row), 0);
+    view->scrollTo(index);
+    const QPoint at = view->visualRect(index).center();
+    CPerson::BeginOnUi([view, at] { QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at); });
+    return true;
 }
 
-[[noreturn]] void GiveUp(const QString& what)
+/// Clicks what has the text, when it can be clicked now.
+bool ClickNow(const QString& text)
 {
-    throw std::runtime_error((what + QStringLiteral("; in front is\n    ") + Now()).toStdString());
+    if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget()))
+        return ClickEntry(menu, text);
+    QWidget* window = CPerson::Window();
+    if (QAbstractButton* button = Button(window, text)) {
+        if (button->isEnabled())
+            CPerson::BeginOnUi([button] { QTest::mouseClick(button, Qt::LeftButton); });
+        return button->isEnabled();
+    }
+    return std::ranges::any_of(Visible<QMenuBar>(window), [&](auto* bar) { return ClickEntry(bar, text); }) ||
+           std::ranges::any_of(Visible<QAbstractItemView>(window),
+                               [&](auto* view) { return ClickRow(view, text); });
+}
+
+/// Waits for what a person needs, and fails the test when it never comes.
+void Need(const QString& what, const std::function<bool()>& condition)
+{
+    if (CPerson::WaitUntil(condition))
+        return;
+    const QString now =
+        CPerson::OnUi([] { return TextsOf(CPerson::Window()).join(QStringLiteral("\n  | ")); });
+    throw std::runtime_error((what + QStringLiteral("; in front is\n    ") + now).toStdString());
 }
 
 }  // namespace
 
+QString Shown(const std::filesystem::path& path)
+{
+    return QString::fromStdString(path.string());
+}
+
 void CPerson::BeginOnUi(std::function<void()> function)
 {
     QMetaObject::invokeMethod(qApp, std::move(function), Qt::QueuedConnection);
+}
+
+void CPerson::Settle()
+{
+    OnUi([] {});
 }
 
 bool CPerson::WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience)
@@ -173,20 +158,23 @@ QWidget* CPerson::Window()
 
 void CPerson::SeesWindow(const QString& title)
 {
-    if (!WaitUntil([&] { return Window() != nullptr && Window()->windowTitle() == title; }))
-        GiveUp(QStringLiteral("no window ") + title);
+    Need("no window " + title, [&] { return Window() != nullptr && Window()->windowTitle() == title; });
+}
+
+void CPerson::SeesDialog(const QString& className)
+{
+    Need("no " + className, [&] { return Window() != nullptr && Window()->objectName() == className; });
 }
 
 void CPerson::IsAtTheFrame()
 {
-    if (!WaitUntil([] { return QApplication::activeModalWidget() == nullptr && Window() != nullptr; }))
-        GiveUp(QStringLiteral("not at the frame"));
+    Need("not at the frame",
+         [] { return QApplication::activeModalWidget() == nullptr && Window() != nullptr; });
 }
 
 void CPerson::SeesNoWindow()
 {
-    if (!WaitUntil([] { return Window() == nullptr; }))
-        GiveUp(QStringLiteral("a window is left"));
+    Need("a window is left", [] { return Window() == nullptr; });
 }
 
 bool CPerson::IsSeen(const QString& text)
@@ -196,8 +184,7 @@ bool CPerson::IsSeen(const QString& text)
 
 void CPerson::Sees(const QString& text)
 {
-    if (!WaitUntil([&] { return TextsOf(Window()).contains(text); }))
-        GiveUp(QStringLiteral("not seen: ") + text);
+    Need("not seen: " + text, [&] { return TextsOf(Window()).contains(text); });
 }
 
 QStringList CPerson::VisibleTexts()
@@ -207,8 +194,14 @@ QStringList CPerson::VisibleTexts()
 
 void CPerson::Clicks(const QString& text)
 {
-    if (!WaitUntil([&] { return ClickNow(text); }))
-        GiveUp(QStringLiteral("cannot click ") + text);
+    Need("cannot click " + text, [&] { return ClickNow(text); });
+}
+
+void CPerson::Answers(const QString& caption, const QString& text, const QString& button)
+{
+    Sees(text);
+    SeesWindow(caption);
+    Clicks(button);
 }
 
 void CPerson::ClicksBelowTheRows()
@@ -224,36 +217,31 @@ void CPerson::ClicksBelowTheRows()
 void CPerson::PicksFromMenu(const QString& menu, const QString& entry)
 {
     Clicks(menu);
-    if (!WaitUntil([] { return QApplication::activePopupWidget() != nullptr; }))
-        GiveUp(QStringLiteral("the menu does not open: ") + menu);
+    Need("the menu does not open: " + menu, [] { return QApplication::activePopupWidget() != nullptr; });
     Clicks(entry);
 }
 
 void CPerson::Presses(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    OnUi([] {});  // everything begun before comes first
+    Settle();
     BeginOnUi([=] {
-        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-            QTest::keyClick(menu, key, modifiers);
-            return;
+        QWidget* target = QApplication::activePopupWidget();
+        if (target == nullptr && Window() != nullptr) {
+            // Without a window manager nobody else makes the window in front the active one, which alone has
+            // accelerators.
+            QApplication::setActiveWindow(Window());
+            target = Window()->focusWidget() != nullptr ? Window()->focusWidget() : Window();
         }
-        QWidget* window = Window();
-        if (window == nullptr)
-            return;
-        // Without a window manager nobody else makes the window in front the active one, which alone has
-        // accelerators.
-        QApplication::setActiveWindow(window);
-        QWidget* focus = window->focusWidget();
-        QTest::keyClick(focus != nullptr ? focus : window, key, modifiers);
+        if (target != nullptr)
+            QTest::keyClick(target, key, modifiers);
     });
 }
 
 void CPerson::Types(const QString& text)
 {
-    const bool typed = WaitUntil([&] {
+    Need("there is no field to type into", [&] {
         // A window that has just come up gives the focus to a field a moment later.
-        QWidget* window = Window();
-        QWidget* field = window != nullptr ? window->focusWidget() : nullptr;
+        QWidget* field = Window() != nullptr ? Window()->focusWidget() : nullptr;
         if (qobject_cast<QComboBox*>(field) == nullptr && qobject_cast<QLineEdit*>(field) == nullptr)
             return false;
         // Of letters beyond ASCII the test library knows no keys.
@@ -263,8 +251,6 @@ void CPerson::Types(const QString& text)
         }
         return true;
     });
-    if (!typed)
-        GiveUp(QStringLiteral("there is no field to type into"));
 }
 
 void CPerson::ChoosesInFileDialog(const QString& typed)
@@ -273,8 +259,7 @@ void CPerson::ChoosesInFileDialog(const QString& typed)
         const auto* dialog = qobject_cast<QFileDialog*>(Window());
         return dialog != nullptr ? dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")) : nullptr;
     };
-    if (!WaitUntil([&] { return nameField() != nullptr && nameField()->isVisible(); }))
-        GiveUp(QStringLiteral("no file dialog"));
+    Need("no file dialog", [&] { return nameField() != nullptr && nameField()->isVisible(); });
     // The list of files has the focus at times, and takes some letters for commands.
     OnUi([&] {
         QTest::mouseClick(nameField(), Qt::LeftButton);
@@ -283,8 +268,14 @@ void CPerson::ChoosesInFileDialog(const QString& typed)
     });
     Types(typed);
     OnUi([&] { QTest::keyClick(nameField(), Qt::Key_Return); });
-    if (!WaitUntil([&] { return nameField() == nullptr; }))
-        GiveUp(QStringLiteral("the file dialog does not take ") + typed);
+    Need("the file dialog does not take " + typed, [&] { return nameField() == nullptr; });
+}
+
+void CPerson::BrowsesTo(const std::filesystem::path& chosen)
+{
+    Clicks("Browse...");
+    ChoosesInFileDialog(Shown(chosen));
+    Sees(Shown(chosen));
 }
 
 void CPerson::ClosesWindow()
@@ -294,21 +285,13 @@ void CPerson::ClosesWindow()
 
 bool CPerson::CanClick(const QString& text)
 {
-    const int state = OnUi([&] {
-        const QAbstractButton* button = Button(Window(), text);
-        return button == nullptr ? -1 : button->isEnabled() ? 1 : 0;
-    });
-    if (state < 0)
-        GiveUp(QStringLiteral("no button ") + text);
-    return state == 1;
+    Need("no button " + text, [&] { return Button(Window(), text) != nullptr; });
+    return OnUi([&] { return Button(Window(), text)->isEnabled(); });
 }
 
 bool CPerson::IsChecked(const QString& text)
 {
-    return OnUi([&] {
-        const QAbstractButton* button = Button(Window(), text);
-        return button != nullptr && button->isChecked();
-    });
+    return OnUi([&] { return Button(Window(), text) != nullptr && Button(Window(), text)->isChecked(); });
 }
 
 QStringList CPerson::Rows()

@@ -7,6 +7,7 @@
 #include <QThread>
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <ostream>
 #include <type_traits>
@@ -20,11 +21,13 @@ inline void PrintTo(const QString& text, std::ostream* stream)
 }
 inline void PrintTo(const QStringList& texts, std::ostream* stream)
 {
-    for (const QString& text : texts)
-        *stream << "\n  " << text.toStdString();
+    *stream << texts.join(QStringLiteral("\n  ")).toStdString();
 }
 
 namespace pastille::tests {
+
+/// A path as people see it.
+QString Shown(const std::filesystem::path& path);
 
 /// Uses the program's windows as a person does: sees what is visible, clicks, types and presses keys in the
 /// window in front. Tests run on a thread of their own, windows on the main thread, so a dialog that waits
@@ -52,13 +55,16 @@ public:
     }
     /// Begins something on the windows' thread without waiting for its end.
     static void BeginOnUi(std::function<void()> function);
-
+    /// Waits until everything that was begun before has come to its end or to a dialog.
+    static void Settle();
     /// Waits until a condition holds, asked on the windows' thread. False when it never does.
     static bool WaitUntil(const std::function<bool()>& condition,
                           std::chrono::milliseconds patience = kPatience);
 
     /// Waits until the window in front has that title.
     void SeesWindow(const QString& title);
+    /// Waits until the window in front is of that class; its object name tells.
+    void SeesDialog(const QString& className);
     /// Waits until the frame is there, with no dialog before it.
     void IsAtTheFrame();
     /// Waits until no window of the program is visible.
@@ -73,6 +79,8 @@ public:
     /// Clicks with the mouse on a button, a row of a list, or an entry of a menu or menu bar of that text, as
     /// soon as it can be clicked. The text has the "&" of its accelerator.
     void Clicks(const QString& text);
+    /// Clicks on a button of the box of that caption that says the text.
+    void Answers(const QString& caption, const QString& text, const QString& button);
     /// Clicks once on an empty place of the list in front.
     void ClicksBelowTheRows();
     /// Opens the window's menu and picks an entry.
@@ -82,6 +90,8 @@ public:
     void Types(const QString& text);
     /// Waits for a chooser of files or folders, types into it and confirms.
     void ChoosesInFileDialog(const QString& typed);
+    /// The same in the chooser that "Browse..." opens; what was chosen stands in the window then.
+    void BrowsesTo(const std::filesystem::path& chosen);
     /// Closes the window in front by its close box.
     void ClosesWindow();
 

@@ -1,193 +1,238 @@
 // Makes a picture of every window of the desktop program in a typical state.
 
-#include <QApplication>
+#include <QIcon>
+#include <QPainter>
 #include <QPixmap>
+#include <QWidget>
 
 #include <cstdio>
 #include <exception>
 #include <fstream>
 #include <thread>
 
-#include "app/AboutDlg.h"
 #include "app/MainFrame.h"
-#include "app/MessageBox.h"
-#include "app/Strings.h"
 #include "platform/Registry.h"
-#include "tests/app/Desktop.h"
+#include "tests/app/RunSteps.h"
+#include "tests/support/StoreMails.h"
 
 namespace pastille::tests {
 namespace {
 
-constexpr const char* kMailMode = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Office\\9.0\\Outlook\\Setup";
+using std::filesystem::path;
 
-/// Saves what stands in front, and what lies behind it.
+/// A window with its title above it, as a desktop shows it; the virtual display has none that would.
+QPixmap WithTitleBar(QWidget& window)
+{
+    constexpr int kBar = 30;
+    const QColor line("#7f8790");
+    QPixmap picture(window.width() + 2, window.height() + kBar + 2);
+    picture.fill(QColor("#dfe3e8"));
+    QPainter painter(&picture);
+    painter.setFont(QApplication::font());
+    painter.setPen(QColor("#20242a"));
+    painter.drawPixmap(8, 7, QApplication::windowIcon().pixmap(18, 18));
+    const QRect bar(34, 1, window.width() - 64, kBar);
+    painter.drawText(bar, Qt::AlignVCenter | Qt::AlignLeft,
+                     painter.fontMetrics().elidedText(window.windowTitle(), Qt::ElideRight, bar.width()));
+    painter.drawText(QRect(bar.right(), 1, 30, kBar), Qt::AlignCenter, QChar(0x00D7));
+    painter.drawPixmap(1, kBar + 1, window.grab());
+    painter.setPen(line);
+    painter.drawRect(picture.rect().adjusted(0, 0, -1, -1));
+    return picture;
+}
+
+/// Saves what stands in front.
 class CCamera {
 public:
-    explicit CCamera(std::filesystem::path folder) : m_folder(std::move(folder)) {}
+    explicit CCamera(path folder) : m_folder(std::move(folder)) {}
 
-    void Takes(const char* name)
+    void Takes(const std::string& name)
     {
         // Windows paint themselves when they have come up.
         std::this_thread::sleep_for(std::chrono::milliseconds(150));
-        const auto file = m_folder / (std::string(name) + ".png");
+        const auto file = m_folder / (name + ".png");
         const bool saved = CPerson::OnUi(
-            [&] { return CPerson::Window() != nullptr && CPerson::Window()->grab().save(Shown(file)); });
+            [&] { return CPerson::Window() && WithTitleBar(*CPerson::Window()).save(Shown(file)); });
         std::printf("%s%s\n", saved ? "" : "NOT SAVED: ", file.c_str());
         m_failed = m_failed || !saved;
+    }
+    /// Of the box that has come or comes up, which is then answered.
+    void TakesBox(const std::string& name, const QString& button = "OK")
+    {
+        CPerson person;
+        CPerson::WaitUntil([&] { return person.IsSeen(button); });
+        Takes(name);
+        person.Clicks(button);
     }
     bool HasFailed() const { return m_failed; }
 
 private:
-    std::filesystem::path m_folder;
+    path m_folder;
     bool m_failed = false;
 };
-
-void FillMailFolders(CDesktop& desktop)
-{
-    const auto mail = desktop.MakeFolder("home/Outlook Files");
-    for (const char* name : {"Archive 2019.pst", "Backup.pst", "Family.ost"})
-        std::filesystem::copy_file(ExampleStore(), mail / name);
-    desktop.Host().mailFolders = {mail};
-    desktop.Host().drives = {desktop.Folder() / "home", desktop.Folder()};
-}
 
 void TakeWizard(CPerson& person, CCamera& camera)
 {
     camera.Takes("wizard-1-start");
-    person.Clicks("Next");
-    person.Sees("Select the file and click next to repair:");
-    camera.Takes("wizard-2-default-folders");
-    person.Clicks("Back");
-    person.Clicks("Select PST File Manually");
-    person.Clicks("Next");
-    person.Sees("Select PST file :");
-    camera.Takes("wizard-3-browse");
-    person.Clicks("Back");
+    for (const auto& [name, choice, text] :
+         {std::tuple("wizard-2-default-folders", "Open Default PST File", "File name"),
+          {"wizard-3-browse", "Select PST File Manually", "Select PST file :"}}) {
+        person.Clicks(choice);
+        person.Clicks("Next");
+        person.Sees(text);
+        camera.Takes(name);
+        if (person.IsSeen("Browse...")) {
+            person.Clicks("Browse...");
+            camera.TakesBox("wizard-3-browse-file", "Cancel");
+        }
+        person.Clicks("Back");
+    }
 }
 
 void TakeSearch(CDesktop& desktop, CPerson& person, CCamera& camera)
 {
-    // A tree that takes a while, below the stores that are found at once.
-    for (int folder = 0; folder < 100'000; ++folder)
-        std::filesystem::create_directories(desktop.Folder() / "home/Pictures" /
-                                            std::to_string(folder % 300) / std::to_string(folder));
-    person.Clicks("Find All Your PST Files");
-    person.Clicks("Next");
+    const auto opens = [&] {
+        person.Clicks("Find All Your PST Files");
+        person.Clicks("Next");
+    };
+    const auto drives = std::exchange(desktop.Host().drives, {});
+    opens();
+    camera.TakesBox("wizard-4-search-no-drives");
+    person.Clicks("Back");
+    desktop.Host().drives = drives;
+    opens();
     person.Sees("Fin&d");
     camera.Takes("wizard-4-search");
+    desktop.Host().removableDrive = drives.front();
+    person.Clicks("Fin&d");
+    camera.TakesBox("wizard-4-search-removable-drive");
+    desktop.Host().removableDrive = "";
     person.Clicks("Fin&d");
     person.Sees("S&top");
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
     camera.Takes("wizard-4-search-running");
     person.Clicks("Back");
-    person.Sees(
-        "An operation is in progress;\nPlease cancel the current\nProcess to go back to the main screen.");
-    camera.Takes("wizard-4-search-busy");
-    person.Clicks("OK");
+    camera.TakesBox("wizard-4-search-busy");
     person.Clicks("S&top");
     person.Sees("Fin&d");
-    CPerson::WaitUntil([&] { return !person.VisibleTexts().empty(); });
+    CPerson::WaitUntil([&] { return person.Rows().size() > 1; });
     camera.Takes("wizard-4-search-found");
     person.Clicks("Back");
-}
-
-void ChooseFolder(CPerson& person, const std::filesystem::path& folder)
-{
-    person.Clicks("Browse...");
-    person.ChoosesInFileDialog(Shown(folder));
-    person.Sees(Shown(folder));
-}
-
-void ChooseSource(CPerson& person, const std::filesystem::path& source)
-{
-    person.Clicks("Select PST File Manually");
-    person.Clicks("Next");
-    person.Clicks("Browse...");
-    person.ChoosesInFileDialog(Shown(source));
-    person.Sees(Shown(source));
-    person.Clicks("Next");
-    person.Sees("Select the appropriate scanning method");
 }
 
 void TakeRuns(CDesktop& desktop, CPerson& person, CCamera& camera)
 {
     const auto to = desktop.MakeFolder("Recovered");
     ChooseSource(person, ExampleStore());
-    ChooseFolder(person, to);
+    person.Clicks("Browse...");
+    camera.TakesBox("wizard-5-scan-method-folder", "Cancel");
+    person.Sees("Normal Scan");
+    person.BrowsesTo(to);
     camera.Takes("wizard-5-scan-method");
     person.Clicks("&Repair");
     person.Sees("Total items :");
-    camera.Takes("completion");
-    person.Clicks("OK");
+    camera.TakesBox("completion");
     person.IsAtTheFrame();
     camera.Takes("frame");
 
-    person.Presses(Qt::Key_R, Qt::AltModifier);
-    ChooseSource(person, MakeLongStore(desktop.Folder() / "mail.pst"));
-    ChooseFolder(person, to);
-    person.Clicks("&Repair");
+    BeginRepair(desktop, MakeLongStore(desktop.Folder() / "mail.pst", std::uint64_t{4} << 30), to);
     person.SeesWindow("Recovery Progress");
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    person.Sees("Phase 4 of 8");
     camera.Takes("progress");
     person.Clicks("S&top");
-    person.Sees("Do you want to stop the process?");
-    camera.Takes("progress-stop-question");
-    person.Clicks("&Yes");
+    camera.TakesBox("progress-stop-question", "&Yes");
     person.SeesWindow("Information");
-    camera.Takes("aborted");
-    person.Clicks("OK");
+    camera.TakesBox("progress-aborted");
     person.IsAtTheFrame();
-
-    const auto huge = desktop.Folder() / "huge.pst";
-    std::filesystem::copy_file(ExampleStore(), huge);
-    std::filesystem::resize_file(huge, std::filesystem::space(to).available + (2 << 20));
-    CPerson::OnUi([&] { desktop.App().Choices().SetSource(huge); });
-    CPerson::BeginOnUi([&] { desktop.App().MainFrame()->StartRepair(); });
-    person.SeesWindow("Information");
-    camera.Takes("no-disk-space");
-    person.Clicks("OK");
 }
 
 void TakeFrame(CDesktop& desktop, CPerson& person, CCamera& camera)
 {
+    CPerson::BeginOnUi([] {
+        for (QAction* action : CPerson::Window()->actions()) {
+            if (action->text() == "Customize...")
+                action->trigger();
+        }
+    });
+    person.SeesWindow("Customize");
+    camera.TakesBox("frame-customize");
+    person.IsAtTheFrame();
     person.PicksFromMenu("&Help", "About Us");
-    CPerson::WaitUntil([] { return QApplication::activeModalWidget() != nullptr; });
+    person.SeesDialog("CAboutDlg");
     camera.Takes("about");
+    desktop.Host().openResult = 5;
+    person.Clicks("License agreement");
+    camera.TakesBox("about-link-error");
+    person.SeesDialog("CAboutDlg");
     person.ClosesWindow();
     person.IsAtTheFrame();
     std::filesystem::remove_all(desktop.Host().installationFolder / "docs");
     person.PicksFromMenu("&Help", "Content");
-    person.Sees("Unable to locate Help File");
-    camera.Takes("no-help-file");
-    person.Clicks("OK");
+    camera.TakesBox("frame-no-help-file");
     person.PicksFromMenu("&File", "Exit");
-    person.Sees("Do you want to exit the application?");
-    camera.Takes("exit-question");
-    person.Clicks("&No");
+    camera.TakesBox("frame-exit-question", "&No");
     person.IsAtTheFrame();
 }
 
+/// The same windows in the colours that a dark desktop sets.
+void TakeDark(CDesktop& desktop, CPerson& person, CCamera& camera)
+{
+    const QPalette before = CPerson::OnUi([] {
+        const QPalette light = QApplication::palette();
+        QPalette dark(QColor("#3a3d41"), QColor("#2b2d30"));
+        dark.setColor(QPalette::Base, QColor("#1e1f22"));
+        dark.setColor(QPalette::Link, QColor("#6ba7ff"));
+        QApplication::setPalette(dark);
+        return light;
+    });
+    camera.Takes("dark-frame");
+    person.Presses(Qt::Key_R, Qt::AltModifier);
+    person.Sees("Open Default PST File");
+    camera.Takes("dark-wizard-1-start");
+    Repair(person, ExampleStore(), desktop.MakeFolder("Dark"));
+    person.Sees("Total items :");
+    camera.TakesBox("dark-completion");
+    person.IsAtTheFrame();
+    CPerson::OnUi([&] { QApplication::setPalette(before); });
+}
+
+void TakeErrors(CCamera& camera)
+{
+    for (const RunFault& fault : RunFaults()) {
+        CFaultyFileSystem disk;
+        CDesktop desktop(disk);
+        desktop.StartsAtTheFrame();
+        BeginRefusedRepair(desktop, disk, fault);
+        CPerson().SeesWindow(fault.caption);
+        camera.TakesBox(std::string("error-") + fault.what);
+        CPerson().IsAtTheFrame();
+    }
+}
+
 /// Starts a program that is refused, and takes a picture of each box on the way.
-void TakeRefusal(CCamera& camera, const std::vector<const char*>& names,
+void TakeRefusal(CCamera& camera, const std::vector<std::pair<const char*, const char*>>& boxes,
                  const std::function<void(CDesktop&)>& spoil)
 {
     CDesktop desktop;
     spoil(desktop);
     desktop.Begins();
-    CPerson person;
-    for (const char* name : names) {
-        CPerson::WaitUntil([] { return QApplication::activeModalWidget() != nullptr; });
-        camera.Takes(name);
-        person.ClosesWindow();
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
+    for (const auto& [name, button] : boxes)
+        camera.TakesBox(name, button);
+    CPerson::WaitUntil([&] { return desktop.Started().has_value(); });
+}
+
+void WriteRegistry(CDesktop& desktop, const char* text)
+{
+    std::filesystem::create_directories(desktop.Host().configFolder);
+    std::ofstream(desktop.Host().configFolder / "registry.ini") << text;
 }
 
 void PutIntoMailMode(CDesktop& desktop)
 {
-    std::filesystem::create_directories(desktop.Host().configFolder);
+    constexpr const char* kKey = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Office\\9.0\\Outlook\\Setup";
     platform::CRegistry registry(desktop.Host().configFolder / "registry.ini");
-    registry.SetNumber(kMailMode, "MailSupport", 0);
-    registry.SetNumber(kMailMode, "RegisterForms", 1);
+    registry.SetNumber(kKey, "MailSupport", 0);
+    registry.SetNumber(kKey, "RegisterForms", 1);
 }
 
 void TakeRefusals(CCamera& camera)
@@ -195,41 +240,42 @@ void TakeRefusals(CCamera& camera)
     {
         CDesktop first;
         first.StartsAtTheFrame();
-        TakeRefusal(camera, {"refused-second-instance"},
+        TakeRefusal(camera, {{"refused-second-instance", "OK"}},
                     [&](CDesktop& second) { second.Host().configFolder = first.Host().configFolder; });
     }
-    TakeRefusal(camera, {"refused-launch"}, [](CDesktop& desktop) {
-        std::filesystem::copy_file(ExampleStore(), desktop.Host().configFolder);
-    });
-    TakeRefusal(camera, {"refused-outlook-not-installed"}, [](CDesktop& desktop) {
-        std::filesystem::create_directories(desktop.Host().configFolder);
-        std::ofstream(desktop.Host().configFolder / "registry.ini") << "";
-    });
-    TakeRefusal(camera, {"refused-outlook-running"},
+    TakeRefusal(camera, {{"refused-launch", "OK"}},
+                [](CDesktop& desktop) { std::ofstream(desktop.Host().configFolder) << "a file"; });
+    TakeRefusal(camera, {{"refused-outlook-not-installed", "OK"}},
+                [](CDesktop& desktop) { WriteRegistry(desktop, "[HKEY_LOCAL_MACHINE\\Software]\n"); });
+    TakeRefusal(camera, {{"refused-outlook-running", "OK"}},
                 [](CDesktop& desktop) { desktop.Host().runningProcess = "OUTLOOK.EXE"; });
-    TakeRefusal(camera, {"mail-mode-instructions", "refused-mail-mode"}, PutIntoMailMode);
-    CDesktop desktop;
-    PutIntoMailMode(desktop);
-    desktop.Begins();
-    CPerson person;
-    person.Clicks("Confirm");
-    person.SeesWindow("Disclaimer");
-    camera.Takes("mail-mode-disclaimer");
+    TakeRefusal(camera,
+                {{"mail-mode-instructions", "Confirm"},
+                 {"mail-mode-disclaimer", "I do not accept"},
+                 {"refused-mail-mode", "OK"}},
+                PutIntoMailMode);
 }
 
-bool TakeAll(const std::filesystem::path& folder)
+bool TakeAll(const path& folder)
 {
     CCamera camera(folder);
     {
         CDesktop desktop;
-        FillMailFolders(desktop);
+        const auto mail = desktop.MakeFolder("home/Outlook Files");
+        for (const char* name : {"Archive 2019.pst", "Backup.pst", "Family.ost"})
+            std::filesystem::copy_file(ExampleStore(), mail / name);
+        MakeSlowFolders(desktop.MakeFolder("home/Pictures"), 3'000);
+        desktop.Host().mailFolders = {mail};
+        desktop.Host().drives = {desktop.Folder() / "home", desktop.Folder()};
         desktop.Starts();
         CPerson person;
         TakeWizard(person, camera);
         TakeSearch(desktop, person, camera);
         TakeRuns(desktop, person, camera);
         TakeFrame(desktop, person, camera);
+        TakeDark(desktop, person, camera);
     }
+    TakeErrors(camera);
     TakeRefusals(camera);
     return !camera.HasFailed();
 }
@@ -239,11 +285,13 @@ bool TakeAll(const std::filesystem::path& folder)
 
 int main(int argc, char** argv)
 {
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication application(argc, argv);
     if (argc != 2) {
         std::fputs("usage: screenshots FOLDER\n", stderr);
         return 2;
     }
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
     QApplication::setQuitOnLastWindowClosed(false);
     int result = 1;
     std::thread photographer([&] {

@@ -1,4 +1,6 @@
+#include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 
 #include <gtest/gtest.h>
 
@@ -26,7 +28,7 @@ QStringList TabOrder(CPerson& person)
          name = CPerson::OnUi(focus)) {
         names.append(name);
         person.Presses(Qt::Key_Tab);
-        CPerson::OnUi([] {});
+        CPerson::Settle();
     }
     return names;
 }
@@ -52,38 +54,45 @@ void IsAt(CPerson& person, const Page& wanted)
                      qPrintable(QLatin1String("pastille::app::") + wanted.className));
         EXPECT_EQ(page->windowTitle(), QStringLiteral("Pastille"));
         EXPECT_FALSE(page->windowIcon().isNull());
-        EXPECT_EQ(page->size(), app::DialogUnits(*page, 370, 230)) << wanted.className;
+        const QRect room = page->screen()->availableGeometry();
+        EXPECT_EQ(page->size(), app::DialogUnits(*page, 370, 230).boundedTo(room.size()));
+        EXPECT_TRUE(room.contains(page->frameGeometry()));
+        for (const auto* button : page->findChildren<QPushButton*>()) {
+            if (QStringList{"Back", "Next", "&Repair"}.contains(button->text())) {
+                EXPECT_EQ(button->visibleRegion().boundingRect(), button->rect());
+            }
+        }
     });
     ShowsTheBannerAcrossItsWidth();
     EXPECT_EQ(AccessibilityFaults(), QStringList());
     EXPECT_EQ(TabOrder(person), wanted.tabOrder);
 }
 
-TEST(WizardPages, HaveOneSizeAndAreReachedByTabInReadingOrder)
+class WizardPages : public CWizardRun {};
+
+TEST_F(WizardPages, HaveOneSizeAndAreReachedByTabInReadingOrder)
 {
-    CWizardRun wizard;
-    CPerson& person = wizard.person;
-    const auto store = wizard.MakeFile("mail/a.pst");
-    wizard.host.mailFolders = {store.parent_path()};
-    wizard.host.drives = {wizard.folder.Path()};
-    wizard.Begins();
+    const auto store = MakeFile("mail/a.pst");
+    host.mailFolders = {store.parent_path()};
+    host.drives = {folder};
+    Begins();
     IsAt(person, {"CCustomDlg", "Open Default PST File", {"Open Default PST File", "Next"}});
     EXPECT_TRUE(person.IsChecked("Open Default PST File"));
-    const std::pair<const char16_t*, Page> pages[] = {
-        {CWizardRun::kSearch,
+    const std::pair<const char*, Page> pages[] = {
+        {kSearch,
          {"CFindPstDlg",
           "Select the appropriate drive and click find to search",
           {"Please select drive to search pst:", "Find", "Folder being searched", "File name", "Back"}}},
-        {CWizardRun::kBrowse,
+        {kBrowse,
          {"CSelectPstDlg",
           "Click browse to locate the PST file that needs to be repaired",
           {"Browse...", "Back", "Select PST file :"}}},
-        {CWizardRun::kDefaultFolders,
+        {kDefaultFolders,
          {"CRepairProfileDlg", "Select the file and click next to repair:", {"File name", "Back"}}}};
     for (const auto& [choice, page] : pages) {
         if (!person.IsSeen("Open Default PST File"))
             person.Clicks("Back");
-        wizard.GoesOnWith(choice);
+        GoesOnWith(choice);
         IsAt(person, page);
     }
     person.Clicks(Shown(store));
@@ -92,14 +101,12 @@ TEST(WizardPages, HaveOneSizeAndAreReachedByTabInReadingOrder)
                   "Select the appropriate scanning method",
                   {"Normal Scan", "Select destination path :", "Browse...", "Back"}});
     person.ClosesWindow();
-    EXPECT_TRUE(wizard.EndsWith(false));
+    person.IsAtTheFrame();
 }
 
-TEST(WizardPages, StayWhereTheUserPutThemInTheSizeTheUserGaveThem)
+TEST_F(WizardPages, StayWhereTheUserPutThemInTheSizeTheUserGaveThem)
 {
-    CWizardRun wizard;
-    CPerson& person = wizard.person;
-    wizard.Begins();
+    Begins();
     const auto place = [] { return CPerson::OnUi([] { return CPerson::Window()->geometry(); }); };
     CPerson::OnUi([] { CPerson::Window()->move(210, 140); });
     person.Clicks("Next");
@@ -113,10 +120,10 @@ TEST(WizardPages, StayWhereTheUserPutThemInTheSizeTheUserGaveThem)
         ShowsTheBannerAcrossItsWidth();
     }
     person.Presses(Qt::Key_Escape);
-    EXPECT_TRUE(wizard.EndsWith(false));
+    person.IsAtTheFrame();
 }
 
-TEST(WizardPages, HaveLargerChoicesAlsoWhenFontsAreSetInPixels)
+TEST_F(WizardPages, HaveLargerChoicesAlsoWhenFontsAreSetInPixels)
 {
     const QFont before = CPerson::OnUi([] { return QApplication::font(); });
     CPerson::OnUi([before] {
@@ -124,14 +131,12 @@ TEST(WizardPages, HaveLargerChoicesAlsoWhenFontsAreSetInPixels)
         font.setPixelSize(20);
         QApplication::setFont(font);
     });
-    {
-        CWizardRun wizard;
-        wizard.Begins();
-        CPerson::OnUi([] {
-            const QWidget* choice = CPerson::Window()->findChild<QRadioButton*>();
-            EXPECT_GT(QFontInfo(choice->font()).pixelSize(), 20);
-        });
-    }
+    Begins();
+    CPerson::OnUi([] {
+        const QWidget* choice = CPerson::Window()->findChild<QRadioButton*>();
+        EXPECT_GT(QFontInfo(choice->font()).pixelSize(), 20);
+    });
+    desktop.Ends();
     CPerson::OnUi([&] { QApplication::setFont(before); });
 }
 

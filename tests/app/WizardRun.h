@@ -1,87 +1,57 @@
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <optional>
-#include <string>
-#include <thread>
+#include <gtest/gtest.h>
 
-#include "app/RepairWizard.h"
+#include <filesystem>
+#include <span>
+#include <string>
+
 #include "tests/app/Desktop.h"
 
 namespace pastille::tests {
 
-/// The wizard alone, with folders and choices of its own. What is left of it at the end of the test is
-/// closed.
-class CWizardRun {
-public:
-    CWizardRun() : host(folder.Path()) {}
-    ~CWizardRun()
-    {
-        while (m_begun && !Result()) {
-            CPerson::OnUi([] {
-                if (QWidget* window = CPerson::Window())
-                    window->close();
-            });
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
-    CWizardRun(const CWizardRun&) = delete;
-    CWizardRun& operator=(const CWizardRun&) = delete;
-
-    void Begins()
-    {
-        m_begun = true;
-        CPerson::BeginOnUi([this] { m_result = app::RunWizard(nullptr, host, choices); });
-        person.Sees(QStringLiteral("Open Default PST File"));
-    }
+/// A program whose wizard is in front.
+class CWizardRun : public testing::Test {
+protected:
+    void Begins() { desktop.Starts(); }
     /// Begins, and goes on to the page of one of the three choices.
-    void BeginsAt(const char16_t* choice)
+    void BeginsAt(const char* choice)
     {
         Begins();
         GoesOnWith(choice);
     }
-    void GoesOnWith(const char16_t* choice)
+    void GoesOnWith(const char* choice)
     {
-        person.Clicks(QString::fromUtf16(choice));
-        person.Clicks(QStringLiteral("Next"));
-    }
-    /// What the wizard has returned, once it has.
-    std::optional<bool> Result()
-    {
-        return CPerson::OnUi([this] { return m_result; });
-    }
-    /// Waits for the end of the wizard.
-    bool EndsWith(bool result)
-    {
-        CPerson::WaitUntil([this] { return m_result.has_value(); });
-        return Result() == result;
+        person.Clicks(choice);
+        person.Clicks("Next");
     }
     app::RepairChoices Choices()
     {
-        return CPerson::OnUi([this] { return choices; });
+        return CPerson::OnUi([this] { return desktop.App().Choices(); });
     }
-    /// Makes a file, with its folders.
+    /// Waits until that is the chosen source.
+    bool HasSource(const std::filesystem::path& path)
+    {
+        return CPerson::WaitUntil([&] {
+            return Choices().settings.sourcePath == path && Choices().sourceFileName == path.filename();
+        });
+    }
+    /// Makes a file, with its folders, that is no store whatever its name.
     std::filesystem::path MakeFile(const std::string& name) const
     {
-        const auto path = folder.Path() / name;
-        std::filesystem::create_directories(path.parent_path());
-        std::ofstream(path) << "!";
-        return path;
+        std::filesystem::create_directories((folder / name).parent_path());
+        platform::HostFileSystem().Create(folder / name)->WriteAt(0, std::as_bytes(std::span("!")));
+        return folder / name;
     }
 
-    static constexpr const char16_t* kDefaultFolders = u"Open Default PST File";
-    static constexpr const char16_t* kBrowse = u"Select PST File Manually";
-    static constexpr const char16_t* kSearch = u"Find All Your PST Files";
+    static constexpr const char* kDefaultFolders = "Open Default PST File";
+    static constexpr const char* kBrowse = "Select PST File Manually";
+    static constexpr const char* kSearch = "Find All Your PST Files";
 
-    CTemporaryFolder folder;
-    CTestHost host;
-    app::RepairChoices choices;
+    CDesktop desktop;
+    CTestHost& host = desktop.Host();
+    const std::filesystem::path& folder = desktop.Folder();
     CPerson person;
-
-private:
-    bool m_begun = false;
-    std::optional<bool> m_result;
 };
 
 }  // namespace pastille::tests

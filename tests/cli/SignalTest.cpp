@@ -1,6 +1,5 @@
-#include "platform/FileSystem.h"
 #include "tests/cli/CliSupport.h"
-#include "tests/support/StoreFile.h"
+#include "tests/support/StoreMails.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,20 +11,6 @@ namespace pastille::tests {
 namespace {
 
 constexpr const char* kAborted = "Recovery process aborted.\nRecovered at:";
-
-/// A store that is recognised at once and takes long to scan: a hole of several GB follows its pages.
-std::filesystem::path MakeLongStore(const CTemporaryFolder& scratch)
-{
-    constexpr std::uint64_t kSize = std::uint64_t{64} << 30;
-    const auto path = scratch.Path() / "long.pst";
-    const auto file = platform::HostFileSystem().Create(path);
-    CStoreFile writer(*file, {});
-    for (std::uint32_t nid : {0x21u, 0x61u, 0x122u})
-        writer.AddNode({.nid = nid, .bidData = writer.WriteBlock(Bytes(64, std::byte{1}))});
-    writer.Finish();
-    file->SetSize(kSize);
-    return path;
-}
 
 /// Sends signals, all there at once, when the scan has begun: that phase of the command. The process is
 /// held meanwhile, lest it ends by the first before this one comes to send the second.
@@ -47,7 +32,7 @@ class Signals : public testing::TestWithParam<int> {};
 TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
 {
     const CTemporaryFolder scratch;
-    const auto source = MakeLongStore(scratch);
+    const auto source = MakeLongStore(scratch / "long.pst");
     const auto to = scratch.MakeFolder("to");
     const CommandResult result = RunProgram({"repair", source.string(), "--to", to.string(), "--json"},
                                             scratch.Path() / "home", SendDuringScan({GetParam()}));
@@ -66,7 +51,7 @@ TEST_P(Signals, TheFirstStopsTheRunAsDocumented)
 TEST_P(Signals, TheFirstStopsAScanToo)
 {
     const CTemporaryFolder scratch;
-    const auto source = MakeLongStore(scratch);
+    const auto source = MakeLongStore(scratch / "long.pst");
     const auto before = Listing(scratch.Path());
     const CommandResult result = RunProgram({"scan", source.string(), "--json"}, scratch.Path() / "home",
                                             SendDuringScan({GetParam()}, "Phase 3 of 7"));
@@ -83,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Either, Signals, testing::Values(SIGINT, SIGTERM));
 TEST(SignalsInARow, TheSecondEndsTheProcess)
 {
     const CTemporaryFolder scratch;
-    const auto source = MakeLongStore(scratch);
+    const auto source = MakeLongStore(scratch / "long.pst");
     const CommandResult result =
         RunProgram({"repair", source.string(), "--to", scratch.MakeFolder("to").string()},
                    scratch.Path() / "home", SendDuringScan({SIGINT, SIGTERM}));

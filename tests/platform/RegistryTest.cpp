@@ -32,8 +32,11 @@ TEST_F(RegistryTest, FirstOneLetsANormalUserStart)
     EXPECT_TRUE(CRegistry(m_path).HasWritableKey(kMailClient));
     EXPECT_TRUE(fs::exists(m_path));
     EXPECT_TRUE(CRegistry(m_path).HasKey("hkey_local_machine" + kMailClient.substr(18)));
-    // What the user takes out stays out.
+    // An empty file counts as none; what the user takes out stays out.
     std::ofstream(m_path) << "";
+    EXPECT_TRUE(CRegistry(m_path).HasKey(kMailClient));
+    EXPECT_GT(fs::file_size(m_path), 0u);
+    std::ofstream(m_path) << "\n";
     EXPECT_FALSE(CRegistry(m_path).HasKey(kMailClient));
     // Where nothing can be written the same values hold, but cannot be set.
     std::ofstream(m_folder.Path() / "file") << "x";

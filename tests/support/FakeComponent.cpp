@@ -79,6 +79,10 @@ public:
         Enter("GetText:", property);
         return m_item->Text(property.name);
     }
+    TextStart GetTextStart(const ItemProperty& property, std::uint32_t) override
+    {
+        return {GetText(property), true};
+    }
     void SetText(const ItemProperty& property, std::u16string_view value) override
     {
         Write("SetText:", property);

@@ -229,4 +229,15 @@ MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile
     return figures;
 }
 
+std::filesystem::path MakeLongStore(const std::filesystem::path& path, std::uint64_t bytes)
+{
+    const auto file = platform::HostFileSystem().Create(path);
+    CStoreFile writer(*file, {});
+    for (const std::uint32_t nid : {0x21u, 0x61u, 0x122u})
+        writer.AddNode({.nid = nid, .bidData = writer.WriteBlock(Bytes(64, std::byte{1}))});
+    writer.Finish();
+    file->SetSize(bytes);
+    return path;
+}
+
 }  // namespace pastille::tests

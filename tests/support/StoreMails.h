@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 
 #include "tests/support/StoreBuilder.h"
 
@@ -30,5 +31,9 @@ struct MailStoreFigures {
 
 /// Writes the store to `file`, which must be empty, holding no more than one folder's table rows in memory.
 MailStoreFigures WriteMailStore(const MailStoreOptions& options, platform::IFile& file);
+
+/// Makes a store that is recognised at once and takes long to scan: a hole follows its pages.
+std::filesystem::path MakeLongStore(const std::filesystem::path& path,
+                                    std::uint64_t bytes = std::uint64_t{16} << 30);
 
 }  // namespace pastille::tests

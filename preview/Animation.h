@@ -3,7 +3,7 @@
 #include <QTimer>
 #include <QWidget>
 
-namespace pastille::app {
+namespace pastille::preview {
 
 /// A small moving picture that says that work goes on: sheets that travel from an old file to a new one.
 class CAnimation final : public QWidget {
@@ -26,4 +26,4 @@ private:
     int m_picture = 0;
 };
 
-}  // namespace pastille::app
+}  // namespace pastille::preview

@@ -1,8 +1,8 @@
-#include "app/Animation.h"
+#include "preview/Animation.h"
 
 #include <QPainter>
 
-namespace pastille::app {
+namespace pastille::preview {
 namespace {
 
 constexpr int kPictures = 48;
@@ -73,4 +73,4 @@ void CAnimation::paintEvent(QPaintEvent*)
     DrawFile(painter, to, accent, paper);
 }
 
-}  // namespace pastille::app
+}  // namespace pastille::preview

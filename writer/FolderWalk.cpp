@@ -1,10 +1,10 @@
-#include "cli/FolderWalk.h"
+#include "writer/FolderWalk.h"
 
 #include <utility>
 
 #include "platform/Text.h"
 
-namespace pastille::cli {
+namespace pastille::writer {
 namespace {
 
 constexpr std::size_t kDeepestLevel = 1000;
@@ -18,7 +18,7 @@ std::string PathText(const std::u16string& path)
     return path.empty() ? "\\" : platform::ToUtf8(path);
 }
 
-CFolderWalk::CFolderWalk(writer::CRef<writer::IStoreFolder> top, std::function<void(const std::string&)> tell)
+CFolderWalk::CFolderWalk(CRef<IStoreFolder> top, std::function<void(const std::string&)> tell)
     : m_tell(std::move(tell)), m_top(std::move(top))
 {
 }
@@ -30,7 +30,7 @@ std::optional<CFolderWalk::Place> CFolderWalk::Next(const std::function<bool(con
         m_levels.clear();
         ++m_given;
     }
-    auto place = m_top ? std::optional<Place>({*std::exchange(m_top, std::nullopt), {}, {}}) : NextChild();
+    auto place = m_top ? std::optional<Place>({*std::exchange(m_top, std::nullopt), {}, 0, {}}) : NextChild();
     if (!place)
         return std::nullopt;
     ++m_given;
@@ -52,8 +52,8 @@ std::optional<CFolderWalk::Place> CFolderWalk::NextChild()
             if (!folder)
                 continue;
             std::u16string path = level.path + u"\\" + folder->GetName();
-            return Place{std::move(folder), std::move(path), {}};
-        } catch (const writer::_com_error& error) {
+            return Place{std::move(folder), std::move(path), m_levels.size(), {}};
+        } catch (const _com_error& error) {
             m_tell("A folder in " + PathText(level.path) + " cannot be read: " + error.what());
         }
     }
@@ -76,9 +76,9 @@ void CFolderWalk::Enter(Place& place)
                 "left out.");
         if (!isTooDeep && count != 0)
             m_levels.push_back({std::move(folders), count, 1, place.path});
-    } catch (const writer::_com_error& error) {
+    } catch (const _com_error& error) {
         m_tell("The folders in " + PathText(place.path) + " cannot be read: " + error.what());
     }
 }
 
-}  // namespace pastille::cli
+}  // namespace pastille::writer

@@ -1,0 +1,111 @@
+#include "preview/ItemModel.h"
+
+#include <utility>
+
+#include "preview/ShownText.h"
+
+namespace pastille::preview {
+namespace {
+
+constexpr const char* kHeaders[CItemRow::kColumns] = {"From", "To", "Subject", "Date (mm/dd/yy)"};
+
+}  // namespace
+
+void CItemRow::SetText(int column, std::u16string_view text)
+{
+    const auto at = static_cast<std::size_t>(column);
+    const std::uint32_t begin = column == 0 ? 0 : m_ends[at - 1];
+    const std::uint32_t old = m_ends[at] - begin;
+    m_texts.replace(begin, old, text);
+    for (std::size_t later = at; later < m_ends.size(); ++later)
+        m_ends[later] += static_cast<std::uint32_t>(text.size()) - old;
+}
+
+std::u16string_view CItemRow::Text(int column) const
+{
+    const auto at = static_cast<std::size_t>(column);
+    const std::uint32_t begin = column == 0 ? 0 : m_ends[at - 1];
+    return std::u16string_view(m_texts).substr(begin, m_ends[at] - begin);
+}
+
+CItemModel::CItemModel(QObject* parent)
+    : QAbstractTableModel(parent),
+      m_mail(QStringLiteral(":/icons/mail.svg")),
+      m_orphan(QStringLiteral(":/icons/tree/orphaned.svg"))
+{
+}
+
+void CItemModel::Clear()
+{
+    beginResetModel();
+    m_rows = {};
+    endResetModel();
+}
+
+void CItemModel::Append(std::vector<CItemRow> rows)
+{
+    if (rows.empty())
+        return;
+    const int first = rowCount();
+    beginInsertRows({}, first, first + static_cast<int>(rows.size()) - 1);
+    for (CItemRow& row : rows)
+        m_rows.push_back(std::move(row));
+    endInsertRows();
+}
+
+void CItemModel::SetLast(int column, std::u16string_view text)
+{
+    if (m_rows.empty())
+        return;
+    m_rows.back().SetText(column, text);
+    const QModelIndex cell = index(rowCount() - 1, column);
+    emit dataChanged(cell, cell);
+}
+
+void CItemModel::MarkLastOrphan()
+{
+    if (m_rows.empty())
+        return;
+    m_rows.back().isOrphan = 1;
+    const QModelIndex cell = index(rowCount() - 1, 0);
+    emit dataChanged(cell, cell);
+}
+
+int CItemModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+int CItemModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : CItemRow::kColumns;
+}
+
+QVariant CItemModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || index.row() >= rowCount())
+        return {};
+    const CItemRow& row = Row(index.row());
+    switch (role) {
+        case Qt::DisplayRole:
+        case Qt::ToolTipRole:
+            return ShownLine(row.Text(index.column()));
+        case Qt::DecorationRole:
+            return index.column() == 0 ? QVariant(row.isOrphan != 0 ? m_orphan : m_mail) : QVariant();
+        case Qt::AccessibleDescriptionRole:
+            return row.isOrphan != 0 ? QStringLiteral("Orphaned mail") : QVariant();
+        default:
+            return {};
+    }
+}
+
+QVariant CItemModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section < CItemRow::kColumns)
+        return QString::fromLatin1(kHeaders[section]);
+    if (orientation == Qt::Horizontal && role == Qt::TextAlignmentRole)
+        return static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter);
+    return {};
+}
+
+}  // namespace pastille::preview

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+#include <string_view>
+
+namespace pastille::preview {
+
+/// A text of a file's as windows show it: controls but line breaks, and characters that turn the direction of
+/// writing, become U+FFFD. For eyes only.
+QString ShownText(QString text);
+
+/// The same on one line, for a cell: line breaks and tabs become blanks. A text of more than 4,096 characters
+/// is cut, with an ellipsis at its end.
+QString ShownLine(std::u16string_view text);
+
+}  // namespace pastille::preview

@@ -1,0 +1,346 @@
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <QImage>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QWebEngineView>
+
+#include "tests/preview/BodyPane.h"
+
+namespace pastille::tests {
+namespace {
+
+namespace pid = format::pid;
+
+StoreMessage OfSize(StoreMessage mail, std::uint32_t bytes)
+{
+    mail.properties.push_back(Number(pid::kMessageSize, bytes));
+    return mail;
+}
+
+StoreMessage PlainMail(std::u16string_view text)
+{
+    return {.properties = {Text(pid::kBody, text)}};
+}
+
+/// A mail whose HTML lies in a subnode that is not there.
+StoreMessage BrokenMail()
+{
+    return {.properties = {Behind(pid::kHtml, format::PropertyType::Binary, 0x8105)}};
+}
+
+StoreMessage With(StoreMessage mail, StoreProperty property)
+{
+    mail.properties.push_back(std::move(property));
+    return mail;
+}
+
+constexpr std::uint32_t kMiB = 1u << 20;
+constexpr std::string_view kRtf = "{\\rtf1\\ansi one\\par two}";
+
+TEST(BodyTest, ShowsTheBestBodyThatCanBeRead)
+{
+    struct Case {
+        StoreMessage mail;
+        QString shown;
+    };
+    const std::string lyingHtml =
+        "<html><head><meta charset=utf-16><meta http-equiv=content-type "
+        "content='text/html; charset=windows-1251'><base href='http://x/'></head>"
+        "<body>caf\xC3\xA9 <b>bold</b></body></html>";
+    const std::vector<Case> cases{
+        {HtmlMail(lyingHtml, u"plain"), QStringLiteral(u"café bold")},
+        {PlainMail(u"a <b>x</b> &amp; <script>\r\n  two\n\tthree\rfour</pre><p>five"),
+         QStringLiteral("a <b>x</b> &amp; <script>\n  two\n\tthree\nfour</pre><p>five")},
+        {{.properties = {Binary(pid::kRtfCompressed, kRtf)}}, QStringLiteral("one\ntwo")},
+        {OfSize(HtmlMail("<p>html", u"plain"), 3 * kMiB), QStringLiteral("html")},
+        {OfSize(HtmlMail("<p>html", u"plain"), 3 * kMiB + 1), QStringLiteral("plain")},
+        {OfSize(HtmlMail("<p>html", u"plain"), 0xFFFFFFFF), QStringLiteral("plain")},
+        {OfSize(HtmlMail("<p>ht<b>ml</b> &lt;&eacute;"), 4 * kMiB), QStringLiteral(u"html <é")},
+        {OfSize(HtmlMail("<p>small" + std::string(3 * kMiB, ' '), u"plain"), 100), QStringLiteral("plain")},
+        {With(BrokenMail(), Text(pid::kBody, u"plain")), QStringLiteral("plain")},
+        {{}, QString()},
+    };
+    std::vector<StoreMessage> mails;
+    for (const Case& one : cases)
+        mails.push_back(one.mail);
+    CBodyPane pane(std::move(mails));
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i + 1);
+        pane.Asks(static_cast<std::int32_t>(i + 1));
+        pane.Shows(cases[i].shown);
+    }
+}
+
+TEST(BodyTest, WhatCannotBeReadLeavesTheDocumentAndBlankTakesIt)
+{
+    CBodyPane pane({PlainMail(u"first"), BrokenMail(), PlainMail(u"third")});
+    pane.Asks(1);
+    pane.Shows(QStringLiteral("first"));
+    for (const std::int32_t number : {2, 0, -1, 4}) {
+        pane.Asks(number);
+        pane.Shows(QStringLiteral("first"));
+    }
+    pane.Asks(3);
+    pane.Shows(QStringLiteral("third"));
+    CPerson::OnUi([&] { pane.View().ShowBlank(); });
+    pane.Shows(QString());
+}
+
+TEST(BodyTest, OfManyRequestsTheLastWins)
+{
+    std::vector<StoreMessage> mails;
+    for (int i = 1; i <= 200; ++i)
+        mails.push_back(HtmlMail("<p>" + std::to_string(i)));
+    CBodyPane pane(std::move(mails));
+    CPerson::OnUi([&] {
+        for (std::int32_t number = 1; number <= 200; ++number)
+            pane.Asks(number);
+    });
+    pane.Shows(QStringLiteral("200"));
+    // A blank page asked for while a body is on its way stays blank.
+    CPerson::OnUi([&] {
+        pane.Asks(7);
+        pane.View().ShowBlank();
+    });
+    pane.Shows(QString());
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    pane.Shows(QString());
+}
+
+TEST(BodyTest, LargeAndDeepMailsCostNothingButThemselves)
+{
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i)
+        deep += "<div>";
+    std::string tables;
+    for (int i = 0; i < 50'000; ++i)
+        tables += "<table><td><svg><a b=";
+    CBodyPane pane({PlainMail(u"before"), HtmlMail(deep), HtmlMail(tables),
+                    HtmlMail(std::string(50 * kMiB, '<')), PlainMail(std::u16string(3 * kMiB, u'x')),
+                    PlainMail(u"after")});
+    for (const std::int32_t number : {2, 3, 4}) {
+        pane.Asks(1);
+        pane.Shows(QStringLiteral("before"));
+        pane.Asks(number);
+        CPerson::WaitUntil([&] { return !pane.Text().startsWith(QStringLiteral("before")); });
+    }
+    pane.Asks(5);
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().startsWith(QStringLiteral("xxx")); }));
+    CPerson::OnUi([&] {
+        EXPECT_LE(pane.Text().size(), static_cast<qsizetype>(2 * kMiB + 200));
+        EXPECT_TRUE(pane.Text().endsWith(QStringLiteral("beginning is shown here.")))
+            << pane.Text().right(80).toStdString();
+    });
+    pane.Asks(6);
+    pane.Shows(QStringLiteral("after"));
+}
+
+/// The colour of a PNG, and a name for it.
+StoreAttachment Picture(std::u16string_view fileName, const QColor& colour, std::u16string_view contentId)
+{
+    QImage image(4, 4, QImage::Format_RGB32);
+    image.fill(colour);
+    QBuffer file;
+    file.open(QIODevice::WriteOnly);
+    image.save(&file, "PNG");
+    const auto bytes =
+        std::as_bytes(std::span(file.data().constData(), static_cast<std::size_t>(file.size())));
+    StoreAttachment attachment{.fileName = std::u16string(fileName),
+                               .data = Bytes(bytes.begin(), bytes.end())};
+    if (!contentId.empty())
+        attachment.properties.push_back(Text(pid::kAttachContentId, contentId));
+    return attachment;
+}
+
+TEST(BodyTest, ImagesAreThoseOfTheMail)
+{
+    const auto showing = [](std::string_view url, std::vector<StoreAttachment> attachments) {
+        StoreMessage mail =
+            HtmlMail("<body style='margin:0;background:#fff'><img width=600 height=400 src='" +
+                     std::string(url) + "'>");
+        mail.attachments = std::move(attachments);
+        return mail;
+    };
+    const std::string_view svg = "<svg xmlns='http://www.w3.org/2000/svg'><rect width='9' height='9'/></svg>";
+    const auto svgBytes = std::as_bytes(std::span(svg));
+    StoreAttachment drawing = Picture(u"a.png", Qt::black, u"drawing");
+    drawing.data = Bytes(svgBytes.begin(), svgBytes.end());
+    struct Case {
+        StoreMessage mail;
+        QColor seen;
+    };
+    const std::vector<Case> cases{
+        {showing("cid:two%40x",
+                 {Picture(u"p.png", Qt::red, u"one@x"), Picture(u"p.png", Qt::green, u"<two@x>")}),
+         Qt::green},
+        // Of one that has no content id the file name counts, and of no other.
+        {showing("cid:P.png@01D", {Picture(u"p.png", Qt::red, u"other"), Picture(u"p.png", Qt::blue, u"")}),
+         Qt::blue},
+        // Images of other mails, drawings and what is missing are not seen.
+        {showing("cid:two@x", {}), Qt::white},
+        {showing("cid:drawing", {drawing}), Qt::white},
+    };
+    std::vector<StoreMessage> mails{HtmlMail("<body style='background:#888'>")};
+    for (const Case& one : cases)
+        mails.push_back(one.mail);
+    CBodyPane pane(std::move(mails));
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i + 1);
+        pane.Asks(1);
+        ASSERT_TRUE(pane.IsColoured(QColor(0x88, 0x88, 0x88)));
+        pane.Asks(static_cast<std::int32_t>(i + 2));
+        EXPECT_TRUE(pane.IsColoured(cases[i].seen));
+    }
+}
+
+/// Where a mail must not get to; tells of every connection.
+class CForeignServer {
+public:
+    CForeignServer() { m_server.listen(QHostAddress::LocalHost); }
+    quint16 Port() const { return m_server.serverPort(); }
+    std::string Url() const { return "http://127.0.0.1:" + std::to_string(Port()); }
+    /// What was asked first; "" when nobody came for a while.
+    std::string Visitor(int patienceMs)
+    {
+        if (!m_server.hasPendingConnections() && !m_server.waitForNewConnection(patienceMs))
+            return {};
+        const std::unique_ptr<QTcpSocket> socket(m_server.nextPendingConnection());
+        socket->waitForReadyRead(500);
+        return "a connection: " + socket->readAll().left(200).toStdString();
+    }
+
+private:
+    QTcpServer m_server;
+};
+
+/// Documents that reach for URL; each "@" becomes the server's address and the number of the row.
+constexpr auto kReaching = std::to_array<std::string_view>({
+    "<img src='@'>",
+    "<img srcset='@ 1x, @x 2x'><picture><source srcset='@'><img></picture>",
+    "<body background='@'><table background='@'><td background='@'>",
+    "<div style='background:url(@)'></div><ul style='list-style-image:url(@)'><li>x</ul>",
+    "<style>@import '@'; @import url(@);</style>",
+    "<style>@font-face{font-family:f;src:url(@)}body{font-family:f;cursor:url(@),auto}</style>",
+    "<style>p::before{content:url(@)}p{mask-image:url(@);border-image:url(@);filter:url(@#f)}</style><p>x",
+    "<iframe src='@'></iframe>",
+    "<iframe srcdoc=\"<img src='@'><link rel=preconnect href='@'><link rel=stylesheet href='@'>\"></iframe>",
+    "<iframe srcdoc='&lt;link rel=preconnect href=\"@\">'></iframe>",
+    "<frameset><frame src='@'></frameset>",
+    "<object data='@'></object><embed src='@'><applet code='@' archive='@'></applet>",
+    "<object type='text/html' data='data:text/html,<img src=\"@\">'></object>",
+    "<portal src='@'></portal>",
+    "<link rel=stylesheet href='@'><link rel=icon href='@'><link rel=manifest href='@'>",
+    "<link rel=preload as=image href='@'><link rel=modulepreload href='@'><link rel=import href='@'>",
+    "<link rel=prefetch href='@'><link rel=prerender href='@'><link rel=next href='@'>",
+    "<link rel=preconnect href='@'><LINK rel=dns-prefetch href='@'>",
+    "<link\nrel=preconnect href='@'><link/rel=preconnect href='@'><svg><link rel=preconnect href='@'></svg>",
+    "<template><link rel=preconnect href='@'></template><noscript><link rel=preconnect href='@'></noscript>",
+    "<meta http-equiv=refresh content='0;url=@'>",
+    "<meta http-equiv=refresh content='0;@'><meta http-equiv=Link content='<@>; rel=preconnect'>",
+    "<meta http-equiv=Content-Security-Policy content=\"default-src *; report-uri @\"><img src='@'>",
+    "<meta http-equiv=x-dns-prefetch-control content=on><a href='@'>x</a>",
+    "<base href='@/'><img src='x.png'><a href='y' autofocus>x</a>",
+    "<form id=f action='@'><input autofocus onfocus='f.submit()'><input type=image src='@'></form>",
+    "<video src='@' autoplay poster='@'></video><audio src='@' autoplay></audio><video autoplay><source "
+    "src='@'>"
+    "<track default src='@'></video>",
+    "<svg><use href='@#x'/><image href='@' width=9 height=9 /><image xlink:href='@' width=9 height=9 />"
+    "<feImage href='@'/></svg>",
+    "<svg><style>@import '@';</style><script href='@'/><animate attributeName=href values='@'/></svg>",
+    "<script src='@'></script><script>fetch('@');new Image().src='@';location='@'</script>",
+    "<script>var x=new XMLHttpRequest();x.open('GET','@');x.send();navigator.sendBeacon('@')</script>",
+    "<script>new WebSocket('ws'+'@'.substr(4));new Worker('@');open('@')</script>",
+    "<body onload=\"location='@'\"><img src=x onerror=\"location='@'\"><svg onload=\"location='@'\">",
+    "<?xml-stylesheet type='text/css' href='@'?><?xml-stylesheet type='text/xsl' href='@'?>",
+    "<img src='data:image/svg+xml,<svg xmlns=\"http://www.w3.org/2000/svg\"><image href=\"@\"/></svg>'>",
+    "<img src='file:///etc/passwd'><img src='ftp@'><img src='filesystem:@'><img src='blob:@'>",
+    "<html manifest='@'><a href='@' ping='@' download>x</a><math href='@'>x</math>",
+    "<input type=image src='@'><img lowsrc='@' dynsrc='@' longdesc='@' src=data:,x><bgsound src='@'>",
+});
+
+std::string Reaching(std::string_view document, const std::string& url)
+{
+    std::string made(document);
+    for (std::size_t at = 0; (at = made.find('@', at)) != std::string::npos;) {
+        // "@import" and "@font-face" are the document's own.
+        if (made.compare(at, 7, "@import") == 0 || made.compare(at, 5, "@font") == 0) {
+            ++at;
+            continue;
+        }
+        made.replace(at, 1, url);
+        at += url.size();
+    }
+    return made;
+}
+
+TEST(BodyTest, NothingInAMailReachesAnythingOutsideIt)
+{
+    CForeignServer server;
+    std::vector<StoreMessage> mails;
+    for (std::size_t i = 0; i < kReaching.size(); ++i)
+        mails.push_back(HtmlMail(Reaching(kReaching[i], server.Url() + "/" + std::to_string(i + 1)) +
+                                 "<p>Row " + std::to_string(i + 1) + "."));
+    CBodyPane pane(std::move(mails));
+    for (std::size_t i = 0; i < kReaching.size(); ++i) {
+        pane.Asks(static_cast<std::int32_t>(i + 1));
+        const auto end = QStringLiteral("Row %1.").arg(i + 1);
+        EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().endsWith(end); })) << i + 1;
+        EXPECT_EQ(server.Visitor(100), "") << i + 1;
+    }
+    EXPECT_EQ(server.Visitor(1500), "");
+    // The server can be reached.
+    QTcpSocket control;
+    control.connectToHost(QStringLiteral("127.0.0.1"), server.Port());
+    EXPECT_NE(server.Visitor(5000), "");
+}
+
+TEST(BodyTest, WhatTheUserClicksOpensNothing)
+{
+    CForeignServer server;
+    const std::string style = " style='display:block;width:600px;height:400px;background:#888'";
+    const std::string url = server.Url();
+    CBodyPane pane(
+        {HtmlMail("<body style='margin:0'><a" + style + " href='" + url + "' ping='" + url + "'>link</a>"),
+         HtmlMail("<body style='margin:0'><a" + style + " target=_blank href='" + url + "'>link</a>"),
+         HtmlMail("<body style='margin:0'><a" + style + " download href='" + url + "'>link</a>"),
+         HtmlMail("<body style='margin:0'><a" + style + " href=''>link</a>"),
+         HtmlMail("<body style='margin:0'><a" + style + " href='file:///etc/passwd'>link</a>"),
+         HtmlMail("<body style='margin:0'><form method=post action='" + url + "'><button" + style +
+                  ">link</button></form>"),
+         HtmlMail("<body style='margin:0'><input type=file" + style + ">link")});
+    const auto windows = CPerson::OnUi([] { return QApplication::topLevelWidgets().size(); });
+    for (std::int32_t number = 1; number <= 7; ++number) {
+        SCOPED_TRACE(number);
+        pane.Asks(number);
+        ASSERT_TRUE(pane.IsColoured(QColor(0x88, 0x88, 0x88)));
+        pane.Clicks();
+        EXPECT_EQ(server.Visitor(400), "");
+        pane.Shows(QStringLiteral("link"));
+        EXPECT_EQ(CPerson::OnUi([] { return QApplication::topLevelWidgets().size(); }), windows);
+    }
+}
+
+/// In a process of its own, where the engine is not there.
+TEST(TextOnlyBodyTest, WithoutTheEngineTheTextIsShown)
+{
+    CBodyPane pane({HtmlMail("<p>one<p><b>two</b><script>three</script><img src='file:///x'>"),
+                    PlainMail(u"<b>plain</b>\u0007"), PlainMail(std::u16string(5 * kMiB, u'x')),
+                    HtmlMail(std::string(100'000, '<') + "<p>x", u"four")});
+    ASSERT_EQ(CPerson::OnUi([&] {
+                  pane.Asks(1);
+                  return pane.View().findChild<QWebEngineView*>();
+              }),
+              nullptr);
+    pane.Shows(QStringLiteral("one\ntwo"));
+    pane.Asks(2);
+    pane.Shows(QStringLiteral("<b>plain</b>\uFFFD"));
+    pane.Asks(3);
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().endsWith(QStringLiteral("shown here.")); }));
+    pane.Asks(4);
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().endsWith(QStringLiteral("<\nx")); }));
+}
+
+}  // namespace
+}  // namespace pastille::tests
