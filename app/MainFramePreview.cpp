@@ -80,6 +80,8 @@ void CMainFrame::ShowRecovered(const RunPreview& recovered)
         else if (list != nullptr)
             list->MarkOrphan();
     }
+    if (list != nullptr)
+        list->ShowRows();
     m_folders->AddFolders(recovered.storeName, folders);
 }
 

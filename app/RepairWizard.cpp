@@ -68,7 +68,7 @@ bool RunWizard(QWidget* parent, IHost& host, RepairChoices& choices)
         if (!geometry.isEmpty())
             dialog->restoreGeometry(geometry);
         if (position && !dialog->isMaximized())
-            dialog->move(*position);
+            dialog->SetCorner(*position);
         dialog->exec();
         if (dialog.isNull())
             return false;
@@ -77,7 +77,7 @@ bool RunWizard(QWidget* parent, IHost& host, RepairChoices& choices)
             return true;
         if (dialog->IsResized())
             geometry = dialog->saveGeometry();
-        position = dialog->isMaximized() ? std::nullopt : std::optional(dialog->pos());
+        position = dialog->isMaximized() ? std::nullopt : std::optional(dialog->geometry().topLeft());
         origin = page;
         page = dialog->Following();
     }

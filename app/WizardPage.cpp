@@ -162,7 +162,11 @@ void CWizardPage::showEvent(QShowEvent* event)
             resize(minimumSize());
         m_initialSize = size();
     }
-    if (!testAttribute(Qt::WA_Moved) && parentWidget() != nullptr)
+    // Without the frame: where that goes is the window manager's, and a frame's place given before it has put
+    // the window up is taken for the window's own.
+    if (m_corner)
+        setGeometry(QRect(*m_corner, size()));
+    else if (!testAttribute(Qt::WA_Moved) && parentWidget() != nullptr)
         CenterOnParent();
     QDialog::showEvent(event);
 }
@@ -186,7 +190,9 @@ void CWizardPage::CenterOnParent()
     framed.moveCenter(parentWidget()->frameGeometry().center());
     framed.moveBottomRight(
         {std::min(framed.right(), available.right()), std::min(framed.bottom(), available.bottom())});
-    move(std::max(framed.left(), available.left()), std::max(framed.top(), available.top()));
+    framed.moveTopLeft({std::max(framed.left(), available.left()), std::max(framed.top(), available.top())});
+    const QPoint inFrame = parentWidget()->geometry().topLeft() - parentWidget()->frameGeometry().topLeft();
+    setGeometry(QRect(framed.topLeft() + inFrame, size()));
 }
 
 }  // namespace pastille::app

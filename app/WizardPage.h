@@ -3,6 +3,8 @@
 #include <QDialog>
 #include <QSvgRenderer>
 
+#include <optional>
+
 #include "app/RepairWizard.h"
 #include "app/SkinButton.h"
 
@@ -23,6 +25,9 @@ public:
 
     /// True when the user has given the page another size than the one it came up with.
     bool IsResized() const { return size() != m_initialSize; }
+
+    /// Where the page comes up on the screen, without its frame; else it is centred on its parent.
+    void SetCorner(const QPoint& corner) { m_corner = corner; }
 
     void reject() override;
 
@@ -66,6 +71,7 @@ private:
     QVBoxLayout* m_body;
     QSvgRenderer m_banner;
     QSize m_initialSize;
+    std::optional<QPoint> m_corner;
     int m_footerHeight = 0;
     WizardPage m_following = WizardPage::None;
 };

@@ -81,6 +81,28 @@ QString Disarmed(std::u16string_view html)
     return text;
 }
 
+/// Both the engine and text widgets lay out a line at once, and take very long for one of millions of units.
+/// A line is broken at a blank, or anywhere when there is none.
+QString WithShortLines(const QString& text)
+{
+    constexpr qsizetype kShort = 8'000;
+    constexpr qsizetype kLongest = 10'000;
+    QString broken;
+    broken.reserve(text.size() + text.size() / kShort);
+    qsizetype length = 0;
+    for (const QChar c : text) {
+        const bool isEnd = c == u'\n' || c == u'\r';
+        const bool isTooLong = length >= kLongest && !c.isLowSurrogate();
+        if (!isEnd && (isTooLong || (length >= kShort && c == u' '))) {
+            broken += u'\n';
+            length = 0;
+        }
+        length = isEnd ? 0 : length + 1;
+        broken += c;
+    }
+    return broken;
+}
+
 QString ColourRule(const QPalette& palette)
 {
     return QStringLiteral("background:%1;color:%2;")
@@ -118,7 +140,7 @@ QByteArray MakeBodyDocument(const MailBody& body, const QPalette& palette, const
 {
     QByteArray document(kHead);
     if (body.kind == BodyKind::Html)
-        document += "<style>html{background:#fff;color:#000}</style>" + Disarmed(body.text).toUtf8();
+        document += Disarmed(body.text).toUtf8();
     else
         document += PlainPage(body, palette, font).toUtf8();
     return document;
@@ -126,8 +148,8 @@ QByteArray MakeBodyDocument(const MailBody& body, const QPalette& palette, const
 
 QString ReadableText(std::u16string_view text)
 {
-    QString readable = QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
-    readable.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    QString readable = WithShortLines(QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()))
+                                          .replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     for (QChar& c : readable) {
         const char16_t unit = c.unicode();
         if (unit == u'\r' || unit == QChar::ParagraphSeparator || unit == QChar::LineSeparator)

@@ -15,8 +15,9 @@ namespace pastille::preview {
 QByteArray MakeBodyDocument(const MailBody& body, const QPalette& palette, const QFont& font);
 
 /// A text that lines and characters can be told of: line ends are '\n', other controls, and bytes that are no
-/// text, are U+FFFD. Marks for the direction of writing stay, unlike in ShownText: mails in right-to-left
-/// scripts need them, and there is nothing beside a body that they could mislead about.
+/// text, are U+FFFD; lines of more than 8,000 units are broken. Marks for the direction of writing stay,
+/// unlike in ShownText: mails in right-to-left scripts need them, and there is nothing beside a body that
+/// they could mislead about.
 QString ReadableText(std::u16string_view text);
 
 /// What stands below a text that is cut.

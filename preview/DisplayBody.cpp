@@ -13,30 +13,6 @@
 #include "preview/BodyWorker.h"
 
 namespace pastille::preview {
-namespace {
-
-/// A text widget lays out a paragraph at once, so longer ones are broken.
-constexpr qsizetype kLongestParagraph = 10'000;
-
-QString WithShortParagraphs(const QString& text)
-{
-    QString broken;
-    broken.reserve(text.size());
-    qsizetype start = 0;
-    for (qsizetype at = 0; at < text.size(); ++at) {
-        if (text[at] == u'\n') {
-            start = at + 1;
-        } else if (at - start >= kLongestParagraph && !text[at].isLowSurrogate()) {
-            broken += u'\n';
-            start = at;
-        }
-        broken += text[at];
-    }
-    return broken;
-}
-
-}  // namespace
-
 CDisplayBody::CDisplayBody(QWidget* parent) : QWidget(parent), m_surfaces(new QStackedLayout(this))
 {
     setObjectName(QStringLiteral("CDisplayBody"));
@@ -122,7 +98,7 @@ void CDisplayBody::ShowInWeb()
 
 void CDisplayBody::ShowInText()
 {
-    QString text = WithShortParagraphs(ReadableText(m_shown.text));
+    QString text = ReadableText(m_shown.text);
     if (m_shown.isCut)
         text += u'\n' + CutNotice();
     m_text->setPlainText(text);

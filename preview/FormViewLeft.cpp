@@ -112,6 +112,7 @@ void CFormViewLeft::BeginRun()
 {
     m_reading.Cancel();
     m_isReady = false;
+    SetReading(false);
     Empty();
 }
 
@@ -119,6 +120,7 @@ void CFormViewLeft::Empty()
 {
     m_root = nullptr;
     m_routed = nullptr;
+    m_wanted = nullptr;
     m_nodes.clear();
     m_above.clear();
     m_hasGhosts = false;
@@ -192,6 +194,7 @@ void CFormViewLeft::ShowCount(const std::u16string& path, std::uint64_t items)
 void CFormViewLeft::ShowStore(const StoreShow& show)
 {
     const bool wasReady = std::exchange(m_isReady, false);
+    SetReading(true);
     m_above.clear();
     FolderReading reading;
     reading.open = show.open;
@@ -209,6 +212,7 @@ void CFormViewLeft::ShowStore(const StoreShow& show)
     reading.complete = [this, show] { Complete(show); };
     reading.failed = [this, show, wasReady](const std::string& reason) {
         m_isReady = wasReady;
+        SetReading(false);
         show.failed(reason);
     };
     if (!m_reading.Start([reading](IJobOwner& owner) { ReadFolders(reading, owner); }))
@@ -250,10 +254,21 @@ void CFormViewLeft::Complete(StoreShow show)
         return;
     }
     m_isReady = true;
+    SetReading(false);
+    if (QTreeWidgetItem* wanted = std::exchange(m_wanted, nullptr))
+        Route(wanted);
+}
+
+void CFormViewLeft::SetReading(bool isReading)
+{
+    m_isReading = isReading;
+    m_tree->setCursor(isReading ? Qt::BusyCursor : Qt::ArrowCursor);
 }
 
 void CFormViewLeft::Route(QTreeWidgetItem* item)
 {
+    if (m_isReading && !m_isReady)
+        m_wanted = item;
     if (!m_isReady || item == nullptr || m_frame.IsListFilling())
         return;
     auto* node = static_cast<CNode*>(item);

@@ -64,13 +64,16 @@ private:
     void Empty();
     void Show(const FoundFolder& folder);
     void Complete(StoreShow show);
+    void SetReading(bool isReading);
     void Route(QTreeWidgetItem* item);
 
     IPreviewFrame& m_frame;
     QTreeWidget* m_tree = nullptr;
     CNode* m_root = nullptr;
-    CNode* m_routed = nullptr;  ///< whose items the right upper pane shows
+    CNode* m_routed = nullptr;            ///< whose items the right upper pane shows
+    QTreeWidgetItem* m_wanted = nullptr;  ///< chosen before the store was read, to be shown then
     bool m_isReady = false;
+    bool m_isReading = false;
     bool m_hasGhosts = false;                            ///< told of by the run, but not so in the store
     std::unordered_map<std::u16string, CNode*> m_nodes;  ///< by key
     std::vector<CNode*> m_above;                         ///< of the folder found last, by level

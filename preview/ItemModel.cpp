@@ -1,7 +1,5 @@
 #include "preview/ItemModel.h"
 
-#include <utility>
-
 #include "preview/ShownText.h"
 
 namespace pastille::preview {
@@ -39,6 +37,7 @@ void CItemModel::Clear()
 {
     beginResetModel();
     m_rows = {};
+    m_begun = {};
     endResetModel();
 }
 
@@ -53,22 +52,35 @@ void CItemModel::Append(std::vector<CItemRow> rows)
     endInsertRows();
 }
 
-void CItemModel::SetLast(int column, std::u16string_view text)
+CItemRow* CItemModel::Last()
 {
-    if (m_rows.empty())
+    if (!m_begun.empty())
+        return &m_begun.back();
+    return m_rows.empty() ? nullptr : &m_rows.back();
+}
+
+void CItemModel::TellLastChanged(int column)
+{
+    if (!m_begun.empty())
         return;
-    m_rows.back().SetText(column, text);
     const QModelIndex cell = index(rowCount() - 1, column);
     emit dataChanged(cell, cell);
 }
 
+void CItemModel::SetLast(int column, std::u16string_view text)
+{
+    if (CItemRow* row = Last()) {
+        row->SetText(column, text);
+        TellLastChanged(column);
+    }
+}
+
 void CItemModel::MarkLastOrphan()
 {
-    if (m_rows.empty())
-        return;
-    m_rows.back().isOrphan = 1;
-    const QModelIndex cell = index(rowCount() - 1, 0);
-    emit dataChanged(cell, cell);
+    if (CItemRow* row = Last()) {
+        row->isOrphan = 1;
+        TellLastChanged(0);
+    }
 }
 
 int CItemModel::rowCount(const QModelIndex& parent) const

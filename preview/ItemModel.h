@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace pastille::preview {
@@ -37,7 +38,10 @@ public:
 
     void Clear();
     void Append(std::vector<CItemRow> rows);
-    /// Sets a text of the row appended last; nothing when there is none.
+    /// Begins a row that comes up with ShowBegun: each call of that costs a look at all rows.
+    void Begin() { m_begun.emplace_back(); }
+    void ShowBegun() { Append(std::exchange(m_begun, {})); }
+    /// Sets a text of the row appended or begun last; nothing when there is none.
     void SetLast(int column, std::u16string_view text);
     void MarkLastOrphan();
 
@@ -49,7 +53,11 @@ public:
     const CItemRow& Row(int row) const { return m_rows[static_cast<std::size_t>(row)]; }
 
 private:
+    CItemRow* Last();
+    void TellLastChanged(int column);
+
     std::vector<CItemRow> m_rows;
+    std::vector<CItemRow> m_begun;
     QIcon m_mail;
     QIcon m_orphan;
 };

@@ -108,16 +108,20 @@ void CListViewRight::SetCell(unsigned cell, const std::u16string& text)
 {
     if (cell < kFirstCell || cell > kLastCell)
         return;
-    if (cell == kFirstCell) {
-        m_items->Append(std::vector<CItemRow>(1));
-        FollowRows();
-    }
+    if (cell == kFirstCell)
+        m_items->Begin();
     m_items->SetLast(static_cast<int>(cell - kFirstCell), std::u16string_view(text).substr(0, kLongestText));
 }
 
 void CListViewRight::MarkOrphan()
 {
     m_items->MarkLastOrphan();
+}
+
+void CListViewRight::ShowRows()
+{
+    m_items->ShowBegun();
+    FollowRows();
 }
 
 void CListViewRight::Fill(std::shared_ptr<CPreviewStore> store, const std::u16string& folderKey)

@@ -29,10 +29,12 @@ public:
 
     /// Deletes all rows, and ends a fill.
     void Clear();
-    /// A cell of a run: 1 begins a row with its From, 2 to 4 set the others of the row begun last.
+    /// A cell of a run: 1 begins a row with its From, 2 to 4 set the others of the row begun last. New rows
+    /// come up with ShowRows.
     void SetCell(unsigned cell, const std::u16string& text);
     /// The row begun last is a mail that has lost its folder.
     void MarkOrphan();
+    void ShowRows();
 
     /// Lists the items of the folder. Returns at once; rows come while the rest is read.
     void Fill(std::shared_ptr<CPreviewStore> store, const std::u16string& folderKey);

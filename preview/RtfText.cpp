@@ -98,13 +98,20 @@ std::optional<unsigned> HexDigit(char16_t c)
     return lower >= u'a' && lower <= u'f' ? std::optional<unsigned>(lower - u'a' + 10u) : std::nullopt;
 }
 
+/// The usual one in place of one that is not known.
+std::uint32_t KnownCodePage(int number)
+{
+    const auto codePage = static_cast<std::uint32_t>(std::max(number, 0));
+    return platform::CodePageName(codePage).empty() ? kUsualCodePage : codePage;
+}
+
 class CRtfReader {
 public:
     CRtfReader(std::u16string_view rtf, std::size_t mostUnits) : m_rtf(rtf), m_mostUnits(mostUnits) {}
 
     std::u16string Read()
     {
-        while (m_at < m_rtf.size() && m_text.size() < m_mostUnits)
+        while (m_at < m_rtf.size() && m_text.size() + m_bytes.size() < m_mostUnits)
             ReadNext();
         Flush();
         m_text.erase(m_text.find_last_not_of(u'\n') + 1);
@@ -254,9 +261,9 @@ private:
         else if (word == "plain")
             Now().isHiddenText = false;
         else if (word == "ansicpg")
-            m_codePage = static_cast<std::uint32_t>(std::max(number.value_or(0), 0));
+            m_codePage = KnownCodePage(number.value_or(0));
         else if (word == "mac")
-            m_codePage = 10000;
+            m_codePage = KnownCodePage(10000);
         else if (word == "f" || word == "deff")
             Now().font = number;
         else if (word == "fcharset" && Now().isFontTable && Now().font && m_fonts.size() < kMostFonts)
@@ -308,10 +315,13 @@ private:
         const auto font = Now().font ? m_fonts.find(*Now().font) : m_fonts.end();
         const int set = font == m_fonts.end() ? 0 : font->second;
         const auto special = std::ranges::find(kCharacterSets, set, &CharacterSet::number);
-        std::uint32_t number = special == kCharacterSets.end() ? m_codePage : special->codePage;
-        if (platform::CodePageName(number).empty())
-            number = kUsualCodePage;
-        return m_codePages.try_emplace(number, platform::CodePageName(number)).first->second;
+        const std::uint32_t number = special == kCharacterSets.end() ? m_codePage : special->codePage;
+        const auto known = m_codePages.find(number);
+        return known != m_codePages.end()
+                   ? known->second
+                   : m_codePages
+                         .try_emplace(number, platform::CodePageName(KnownCodePage(static_cast<int>(number))))
+                         .first->second;
     }
 
     std::u16string_view m_rtf;

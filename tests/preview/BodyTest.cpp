@@ -4,7 +4,10 @@
 #include <QImage>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QWebEnginePage>
 #include <QWebEngineView>
+
+#include <csignal>
 
 #include "tests/preview/BodyPane.h"
 
@@ -129,12 +132,26 @@ TEST(BodyTest, LargeAndDeepMailsCostNothingButThemselves)
     pane.Asks(5);
     EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().startsWith(QStringLiteral("xxx")); }));
     CPerson::OnUi([&] {
-        EXPECT_LE(pane.Text().size(), static_cast<qsizetype>(2 * kMiB + 200));
+        EXPECT_LE(pane.Text().size(), static_cast<qsizetype>(2 * kMiB + 1000));
         EXPECT_TRUE(pane.Text().endsWith(QStringLiteral("beginning is shown here.")))
             << pane.Text().right(80).toStdString();
     });
     pane.Asks(6);
     pane.Shows(QStringLiteral("after"));
+}
+
+TEST(BodyTest, AMailThatTheEngineDiesOfIsNotItsEnd)
+{
+    CBodyPane pane({HtmlMail("<p>deadly"), HtmlMail("<p>next")});
+    pane.Asks(1);
+    pane.Shows(QStringLiteral("deadly"));
+    CPerson::OnUi([&] {
+        ::kill(static_cast<pid_t>(pane.View().findChild<QWebEngineView*>()->page()->renderProcessPid()),
+               SIGKILL);
+    });
+    pane.Shows(QString());
+    pane.Asks(2);
+    pane.Shows(QStringLiteral("next"));
 }
 
 /// The colour of a PNG, and a name for it.

@@ -152,13 +152,16 @@ TEST(ListOfARun, HasARowForEachMail)
         auto& pane = list.Pane();
         pane.SetCell(2, u"no row yet");
         pane.MarkOrphan();
+        pane.ShowRows();
         pane.SetCell(1, u"one");
         pane.SetCell(2, u"to");
         pane.SetCell(3, u"subject");
+        pane.ShowRows();
         pane.SetCell(4, u"3 /1 /2011");
         pane.SetCell(1, u"");
         pane.SetCell(3, u"second");
         pane.SetCell(5, u"none");
+        pane.ShowRows();
     });
     EXPECT_EQ(ItemRows(), QStringList({"one | to | subject | 3 /1 /2011", " |  | second | "}));
     const auto image = [](int row) {

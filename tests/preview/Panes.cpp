@@ -1,11 +1,17 @@
 #include "tests/preview/Panes.h"
 
+#include <QPlainTextEdit>
 #include <QTableView>
 #include <QTest>
 #include <QTreeWidget>
+#include <QWebEnginePage>
+#include <QWebEngineView>
 
+#include <memory>
 #include <stdexcept>
 
+#include "preview/DisplayBody.h"
+#include "preview/GridView.h"
 #include "preview/ListViewRight.h"
 #include "tests/app/Person.h"
 
@@ -40,17 +46,22 @@ QStringList TreeTexts()
 {
     return CPerson::OnUi([] {
         QStringList texts;
-        const auto* tree = InFrame<QTreeWidget>();
+        const auto* tree = FolderTree();
         for (int top = 0; tree != nullptr && top < tree->topLevelItemCount(); ++top)
             AddTexts(*tree->topLevelItem(top), 0, texts);
         return texts;
     });
 }
 
+QTreeWidget* FolderTree()
+{
+    return InFrame<QTreeWidget>();
+}
+
 QString SelectedNode()
 {
     return CPerson::OnUi([] {
-        const auto* tree = InFrame<QTreeWidget>();
+        const auto* tree = FolderTree();
         const QTreeWidgetItem* node = tree != nullptr ? tree->currentItem() : nullptr;
         return node != nullptr ? node->text(0) : QString();
     });
@@ -59,7 +70,7 @@ QString SelectedNode()
 void ClicksNode(const QString& text)
 {
     const bool isThere = CPerson::WaitUntil([&] {
-        auto* tree = InFrame<QTreeWidget>();
+        auto* tree = FolderTree();
         const auto nodes = tree != nullptr ? tree->findItems(text, Qt::MatchExactly | Qt::MatchRecursive)
                                            : QList<QTreeWidgetItem*>();
         if (nodes.empty())
@@ -97,6 +108,34 @@ QStringList ItemRows()
             rows.append(cells.join(QStringLiteral(" | ")));
         }
         return rows;
+    });
+}
+
+QStringList GridCategories()
+{
+    CPerson::OnUi([] {});  // clicks on their way are done
+    CPerson::WaitUntil([] { return QApplication::activeModalWidget() == nullptr; });
+    return CPerson::OnUi([] {
+        QStringList names;
+        const auto* grid = InFrame<preview::CGridView>();
+        const auto* view = grid != nullptr ? grid->findChild<QTreeView*>() : nullptr;
+        for (int row = 0; view != nullptr && row < view->model()->rowCount(); ++row)
+            names.append(view->model()->index(row, 0).data().toString());
+        return names;
+    });
+}
+
+bool BodyShows(const QString& text)
+{
+    // The answer comes later: each look sees that of an earlier one, which may come after the last look.
+    const auto shown = std::make_shared<QString>();
+    return CPerson::WaitUntil([&] {
+        auto* body = InFrame<preview::CDisplayBody>();
+        if (auto* widget = body->findChild<QPlainTextEdit*>())
+            *shown = widget->toPlainText();
+        else if (auto* view = body->findChild<QWebEngineView*>())
+            view->page()->toPlainText([shown](const QString& now) { *shown = now; });
+        return shown->contains(text);
     });
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 class QTableView;
+class QTreeWidget;
 
 namespace pastille::tests {
 
@@ -12,6 +13,8 @@ namespace pastille::tests {
 
 /// The folder tree from the top, two blanks a level.
 QStringList TreeTexts();
+/// On the windows' thread only.
+QTreeWidget* FolderTree();
 /// Text of the selected node.
 QString SelectedNode();
 /// Clicks on the node of that text, opening what is above it.
@@ -21,5 +24,10 @@ void ClicksNode(const QString& text);
 QStringList ItemRows();
 /// The item list; on the windows' thread only. Null when the grid is shown.
 QTableView* ItemTable();
+
+/// Names of the categories of the property grid; nothing when the list is shown.
+QStringList GridCategories();
+/// Waits until the body pane shows a text that holds this one.
+bool BodyShows(const QString& text);
 
 }  // namespace pastille::tests
