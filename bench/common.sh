@@ -19,7 +19,7 @@ prepare() {
     # shellcheck disable=SC2034  # for the scripts
     program=$build/cli/pastille
     # shellcheck disable=SC2034
-    maker=$build/tests/support/store_maker
+    maker=$build/bench/store_maker
     work=$(mktemp -d /dev/shm/pastille-bench-XXXXXX)
     trap 'rm -rf -- "$work"' EXIT
 }

@@ -52,24 +52,25 @@ struct DescribedFault {
     std::function<void(StoreDescription&)> plant;
 };
 
-StoreMessage& MailOf(StoreDescription& description)
+std::function<void(StoreDescription&)> InMail(std::function<void(StoreMessage&)> edit)
 {
-    return description.folders[0].messages[0];
+    return [edit](StoreDescription& description) { edit(description.folders[0].messages[0]); };
+}
+
+std::function<void(StoreDescription&)> InNames(std::function<void(NameStreams&)> edit)
+{
+    return [edit](StoreDescription& description) { description.editNames = edit; };
 }
 
 const std::vector<DescribedFault> kDescribedFaults = {
-    {"id without a name",
-     {"property-name?"},
-     [](auto& d) { MailOf(d).properties.push_back(Number(0xF000, 1)); }},
-    {"GUID that is not there",
-     {"name-entry"},
-     [](auto& d) { d.editNames = [](NameStreams& s) { s.entries[4] = std::byte{100}; }; }},
-    {"half an entry",
-     {"name-stream"},
-     [](auto& d) { d.editNames = [](NameStreams& s) { s.entries.resize(s.entries.size() + 4); }; }},
-    {"entry that no bucket knows",
-     {"name-bucket-missing", "name-bucket-stray"},
-     [](auto& d) { d.editNames = [](NameStreams& s) { s.entries[0] ^= std::byte{1}; }; }},
+    {"id without a name", {"property-name?"}, InMail([](auto& m) {
+         m.properties.push_back(Number(0xF000, 1));
+     })},
+    {"GUID that is not there", {"name-entry"}, InNames([](auto& s) { s.entries[4] = std::byte{100}; })},
+    {"half an entry", {"name-stream"}, InNames([](auto& s) { s.entries.resize(s.entries.size() + 4); })},
+    {"entry that no bucket knows", {"name-bucket-missing", "name-bucket-stray"}, InNames([](auto& s) {
+         s.entries[0] ^= std::byte{1};
+     })},
     {"folder below another than the one that lists it",
      {"folder-row-missing", "folder-row-stray", "folder-subfolders"},
      [](auto& d) {
@@ -77,51 +78,38 @@ const std::vector<DescribedFault> kDescribedFaults = {
      }},
     {"message in another folder than the one that lists it",
      {"message-row-missing", "message-row-stray"},
-     [](auto& d) { MailOf(d).parent = 0x8062; }},
-    {"message in no folder", {"message-parent"}, [](auto& d) { MailOf(d).parent = 0x61; }},
-    {"associated flag", {"message-associated"}, [](auto& d) { MailOf(d).flags = 0x41; }},
-    {"attachment flag without attachment",
-     {"message-attach-flag"},
-     [](auto& d) {
-         MailOf(d).attachments.clear();
-         MailOf(d).flags = 0x11;
-     }},
-    {"compressed text that is none",
-     {"message-rtf?"},
-     [](auto& d) { MailOf(d).properties.push_back(Binary(pid::kRtfCompressed, "no compressed text")); }},
-    {"OLE object that is bytes", {"attachment-data"}, [](auto& d) { MailOf(d).attachments[0].method = 6; }},
+     InMail([](auto& m) { m.parent = 0x8062; })},
+    {"message in no folder", {"message-parent"}, InMail([](auto& m) { m.parent = 0x61; })},
+    {"associated flag", {"message-associated"}, InMail([](auto& m) { m.flags = 0x41; })},
+    {"attachment flag without attachment", {"message-attach-flag"}, InMail([](auto& m) {
+         m.attachments.clear();
+         m.flags = 0x11;
+     })},
+    {"compressed text that is none", {"message-rtf?"}, InMail([](auto& m) {
+         m.properties.push_back(Binary(pid::kRtfCompressed, "no compressed text"));
+     })},
+    {"OLE object that is bytes", {"attachment-data"}, InMail([](auto& m) { m.attachments[0].method = 6; })},
     {"attachment without rendering position",
      {"attachment-property", "attachment-size?"},
-     [](auto& d) { MailOf(d).attachments[0].omitted = {pid::kRenderingPosition}; }},
-    {"size that is no sum",
-     {"attachment-size?"},
-     [](auto& d) { MailOf(d).attachments[0].properties = {Number(pid::kAttachSize, 3)}; }},
-    {"subnode that nothing needs",
-     {"subnode-unused?"},
-     [](auto& d) {
-         MailOf(d).subnodes = {{0x3F, 0, 0}};
-     }},
-    {"subnode for a value without bytes",
-     {"value-empty?"},
-     [](auto& d) {
-         MailOf(d).subnodes = {{0x3F, 0, 0}};
-         MailOf(d).properties.push_back(Behind(0x6F01, format::PropertyType::Binary, 0x3F));
-     }},
-    {"messages in one another, deeper than anybody looks",
-     {"message-nesting?"},
-     [](auto& d) {
-         for (int i = 0; i < 200; ++i) {
-             auto inner = std::make_shared<StoreMessage>(MailOf(d));
-             MailOf(d).attachments = {{.method = 5, .embedded = std::move(inner)}};
-         }
-     }},
-    {"embedded message of two attachments",
-     {"tree-shared?"},
-     [](auto& d) {
-         auto& attachments = MailOf(d).attachments;
-         attachments[1].shareEmbedded = true;
-         attachments.push_back(attachments[1]);
-     }},
+     InMail([](auto& m) { m.attachments[0].omitted = {pid::kRenderingPosition}; })},
+    {"size that is no sum", {"attachment-size?"}, InMail([](auto& m) {
+         m.attachments[0].properties = {Number(pid::kAttachSize, 3)};
+     })},
+    {"subnode that nothing needs", {"subnode-unused?"}, InMail([](auto& m) {
+         m.subnodes.push_back({0x3F, 0, 0});
+     })},
+    {"subnode for a value without bytes", {"value-empty?"}, InMail([](auto& m) {
+         m.subnodes.push_back({0x3F, 0, 0});
+         m.properties.push_back(Behind(0x6F01, format::PropertyType::Binary, 0x3F));
+     })},
+    {"messages in one another, deeper than anybody looks", {"message-nesting?"}, InMail([](auto& m) {
+         for (int i = 0; i < 200; ++i)
+             m.attachments = {{.method = 5, .embedded = std::make_shared<StoreMessage>(m)}};
+     })},
+    {"embedded message of two attachments", {"tree-shared?"}, InMail([](auto& m) {
+         m.attachments[1].shareEmbedded = true;
+         m.attachments.push_back(m.attachments[1]);
+     })},
 };
 
 TEST(PlantedMessagingFaults, InWhatIsWrittenEachBringsItsOwnFinding)
@@ -147,10 +135,43 @@ std::function<void(CStorePatch&)> InSubnode(std::uint32_t subnode, HeapEdit edit
     return [subnode, edit](CStorePatch& patch) { EditHeap(patch, kMail, subnode, edit); };
 }
 
-/// Gives a property of a context, or a column, another id.
-void Rename(std::span<std::byte> at, std::size_t offset, std::uint16_t id)
+void FlipByte(std::span<std::byte> bytes, std::size_t offset, unsigned mask)
 {
-    StoreLE(at, offset, id);
+    bytes[offset] ^= static_cast<std::byte>(mask);
+}
+
+// Edits of a heap: of a property's record, of its value, of a cell in the first row, of a text behind one.
+
+HeapEdit FlipRecord(std::uint16_t id, std::size_t offset, unsigned mask)
+{
+    return [=](const CHeapPatch& heap) { FlipByte(heap.Record(id), offset, mask); };
+}
+
+HeapEdit FlipValue(std::uint16_t id, std::size_t offset, unsigned mask)
+{
+    return [=](const CHeapPatch& heap) { FlipByte(heap.Value(id), offset, mask); };
+}
+
+HeapEdit FlipCell(std::uint16_t id, unsigned mask)
+{
+    return [=](const CHeapPatch& heap) { FlipByte(heap.Cell(0, id), 0, mask); };
+}
+
+HeapEdit FlipText(std::uint16_t id)
+{
+    return [=](const CHeapPatch& heap) {
+        FlipByte(heap.Item(LoadLE<std::uint32_t>(heap.Cell(0, id), 0)), 0, 1);
+    };
+}
+
+HeapEdit RenameRecord(std::uint16_t from, std::uint16_t to)
+{
+    return [=](const CHeapPatch& heap) { StoreLE(heap.Record(from), 0, to); };
+}
+
+HeapEdit RenameColumn(std::uint16_t from, std::uint16_t to)
+{
+    return [=](const CHeapPatch& heap) { StoreLE(heap.Column(from), 2, to); };
 }
 
 /// Gives a node another id; only for one that stays between its neighbours.
@@ -175,11 +196,6 @@ std::function<void(CStorePatch&)> RenumberSubnode(std::uint32_t from, std::uint3
     };
 }
 
-void FlipByte(std::span<std::byte> bytes, std::size_t offset, unsigned mask)
-{
-    bytes[offset] ^= static_cast<std::byte>(mask);
-}
-
 struct PatchedFault {
     const char* name;
     Codes expected;
@@ -192,12 +208,10 @@ const std::vector<PatchedFault> kStoreFaults = {
     {"parent of a table",
      {"node-parent?"},
      [](auto& p) { p.EditNode(0x60D, [](auto& n) { n.nidParent = kRoot; }); }},
-    {"template without a column",
-     {"table-column"},
-     InNode(0x60D, [](auto& h) { Rename(h.Column(0x3613), 2, 0x3614); })},
+    {"template without a column", {"table-column"}, InNode(0x60D, RenameColumn(0x3613, 0x3614))},
     {"template without a column of today",
      {"table-column-lately?"},
-     InNode(0x60E, [](auto& h) { Rename(h.Column(0x3013), 2, 0x3014); })},
+     InNode(0x60E, RenameColumn(0x3013, 0x3014))},
     {"template with rows",
      {"folder-row-missing", "template-rows"},
      [](auto& p) {
@@ -211,26 +225,20 @@ const std::vector<PatchedFault> kStoreFaults = {
     {"search folder that is none",
      {"search-list?"},
      [](auto& p) { p.EditBlock(p.Node(0x201).bidData, [](auto bytes) { FlipByte(bytes, 1, 0x80); }); }},
-    {"no wastebasket",
-     {"store-property"},
-     InNode(kStore, [](auto& h) { Rename(h.Record(0x35E3), 0, 0x35E4); })},
-    {"wastebasket of another store",
-     {"store-entry-id"},
-     InNode(kStore, [](auto& h) { FlipByte(h.Value(0x35E3), 7, 1); })},
-    {"wastebasket that is no folder",
-     {"store-entry-id"},
-     InNode(kStore, [](auto& h) { FlipByte(h.Value(0x35E3), 21, 1); })},
-    {"password", {"store-password?"}, InNode(kStore, [](auto& h) { FlipByte(h.Record(0x67FF), 4, 1); })},
-    {"bucket count", {"name-bucket-count"}, InNode(kNames, [](auto& h) { FlipByte(h.Record(1), 4, 1); })},
+    {"no wastebasket", {"store-property"}, InNode(kStore, RenameRecord(0x35E3, 0x35E4))},
+    {"wastebasket of another store", {"store-entry-id"}, InNode(kStore, FlipValue(0x35E3, 7, 1))},
+    {"wastebasket that is no folder", {"store-entry-id"}, InNode(kStore, FlipValue(0x35E3, 21, 1))},
+    {"password", {"store-password?"}, InNode(kStore, FlipRecord(0x67FF, 4, 1))},
+    {"bucket count", {"name-bucket-count"}, InNode(kNames, FlipRecord(1, 4, 1))},
     {"bucket that nobody looks into",
      {"name-bucket-missing"},
-     InNode(kNames, [](auto& h) { Rename(h.Records().last(8), 0, 0x2000); })},
+     InNode(kNames, [](auto& h) { StoreLE(h.Records().last(8), 0, std::uint16_t{0x2000}); })},
     {"entry in the wrong bucket",
      {"name-bucket-missing", "name-bucket-stray"},
      InNode(kNames,
             [](auto& h) {
                 const auto last = h.Records().last(8);
-                Rename(last, 0, static_cast<std::uint16_t>(LoadLE<std::uint16_t>(last, 0) + 1));
+                StoreLE(last, 0, static_cast<std::uint16_t>(LoadLE<std::uint16_t>(last, 0) + 1));
             })},
 };
 
@@ -244,44 +252,23 @@ const std::vector<PatchedFault> kFolderFaults = {
     {"folder in itself",
      {"folder-cycle"},
      [](auto& p) { p.EditNode(kFolder, [](auto& n) { n.nidParent = kFolder; }); }},
-    {"no unread count",
-     {"folder-property"},
-     InNode(kRoot, [](auto& h) { Rename(h.Record(0x3603), 0, 0x3604); })},
-    {"count of messages", {"folder-count"}, InNode(kRoot, [](auto& h) { FlipByte(h.Record(0x3602), 4, 3); })},
-    {"count of unread messages",
-     {"folder-count"},
-     InNode(kRoot, [](auto& h) { FlipByte(h.Record(0x3603), 4, 3); })},
-    {"has sub-folders",
-     {"folder-subfolders"},
-     InNode(kRoot, [](auto& h) { FlipByte(h.Record(0x360A), 4, 1); })},
+    {"no unread count", {"folder-property"}, InNode(kRoot, RenameRecord(0x3603, 0x3604))},
+    {"count of messages", {"folder-count"}, InNode(kRoot, FlipRecord(0x3602, 4, 3))},
+    {"count of unread messages", {"folder-count"}, InNode(kRoot, FlipRecord(0x3603, 4, 3))},
+    {"has sub-folders", {"folder-subfolders"}, InNode(kRoot, FlipRecord(0x360A, 4, 1))},
     {"count of found messages",
      {"folder-row-different", "search-count?"},
-     InNode(0x2223, [](auto& h) { FlipByte(h.Record(0x3602), 4, 3); })},
-    {"count in the row",
-     {"folder-row-different"},
-     InNode(kRootHierarchy, [](auto& h) { FlipByte(h.Cell(0, 0x3602), 0, 3); })},
-    {"name in the row",
-     {"folder-row-different"},
-     InNode(kRootHierarchy,
-            [](auto& h) { FlipByte(h.Item(LoadLE<std::uint32_t>(h.Cell(0, 0x3001), 0)), 0, 1); })},
-    {"flags in the row",
-     {"message-row-different"},
-     InNode(kContents, [](auto& h) { FlipByte(h.Cell(0, 0x0E07), 0, 8); })},
-    {"subject in the row",
-     {"message-row-different"},
-     InNode(kContents, [](auto& h) { FlipByte(h.Item(LoadLE<std::uint32_t>(h.Cell(0, 0x0037), 0)), 0, 1); })},
-    {"size in the row",
-     {"message-row-stale?"},
-     InNode(kContents, [](auto& h) { FlipByte(h.Cell(0, 0x0E08), 0, 8); })},
+     InNode(0x2223, FlipRecord(0x3602, 4, 3))},
+    {"count in the row", {"folder-row-different"}, InNode(kRootHierarchy, FlipCell(0x3602, 3))},
+    {"name in the row", {"folder-row-different"}, InNode(kRootHierarchy, FlipText(0x3001))},
+    {"flags in the row", {"message-row-different"}, InNode(kContents, FlipCell(0x0E07, 8))},
+    {"subject in the row", {"message-row-different"}, InNode(kContents, FlipText(0x0037))},
+    {"size in the row", {"message-row-stale?"}, InNode(kContents, FlipCell(0x0E08, 8))},
 };
 
 const std::vector<PatchedFault> kMessageFaults = {
-    {"no creation time",
-     {"message-property"},
-     InNode(kMail, [](auto& h) { Rename(h.Record(0x3007), 0, 0x3006); })},
-    {"no search key",
-     {"message-search-key?"},
-     InNode(kMail, [](auto& h) { Rename(h.Record(0x300B), 0, 0x300A); })},
+    {"no creation time", {"message-property"}, InNode(kMail, RenameRecord(0x3007, 0x3006))},
+    {"no search key", {"message-search-key?"}, InNode(kMail, RenameRecord(0x300B, 0x300A))},
     {"no recipient table", {"recipient-table?", "subnode-unused?"}, RenumberSubnode(kRecipientTable, 0x693)},
     {"no recipient type",
      {"recipient-type"},
@@ -300,18 +287,14 @@ const std::vector<PatchedFault> kMessageFaults = {
                    FlipByte(h.Row(1), 1, 1);
                    FlipByte(h.RowIndex().subspan(8), 1, 1);
                })},
-    {"method in the row",
-     {"attachment-row-different"},
-     InSubnode(kAttachmentTable, [](auto& h) { FlipByte(h.Cell(0, 0x3705), 0, 8); })},
-    {"object in no subnode",
-     {"value-object"},
-     InSubnode(kInner, [](auto& h) { FlipByte(h.Value(0x3701), 1, 1); })},
+    {"method in the row", {"attachment-row-different"}, InSubnode(kAttachmentTable, FlipCell(0x3705, 8))},
+    {"object in no subnode", {"value-object"}, InSubnode(kInner, FlipValue(0x3701, 1, 1))},
     {"size of the embedded message",
      {"attachment-size?", "embedded-size?"},
-     InSubnode(kInner, [](auto& h) { FlipByte(h.Value(0x3701), 4, 1); })},
+     InSubnode(kInner, FlipValue(0x3701, 4, 1))},
     {"attachment without a method",
      {"attachment-property", "attachment-row-different"},
-     InSubnode(kFile, [](auto& h) { Rename(h.Record(0x3705), 0, 0x3706); })},
+     InSubnode(kFile, RenameRecord(0x3705, 0x3706))},
 };
 
 TEST(PlantedMessagingFaults, InASoundStoreEachBringsItsOwnFinding)

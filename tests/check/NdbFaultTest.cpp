@@ -14,6 +14,7 @@ namespace {
 
 using format::PageType;
 using format::Variant;
+using format::VariantLayout;
 using Codes = std::vector<std::string>;
 
 constexpr std::uint64_t kAMap = 0x4400;
@@ -23,12 +24,6 @@ constexpr std::uint32_t kQueue = 0x1E1;  ///< a node without data
 void Flip(std::span<std::byte> bytes, std::uint64_t offset, unsigned mask = 1)
 {
     bytes[static_cast<std::size_t>(offset)] ^= static_cast<std::byte>(mask);
-}
-
-/// The first of the last leaf's pages above a tree's root.
-std::uint64_t LastLeaf(const CStorePatch& patch, PageType tree)
-{
-    return patch.Pages(tree).back();
 }
 
 format::BlockEntry FindBlock(const CStorePatch& patch,
@@ -127,6 +122,39 @@ std::function<void(CStorePatch&)> InLastChild(std::function<void(format::IndexEn
     return [edit](CStorePatch& patch) { EditLastChild(patch, PageType::NodeTree, edit); };
 }
 
+/// In a bitmap, the header being changed with it.
+std::function<void(CStorePatch&)> InMap(std::uint64_t map, std::size_t byte, unsigned mask,
+                                        std::function<void(format::FileHeader&)> edit)
+{
+    return [=](CStorePatch& patch) {
+        const std::size_t start = patch.Layout().wide ? 0 : 4;
+        patch.EditPage(map, [&](std::span<std::byte> page) { Flip(page, start + byte, mask); });
+        patch.EditHeader(edit);
+    };
+}
+
+std::function<void(CStorePatch&)> FlipInLeaf(std::size_t VariantLayout::*offset)
+{
+    return [offset](CStorePatch& patch) {
+        Flip(patch.Raw(), patch.Pages(PageType::NodeTree).back() + patch.Layout().*offset);
+    };
+}
+
+/// In the trailer of an attachment's block.
+std::function<void(CStorePatch&)> FlipInTrailer(std::size_t (*offset)(const VariantLayout&),
+                                                unsigned mask = 1)
+{
+    return [=](CStorePatch& patch) {
+        Flip(patch.Raw(), TrailerOf(patch, AnAttachmentBlock(patch)) + offset(patch.Layout()), mask);
+    };
+}
+
+/// In an XBLOCK or XXBLOCK.
+std::function<void(CStorePatch&)> InTree(unsigned level, CStorePatch::Edit edit)
+{
+    return [=](CStorePatch& patch) { patch.EditBlock(FindTreeBlock(patch, 1, level), edit); };
+}
+
 struct PlantedFault {
     const char* name;
     Codes expected;
@@ -179,20 +207,10 @@ const std::vector<PlantedFault> kMapFaults = {
     {"PMap page at another place",
      {"map-page"},
      [](auto& p) { Flip(p.Raw(), kPMap + p.Layout().pageBidOffset); }},
-    {"used space not marked",
-     {"amap-unmarked"},
-     [](auto& p) {
-         const std::size_t start = p.Layout().wide ? 0 : 4;
-         p.EditPage(kAMap, [&](auto page) { Flip(page, start + 3, 0x10); });
-         p.EditHeader([](auto& h) { h.freeBytes += 64; });
-     }},
+    {"used space not marked", {"amap-unmarked"}, InMap(kAMap, 3, 0x10, [](auto& h) { h.freeBytes += 64; })},
     {"used space not marked, not closed",
      {"amap-free?", "amap-unmarked?", "maps-open?"},
-     [](auto& p) {
-         const std::size_t start = p.Layout().wide ? 0 : 4;
-         p.EditPage(kAMap, [&](auto page) { Flip(page, start + 3, 0x10); });
-         p.EditHeader([](auto& h) { h.amapValid = 0; });
-     }},
+     InMap(kAMap, 3, 0x10, [](auto& h) { h.amapValid = 0; })},
     {"unused space marked",
      {"amap-surplus"},
      [](auto& p) {
@@ -200,35 +218,26 @@ const std::vector<PlantedFault> kMapFaults = {
          p.EditPage(last, [&](auto page) { Flip(page, p.Layout().typeOffset - 1); });
          p.EditHeader([](auto& h) { h.freeBytes -= 64; });
      }},
-    {"page in use shown free",
-     {"pmap-bits"},
-     [](auto& p) {
-         p.EditPage(kPMap, [&](auto page) { Flip(page, p.Layout().wide ? 0 : 4, 0x80); });
-         p.EditHeader([](auto& h) { h.freePageBytes += 512; });
-     }},
+    {"page in use shown free", {"pmap-bits"}, InMap(kPMap, 0, 0x80, [](auto& h) { h.freePageBytes += 512; })},
     {"density list", {"density-list?"}, [](auto& p) { Flip(p.Raw(), 0x4200 + p.Layout().typeOffset, 0x41); }},
 };
 
 const std::vector<PlantedFault> kPageFaults = {
     {"place", {"page-place"}, InLastChild([](auto& e) { e.child.offset += 64; })},
-    {"type",
-     {"page-type"},
-     [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + p.Layout().typeOffset); }},
+    {"type", {"page-type"}, FlipInLeaf(&VariantLayout::typeOffset)},
     {"BID", {"page-bid"}, InLastChild([](auto& e) { --e.child.bid; })},
-    {"signature",
-     {"page-signature"},
-     [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + p.Layout().signatureOffset); }},
-    {"CRC", {"page-crc"}, [](auto& p) { Flip(p.Raw(), LastLeaf(p, PageType::NodeTree) + 5); }},
+    {"signature", {"page-signature"}, FlipInLeaf(&VariantLayout::signatureOffset)},
+    {"CRC", {"page-crc"}, [](auto& p) { Flip(p.Raw(), p.Pages(PageType::NodeTree).back() + 5); }},
     {"maximum",
      {"page-counts"},
      [](auto& p) {
-         p.EditPage(LastLeaf(p, PageType::NodeTree),
+         p.EditPage(p.Pages(PageType::NodeTree).back(),
                     [&](auto page) { page[p.Layout().maximumCountOffset] = std::byte{0}; });
      }},
     {"level",
      {"page-level"},
      [](auto& p) {
-         p.EditPage(LastLeaf(p, PageType::NodeTree),
+         p.EditPage(p.Pages(PageType::NodeTree).back(),
                     [&](auto page) { Flip(page, p.Layout().entrySizeOffset + 1, 4); });
      }},
     {"order",
@@ -258,13 +267,9 @@ const std::vector<PlantedFault> kBlockFaults = {
     {"no bytes", {"block-size"}, InEntry([](auto& e) { e.size = 0; })},
     {"trailer's BID",
      {"block-trailer-bid"},
-     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p)) + p.Layout().blockBidOffset, 4); }},
-    {"trailer's size",
-     {"block-trailer-size"},
-     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p))); }},
-    {"signature",
-     {"block-signature"},
-     [](auto& p) { Flip(p.Raw(), TrailerOf(p, AnAttachmentBlock(p)) + 2); }},
+     FlipInTrailer([](auto& layout) { return layout.blockBidOffset; }, 4)},
+    {"trailer's size", {"block-trailer-size"}, FlipInTrailer([](auto&) { return std::size_t{0}; })},
+    {"signature", {"block-signature"}, FlipInTrailer([](auto&) { return std::size_t{2}; })},
     {"content", {"block-crc"}, [](auto& p) { Flip(p.Raw(), AnAttachmentBlock(p).reference.offset + 100); }},
     {"padding",
      {"block-padding?"},
@@ -303,9 +308,7 @@ const std::vector<PlantedFault> kReferenceFaults = {
          p.EditNode(kQueue, [&](auto& e) { e.bidSub = tree; });
          p.EditBlockEntry(tree, [](auto& e) { ++e.references; });
      }},
-    {"no tree",
-     {"internal-block"},
-     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { bytes[0] = std::byte{9}; }); }},
+    {"no tree", {"internal-block"}, InTree(1, [](auto bytes) { bytes[0] = std::byte{9}; })},
     {"short block in the middle",
      {"data-tree-full"},
      [](auto& p) {
@@ -313,9 +316,7 @@ const std::vector<PlantedFault> kReferenceFaults = {
              SwapEntries(bytes, bytes.size() - 2 * p.Layout().keyWidth, p.Layout().keyWidth);
          });
      }},
-    {"data bytes",
-     {"data-tree-total"},
-     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { Flip(bytes, 4); }); }},
+    {"data bytes", {"data-tree-total"}, InTree(1, [](auto bytes) { Flip(bytes, 4); })},
     {"subnodes unordered",
      {"subnode-order"},
      [](auto& p) {
@@ -324,9 +325,7 @@ const std::vector<PlantedFault> kReferenceFaults = {
              SwapEntries(bytes, format::SubnodeHeaderSize(p.Layout()) + entry, entry);
          });
      }},
-    {"trees that are none",
-     {"reference-kind"},
-     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 1), [](auto bytes) { bytes[1] = std::byte{2}; }); }},
+    {"trees that are none", {"reference-kind"}, InTree(1, [](auto bytes) { bytes[1] = std::byte{2}; })},
     {"last block of a middle tree",
      {"data-tree-full"},
      [](auto& p) {
@@ -334,9 +333,7 @@ const std::vector<PlantedFault> kReferenceFaults = {
              SwapEntries(bytes, bytes.size() - 2 * p.Layout().keyWidth, p.Layout().keyWidth);
          });
      }},
-    {"bytes of all trees",
-     {"data-tree-total"},
-     [](auto& p) { p.EditBlock(FindTreeBlock(p, 1, 2), [](auto bytes) { Flip(bytes, 4); }); }},
+    {"bytes of all trees", {"data-tree-total"}, InTree(2, [](auto bytes) { Flip(bytes, 4); })},
     {"key above subnodes",
      {"subnode-key"},
      [](auto& p) {
@@ -368,7 +365,7 @@ void ExpectFound(const Bytes& store, const std::vector<PlantedFault>& faults)
 
 TEST(NdbFaults, OfTheHeader)
 {
-    for (const Variant variant : {Variant::Ansi, Variant::Unicode, Variant::Unicode4k})
+    for (const Variant variant : kAllVariants)
         ExpectFound(BuilderStore(variant), kHeaderFaults);
     CStorePatch full(BuilderStore(Variant::Unicode));
     Flip(full.Raw(), 0x1F0);  // behind what the partial CRC covers

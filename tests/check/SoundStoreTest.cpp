@@ -6,7 +6,7 @@
 #include <map>
 
 #include "tests/check/CheckSupport.h"
-#include "tests/scenario/Samples.h"
+#include "tests/support/Samples.h"
 
 namespace pastille::tests {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 TEST(SoundStores, OfTheComponentAndOfTheBuilderBringNoFinding)
 {
     EXPECT_EQ(FindingsOf(ComponentStore()), "");
-    for (const auto variant : {format::Variant::Ansi, format::Variant::Unicode, format::Variant::Unicode4k})
+    for (const auto variant : kAllVariants)
         EXPECT_EQ(FindingsOf(BuilderStore(variant)), "");
 }
 

@@ -49,6 +49,7 @@ struct CommandFixture {
 /// Paths of everything below a folder, relative to it, in order.
 std::vector<std::string> Listing(const std::filesystem::path& folder);
 
-std::string ReadFile(const std::filesystem::path& path);
+/// Without blanks, by which columns are aligned.
+std::string Squeezed(std::string text);
 
 }  // namespace pastille::tests

@@ -34,14 +34,12 @@ CBuiltStore MakeStore()
 }
 
 /// A source and a destination, ready for a run.
-struct RepairFixture {
-    CTemporaryFolder scratch;
-    std::filesystem::path source;
+struct RepairFixture : CommandFixture {
     std::filesystem::path to = scratch.MakeFolder("to");
-    std::filesystem::path home = scratch.MakeFolder("home");
 
-    explicit RepairFixture(const std::string& sourceName = "mail.pst") : source(scratch.Path() / sourceName)
+    explicit RepairFixture(const std::string& sourceName = "mail.pst") : CommandFixture{"repair"}
     {
+        source = scratch / sourceName;
         MakeStore().WriteTo(source);
     }
     std::vector<std::string> Arguments(const std::vector<std::string>& more = {}) const
@@ -95,8 +93,7 @@ TEST(RepairResult, TextTellsTheSame)
               std::string::npos);
     EXPECT_NE(result.out.find((fixture.to / "mail Recovered/LogInformation.log").string()),
               std::string::npos);
-    std::string squeezed = result.out;
-    std::erase(squeezed, ' ');
+    const std::string squeezed = Squeezed(result.out);
     for (const char* line : {"Emails:3\n", "Contacts:1\n", "Tasks:0\n", "Calendar:0\n", "Journals:0\n",
                              "Notes:0\n", "Totalitems:4\n"})
         EXPECT_NE(squeezed.find(line), std::string::npos) << line << result.out;
@@ -105,11 +102,11 @@ TEST(RepairResult, TextTellsTheSame)
 TEST(RepairResult, NothingChangesOutsideTheFoldersOfTheRun)
 {
     const RepairFixture fixture;
-    const std::string sourceBefore = ReadFile(fixture.source);
+    const Bytes sourceBefore = FileBytes(fixture.source);
     auto expected = Listing(fixture.scratch.Path());
     ASSERT_EQ(fixture.Run({"--smart"}).status, 0);
 
-    EXPECT_EQ(ReadFile(fixture.source), sourceBefore);
+    EXPECT_TRUE(FileBytes(fixture.source) == sourceBefore);
     for (const char* made : {"to/mail Recovered", "to/mail Recovered/LogInformation.log",
                              "to/mail Recovered/mail Recovered.pst"})
         expected.emplace_back(made);

@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <regex>
+#include <algorithm>
 
 namespace pastille::tests {
 namespace {
@@ -86,9 +85,9 @@ TEST(Scan, TextTellsTheSameToPeople)
     std::string map(fixture.store.Content().size() / (1 << 20) + 1, '.');
     map.at(damaged) = 'x';
     EXPECT_NE(result.out.find("0 MiB  " + map + "\n"), std::string::npos) << result.out;
-    for (const char* expected : {"Items: +3\n", "Contacts: +1\n", " 2  .*box\n", " 0  .Empty\n",
-                                 "1  .Lost & Found\n", "Damaged blocks: +1\n"})
-        EXPECT_TRUE(std::regex_search(result.out, std::regex(expected))) << expected << result.out;
+    for (const char* expected : {"Items:3\n", "Contacts:1\n", "\n2\\In\\x1Bbox\n", "\n0\\Empty\n",
+                                 "1\\Lost&Found\n", "Damagedblocks:1\n"})
+        EXPECT_NE(Squeezed(result.out).find(expected), std::string::npos) << expected << result.out;
     EXPECT_EQ(result.out.find('\x1B'), std::string::npos);
     // The phase that sets up an output is none of a scan's.
     for (int phase = 1; phase <= 7; ++phase)
@@ -99,10 +98,10 @@ TEST(Scan, NothingIsWritten)
 {
     const ScanFixture fixture;
     const auto before = Listing(fixture.scratch.Path());
-    const std::string bytes = ReadFile(fixture.source);
+    const Bytes bytes = FileBytes(fixture.source);
     EXPECT_EQ(RunProgram({"scan", fixture.source.string(), "--smart"}, fixture.home).status, 0);
     EXPECT_EQ(Listing(fixture.scratch.Path()), before);
-    EXPECT_EQ(ReadFile(fixture.source), bytes);
+    EXPECT_TRUE(FileBytes(fixture.source) == bytes);
 }
 
 TEST(Scan, ATruncatedFileIsSaidToBeSo)
@@ -111,8 +110,7 @@ TEST(Scan, ATruncatedFileIsSaidToBeSo)
     std::filesystem::resize_file(fixture.source, std::filesystem::file_size(fixture.source) - 1234);
     const CommandResult result = fixture.Scan({"--quiet"});
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_TRUE(std::regex_search(result.out, std::regex("Missing at the end: +1,234 bytes\n")))
-        << result.out;
+    EXPECT_NE(Squeezed(result.out).find("Missingattheend:1,234bytes\n"), std::string::npos) << result.out;
 }
 
 }  // namespace

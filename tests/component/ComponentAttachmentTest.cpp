@@ -2,7 +2,6 @@
 
 #include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
-#include "tests/component/SoundStore.h"
 #include "tests/scenario/NewStore.h"
 
 namespace pastille::tests {
@@ -15,10 +14,8 @@ namespace pid = format::pid;
 constexpr std::uint16_t kExtension = 0x3703;     // PidTagAttachExtension
 constexpr std::uint16_t kContactPhoto = 0x7FFF;  // PidTagAttachmentContactPhoto
 
-class ComponentAttachments : public CComponentFixture {
+class ComponentAttachments : public CComponentStoreFixture {
 protected:
-    void SetUp() override { CreateStore(); }
-
     static std::u16string TextOf(const FoundValues& values, std::uint16_t id)
     {
         return values.contains(id) ? TextValue(values, id) : u"none";

@@ -85,6 +85,12 @@ protected:
     writer::CRef<writer::IStoreFolder> root;
 };
 
+/// The same with the store made.
+class CComponentStoreFixture : public CComponentFixture {
+protected:
+    CComponentStoreFixture() { CreateStore(); }
+};
+
 /// The error that a call raises: its code and interface. Code 0 when it raises none.
 template <class Call>
 std::pair<writer::HRESULT, format::Guid> ErrorOf(Call&& call)

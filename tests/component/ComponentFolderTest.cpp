@@ -8,9 +8,8 @@ namespace {
 
 using namespace writer;
 
-class ComponentFolders : public CComponentFixture {
+class ComponentFolders : public CComponentStoreFixture {
 protected:
-    void SetUp() override { CreateStore(); }
     CRef<IStoreFolder> At(const std::u16string& names)
     {
         return session->GetFolderFromPath(u"\\\\" + std::u16string(kStoreName) + names);

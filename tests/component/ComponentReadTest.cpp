@@ -1,7 +1,9 @@
 #include <atomic>
 #include <thread>
 
+#include "format/PropertyIds.h"
 #include "tests/component/ComponentFixture.h"
+#include "tests/scenario/NewStore.h"
 #include "tests/support/StoreBuilder.h"
 
 namespace pastille::tests {
@@ -159,6 +161,48 @@ TEST_F(ComponentRead, FindsTheMailboxOfAnOst)
     EXPECT_EQ(rootName(), u"IPM_SUBTREE") << "what lies deeper than the mailbox may be damaged";
     built.Damage().Drop("folder Search Root/hierarchy/data");
     EXPECT_EQ(rootName(), u"") << "all is shown when the mailbox might be what is damaged";
+}
+
+namespace pid = format::pid;
+
+using ComponentStore = CComponentStoreFixture;
+
+// The heap of their table has more than 136 blocks, so that both kinds of bitmap header occur.
+TEST_F(ComponentStore, ManyItemsInOneFolderKeepTheirOrder)
+{
+    const auto many = AddFolder(root, u"many");
+    for (int i = 0; i < 2000; ++i) {
+        const auto item =
+            AddItem(many, u"IPM.Note", u"n" + std::u16string(1, static_cast<char16_t>(0x4E00 + i)));
+        if (i < 700)
+            item->SetText(p::DisplayTo, std::u16string(900 + i % 80, u'r'));
+        item->Save();
+    }
+    Reopen();
+    ExpectSoundStore(StorePath());
+    const auto items = FindFolder(root, u"many")->GetItems();
+    ASSERT_EQ(items->GetCount(), 2000);
+    int i = 0;
+    for (auto item = items->GetFirst(); item; item = items->GetNext())
+        ASSERT_EQ(item->GetText(p::Subject).back(), 0x4E00 + i++);
+    EXPECT_EQ(i, 2000);
+}
+
+TEST_F(ComponentStore, GoesOnDiskWithItsLastReference)
+{
+    AddItem(root, u"IPM.Note", u"kept")->Save();
+    auto item = root->GetItems()->GetFirst();
+    root.Release(), store.Release(), session.Release();
+    EXPECT_EQ(item->GetText(p::Subject), u"kept") << "an item keeps its store open";
+    const auto count = [this] {
+        return NewSession()->GetStores()->GetDefaultStore()->GetRootFolder()->GetItems()->GetCount();
+    };
+    const auto before = std::filesystem::file_size(StorePath());
+    EXPECT_EQ(count(), 0) << "nothing since the store was made has come to the disk";
+    EXPECT_EQ(std::filesystem::file_size(StorePath()), before)
+        << "and nobody completes what is being written";
+    item.Release();
+    EXPECT_EQ(count(), 1);
 }
 
 }  // namespace

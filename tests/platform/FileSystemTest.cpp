@@ -9,6 +9,8 @@
 #include <fstream>
 #include <string>
 
+#include "tests/support/FaultyFileSystem.h"
+
 namespace pastille::platform {
 namespace {
 
@@ -16,18 +18,9 @@ namespace fs = std::filesystem;
 
 class FileSystemTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "pastille-fs-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-    }
-    void TearDown() override { fs::remove_all(m_folder); }
-
     fs::path WriteFile(const std::string& name, const std::string& content) const
     {
-        std::ofstream(m_folder / name, std::ios::binary) << content;
-        return m_folder / name;
+        return m_temporary.WriteFile(name, content);
     }
     static std::string ReadAll(const fs::path& path)
     {
@@ -36,7 +29,8 @@ protected:
     }
 
     IFileSystem& m_fileSystem = HostFileSystem();
-    fs::path m_folder;
+    tests::CTemporaryFolder m_temporary;
+    const fs::path& m_folder = m_temporary.Path();
 };
 
 TEST_F(FileSystemTest, OnlyRegularFilesAreSources)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "platform/Text.h"
+#include "recovery/AttachmentName.h"
 #include "tests/recovery/RecoverySupport.h"
 
 namespace pastille::tests {
@@ -67,8 +69,7 @@ TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
         {{longName(u"never looked for")}, u"", u""},
     };
     for (const Case& one : cases) {
-        CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {Unnamed(one.properties)})}));
-        scenario.Run();
+        CRecoveredStore scenario(InInbox({With(u"IPM.Note", {Unnamed(one.properties)})}));
         const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
         ASSERT_EQ(attachments.size(), one.fileName.empty() ? 0u : 1u) << platform::ToUtf8(one.fileName);
         if (attachments.empty())
@@ -84,8 +85,7 @@ TEST(Attachments, NamesComeFromThePropertiesInTheirOrder)
 TEST(Attachments, NamesKeepToTheirLineOfTheLog)
 {
     const std::u16string name = u"a\r\nStatus: Recovered\xD800.txt";
-    CRecoveryScenario scenario(InInbox({With(u"IPM.Note", {File(name, "bytes")})}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({With(u"IPM.Note", {File(name, "bytes")})}));
     EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").attachments.at(0).fileName, name) << "data";
     EXPECT_EQ(scenario.CountInLog(u"\r\nAttachment File Name: a  Status: Recovered\xFFFD.txt\r\n"), 1u);
     EXPECT_EQ(scenario.CountInLog(u"\nStatus: Recovered"), 1u);
@@ -109,8 +109,7 @@ std::vector<FakeAttachment> Recovered(const HandMade& attachment)
     StoreDescription description = InInbox({mail});
     description.atStart = [&](CStoreFile& file) {
         file.SkipTo(0x20000);
-        file.WriteBlock(BuildPropertyContext(attachment.properties, {}, 8176, 16).Finish().front(),
-                        {.bid = kContext});
+        file.WriteBlock(BuildPropertyContext(attachment.properties).Finish().front(), {.bid = kContext});
         file.WriteBlock(Binary(0, "first ").value, {.bid = kFirst});
         file.WriteBlock(Binary(0, "second").value, {.bid = kSecond});
         const std::uint64_t children[] = {kFirst, kTree, 0xFFFF0, kSecond + 1};
@@ -118,15 +117,14 @@ std::vector<FakeAttachment> Recovered(const HandMade& attachment)
         if (!attachment.ownSubnodes.empty())
             file.WriteSubnodes(attachment.ownSubnodes, "own", kOwnList);
     };
-    CRecoveryScenario scenario(description);
-    scenario.Run();
+    CRecoveredStore scenario(description);
     return scenario.OnlyItem(u"\\Inbox").attachments;
 }
 
 std::map<std::uint16_t, StoredProperty> Named(std::optional<StoredProperty> data)
 {
     std::map<std::uint16_t, StoredProperty> properties;
-    properties[pid::kAttachFilename] = {format::PropertyType::String, Text(0, u"a.bin").value, {}, false};
+    properties[pid::kAttachFilename] = {format::PropertyType::String, Text(0, u"a.bin").value};
     if (data)
         properties[pid::kAttachDataBinary] = *data;
     return properties;
@@ -134,11 +132,11 @@ std::map<std::uint16_t, StoredProperty> Named(std::optional<StoredProperty> data
 
 TEST(Attachments, BytesAreFoundThroughTheSecondBid)
 {
-    const StoredProperty inSubnode{format::PropertyType::Binary, {}, kDataNid, false};
+    const StoredProperty inSubnode{format::PropertyType::Binary, {}, kDataNid};
     Bytes object(8);
     format::StoreLE(std::span(object), 0, kDataNid);
-    const StoredProperty asObject{format::PropertyType::Object, object, {}, false};
-    const StoredProperty beyondTheHeap{format::PropertyType::Binary, {}, 0x10020, false};
+    const StoredProperty asObject{format::PropertyType::Object, object};
+    const StoredProperty beyondTheHeap{format::PropertyType::Binary, {}, 0x10020};
     const std::vector<SubnodeRef> twoSubnodes = {{0x801F, kSecond, 0}, {kDataNid, kTree, 0}};
     const std::vector<SubnodeRef> missing = {{kDataNid, 0xFFFF0, 0}};
     struct Case {
@@ -157,7 +155,7 @@ TEST(Attachments, BytesAreFoundThroughTheSecondBid)
         {{Named(std::nullopt), 0}, std::nullopt},
         {{Named(asObject), 0}, std::nullopt},
         {{Named(beyondTheHeap), kOwnList, twoSubnodes}, std::nullopt},
-        {{Named(StoredProperty{format::PropertyType::Binary, {}, 0, false}), 0}, ""},
+        {{Named(StoredProperty{format::PropertyType::Binary, {}, 0}), 0}, ""},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         const auto attachments = Recovered(cases[i].attachment);
@@ -171,8 +169,7 @@ TEST(Attachments, OfAListThatDoesNotBeginWithTheTableAreNone)
 {
     StoreMessage mail = With(u"IPM.Note", {File(u"a", "bytes")});
     mail.subnodes = {{0x65F, kTable, 0}};
-    CRecoveryScenario scenario(InInbox({mail}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({mail}));
     EXPECT_TRUE(scenario.OnlyItem(u"\\Inbox").attachments.empty());
 }
 
@@ -185,14 +182,12 @@ TEST(Attachments, TheSameBytesAreNotAttachedWithoutEnd)
     StoreDescription description = InInbox({mail});
     description.atStart = [&](CStoreFile& file) {
         file.SkipTo(0x20000);
-        file.WriteBlock(BuildPropertyContext(Named(std::nullopt), {}, 8176, 16).Finish().front(),
-                        {.bid = kContext});
+        file.WriteBlock(BuildPropertyContext(Named(std::nullopt)).Finish().front(), {.bid = kContext});
         file.WriteBlock(Bytes(8000, std::byte{'b'}), {.bid = kFirst});
         const std::vector<std::uint64_t> children(100, kFirst);
         file.WriteDataTreeBlock(1, 0, children, {.bid = kTree});
     };
-    CRecoveryScenario scenario(description);
-    scenario.Run();
+    CRecoveredStore scenario(description);
     const auto& attachments = scenario.OnlyItem(u"\\Inbox").attachments;
     EXPECT_EQ(attachments.size(), 2u) << "each of them is as large as the file can hold";
     for (const FakeAttachment& attachment : attachments)
@@ -204,8 +199,7 @@ TEST(ContactPicture, IsAddedToTheContactWhichIsSavedOnceMore)
 {
     StoreAttachment picture = File(u"ContactPicture.jpg", Pattern(3000));
     picture.inSubnode = true;
-    CRecoveryScenario scenario(InInbox({With(u"IPM.Contact", {picture, File(u"b", "2"), File(u"c", "3")})}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({With(u"IPM.Contact", {picture, File(u"b", "2"), File(u"c", "3")})}));
     EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Contact"});
     const FakeItem& contact = scenario.OnlyItem(u"\\Inbox");
     ASSERT_EQ(contact.attachments.size(), 3u);
@@ -219,8 +213,7 @@ TEST(ContactPicture, IsAddedToTheContactWhichIsSavedOnceMore)
 TEST(PlaceholderMail, CarriesWhatNoMailCan)
 {
     for (const char16_t* messageClass : {u"IPM.Appointment", u"IPM.Task", u"IPM.Note.Custom"}) {
-        CRecoveryScenario scenario(InInbox({With(messageClass, {File(u"a", "one"), File(u"b", "two")})}));
-        scenario.Run();
+        CRecoveredStore scenario(InInbox({With(messageClass, {File(u"a", "one"), File(u"b", "two")})}));
         const FakeItem& placeholder = scenario.OnlyItem(u"\\Lost & Found");
         EXPECT_EQ(placeholder.messageClass, u"IPM.Note") << platform::ToUtf8(messageClass);
         EXPECT_EQ(placeholder.Text("Subject"), u"UnKnown");
@@ -247,16 +240,14 @@ TEST(PlaceholderMail, IsMadeForANodeThatIsNoItem)
     StoreMessage noItem = BareMail({});
     noItem.properties = {Text(pid::kSubject, u"no class")};
     noItem.attachments = {File(u"a", "one")};
-    CRecoveryScenario scenario(InInbox({noItem}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({noItem}));
     EXPECT_EQ(scenario.OnlyItem(u"\\Lost & Found").attachments.size(), 1u);
 }
 
 TEST(PlaceholderMail, IsNotMadeForNothing)
 {
     StoreAttachment empty = File(u"a", "");
-    CRecoveryScenario scenario(InInbox({With(u"IPM.Appointment", {empty})}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({With(u"IPM.Appointment", {empty})}));
     EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Appointment"});
     EXPECT_EQ(scenario.component.Folder(u"\\Lost & Found"), nullptr);
 }
@@ -274,6 +265,38 @@ TEST(Attachments, AFailingComponentEndsTheNodeAndSavesTheMail)
     EXPECT_EQ(saved[1]->attachments.size(), 1u);
     EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 2u);
     EXPECT_FALSE(scenario.state.failed);
+}
+
+using recovery::IsFileName;
+
+TEST(AttachmentName, NineCharactersBecomeBlanks)
+{
+    EXPECT_EQ(recovery::WithoutSeparators(u"RE: Why? a\\b/c*d<e>f|g\"h.txt"),
+              u"RE  Why  a b c d e f g h.txt");
+    EXPECT_EQ(recovery::WithoutSeparators(u"plain (1) [x] 'y' & z;.txt"), u"plain (1) [x] 'y' & z;.txt");
+    EXPECT_EQ(recovery::WithoutSeparators(u""), u"");
+}
+
+TEST(AttachmentName, TakesWhatEveryHostTakes)
+{
+    using namespace std::string_view_literals;
+    for (const auto name :
+         {u"a"sv, u"report.pdf"sv, u".hidden"sv, u"a b"sv, u" x"sv, u"Gr\u00FC\u00DFe \u6F22"sv,
+          u"CONSOLE.txt"sv, u"COM0"sv, u"COM10"sv, u"COM"sv, u"LPT"sv, u"my.con"sv, u"nul1"sv, u"XCON"sv})
+        EXPECT_TRUE(IsFileName(name)) << platform::ToUtf8(name);
+    EXPECT_TRUE(IsFileName(std::u16string(255, u'x')));
+}
+
+TEST(AttachmentName, RefusesWhatAHostRefuses)
+{
+    using namespace std::string_view_literals;
+    for (const auto name :
+         {u""sv,        u" "sv,       u"."sv,         u".."sv,   u". . ."sv,    u"a\nb"sv,    u"a\0b"sv,
+          u"\x7F"sv,    u"a\u0085"sv, u"tab\t"sv,     u"CON"sv,  u"con"sv,      u"Con.txt"sv, u"NUL"sv,
+          u"nul.a.b"sv, u"AUX"sv,     u"PRN.x"sv,     u"COM1"sv, u"com9.log"sv, u"LPT3"sv,    u"CON .txt"sv,
+          u"CONIN$"sv,  u"conout$"sv, u"COM\u00B2"sv, u"a/b"sv,  u"a\\b"sv,     u"C:"sv,      u"../../x"sv})
+        EXPECT_FALSE(IsFileName(name)) << platform::ToUtf8(name);
+    EXPECT_FALSE(IsFileName(std::u16string(256, u'x')));
 }
 
 }  // namespace

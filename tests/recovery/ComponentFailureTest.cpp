@@ -6,9 +6,6 @@
 namespace pastille::tests {
 namespace {
 
-constexpr std::u16string_view kComponentFailed =
-    u"Some component is missing.Please reinstall the application. ";
-
 StoreDescription TwoMails()
 {
     StoreDescription description;
@@ -17,54 +14,38 @@ StoreDescription TwoMails()
     return description;
 }
 
-TEST(ComponentFailure, OfAPropertyCostsThatProperty)
+TEST(ComponentFailure, CostsWhatItConcernsAndNothingElse)
 {
-    for (const char* property : {"Subject", "SubmitTime", "DisplayTo", "DeliveryTime"}) {
+    struct Case {
+        const char* call;
+        const char* lost = nullptr;  ///< a property of the first mail; none: the mail itself
+    };
+    const Case cases[] = {{"SetText:Subject", "Subject"},
+                          {"SetDate:SubmitTime", "SubmitTime"},
+                          {"SetText:DisplayTo", "DisplayTo"},
+                          {"SetDate:DeliveryTime", "DeliveryTime"},
+                          {"SetText:Body", "Body"},
+                          {"AddItem"},
+                          {"SetFlag:Sent"},
+                          {"Save"}};
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.call);
         CRecoveryScenario scenario(TwoMails());
-        const std::string operation = std::string(property).ends_with("Time") ? "SetDate:" : "SetText:";
-        scenario.component.FailCalls(operation + property, writer::E_FAIL, 0, 1);
+        scenario.component.FailCalls(one.call, writer::E_FAIL, 0, 1);
         scenario.Run();
         const auto saved = scenario.component.Folder(u"\\Inbox")->Saved();
-        ASSERT_EQ(saved.size(), 2u) << property;
-        EXPECT_FALSE(saved[0]->Wrote(property));
-        EXPECT_TRUE(saved[1]->Wrote(property));
-        EXPECT_EQ(saved[0]->Text("SenderName"), u"f");
-        EXPECT_EQ(saved[0]->Text("Body"), u"b1");
-        EXPECT_FALSE(scenario.state.failed);
-    }
-}
-
-TEST(ComponentFailure, OfTheItemItselfCostsThatItem)
-{
-    for (const char* call : {"AddItem", "SetFlag:Sent"}) {
-        CRecoveryScenario scenario(TwoMails());
-        scenario.component.FailCalls(call, writer::E_FAIL, 0, 1);
-        scenario.Run();
-        EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").Text("Subject"), u"two") << call;
+        ASSERT_EQ(saved.size(), one.lost != nullptr ? 2u : 1u);
+        EXPECT_EQ(saved.back()->Text("Subject"), u"two");
+        if (one.lost != nullptr) {
+            EXPECT_FALSE(saved[0]->Wrote(one.lost));
+            EXPECT_TRUE(saved[1]->Wrote(one.lost));
+            EXPECT_EQ(saved[0]->Text("SenderName"), u"f");
+        }
+        EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), saved.size());
+        EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), saved.size());
         EXPECT_FALSE(scenario.state.failed);
         EXPECT_TRUE(scenario.component.committed);
     }
-}
-
-TEST(ComponentFailure, OfTheBodyStillSavesTheMail)
-{
-    CRecoveryScenario scenario(TwoMails());
-    scenario.component.FailCalls("SetText:Body", writer::E_FAIL, 0, 1);
-    scenario.Run();
-    const auto saved = scenario.component.Folder(u"\\Inbox")->Saved();
-    ASSERT_EQ(saved.size(), 2u);
-    EXPECT_FALSE(saved[0]->Wrote("Body"));
-    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 2u);
-}
-
-TEST(ComponentFailure, OfSavingIsNotLoggedAsRecovered)
-{
-    CRecoveryScenario scenario(TwoMails());
-    scenario.component.FailCalls("Save", writer::E_FAIL, 0, 1);
-    scenario.Run();
-    EXPECT_EQ(scenario.component.SavedItems().size(), 1u);
-    EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 1u);
-    EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), 1u);
 }
 
 TEST(ComponentFailure, OfTheFallbackFolderCostsItsItemsOnly)
@@ -133,9 +114,18 @@ TEST(StorageFailure, EndsTheRunAndKeepsWhatWasCompleted)
             expect(call, true, true);
             expect(call, false, false);
         }
-        for (const char* call : {"AddPstStore", "AddFolder:Notes"}) {
+    }
+}
+
+TEST(ComponentFailure, InTheSetUpEndsTheRunAndLeavesNoStore)
+{
+    for (const char* call : {"AddProfile", "Logon", "AddPstStore", "AddFolder:Contacts", "AddFolder:Calendar",
+                             "SetDefaultFolderKind:13", "SetFolderFlag"}) {
+        for (const auto error : {writer::E_FAIL, writer::E_MEDIUMFULL}) {
             CRecoveryScenario scenario(TwoMails());
-            ExpectEarlyEnd(scenario, {call}, error, false, std::u16string(kComponentFailed));
+            ExpectEarlyEnd(scenario, {call}, error, false,
+                           u"Some component is missing.Please reinstall the application. ");
+            EXPECT_FALSE(scenario.component.committed);
         }
     }
 }
@@ -164,8 +154,7 @@ TEST(StorageFailure, KeepsAStoreThatCannotBeOpenedNow)
 
 TEST(CloseOutput, ReleasesTheSessionBeforeTheStore)
 {
-    CRecoveryScenario scenario(TwoMails());
-    scenario.Run();
+    CRecoveredStore scenario(TwoMails());
     const auto& calls = scenario.component.calls;
     const auto commit = std::ranges::find(calls, "Commit");
     ASSERT_NE(commit, calls.end());
@@ -175,8 +164,7 @@ TEST(CloseOutput, ReleasesTheSessionBeforeTheStore)
 
 TEST(RecoveryPipeline, ServesOneRunAfterTheOther)
 {
-    CRecoveryScenario first(TwoMails());
-    first.Run();
+    CRecoveredStore first(TwoMails());
     CRecoveryScenario second(TwoMails());
     CSourceInMemory none({});
     // The same pipeline meets a source that cannot be used: nothing of the run before may show.

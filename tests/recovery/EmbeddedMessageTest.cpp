@@ -14,11 +14,6 @@ StoreMessage Item(std::u16string_view subject, std::u16string messageClass = u"I
     return item;
 }
 
-StoreAttachment Embedding(StoreMessage message, std::u16string_view displayName)
-{
-    return Embed(std::make_shared<StoreMessage>(std::move(message)), displayName);
-}
-
 /// Embeds nothing of its own, but what these subnodes refer to.
 StoreAttachment Referring(std::vector<SubnodeRef> subnodes)
 {
@@ -37,78 +32,54 @@ std::size_t CountEmbedded(const FakeItem& item)
     return count;
 }
 
-std::size_t DepthOf(const FakeItem& item)
+TEST(EmbeddedMessages, ThreeDeepAreLoggedAndCountedWithTheirMail)
 {
-    std::size_t depth = 0;
-    for (const FakeAttachment& attachment : item.attachments) {
-        if (attachment.embedded)
-            depth = std::max(depth, 1 + DepthOf(*attachment.embedded));
-    }
-    return depth;
-}
+    StoreMessage innermost = Item(u"innermost", u"IPM.Contact");
+    innermost.attachments = {File(u"face.jpg", "picture")};
+    StoreMessage middle = Item(u"middle");
+    middle.attachments = {File(u"m.txt", "file of middle"), Embed(innermost, u"A contact")};
+    StoreMessage outer = Item(u"outer");
+    outer.attachments = {Embed(middle, u"FW: middle?"), File(u"o.txt", "file of outer")};
+    CRecoveredStore scenario(InInbox({outer}));
 
-TEST(EmbeddedMessages, ThreeDeepInEveryVariant)
-{
-    using enum format::Variant;
-    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
-        StoreFormat format = FormatOf(variant);
-        StoreMessage innermost = Item(u"innermost", u"IPM.Contact");
-        innermost.attachments = {File(u"face.jpg", "picture")};
-        StoreMessage middle = Item(u"middle");
-        middle.attachments = {File(u"m.txt", "file of middle"), Embedding(innermost, u"A contact")};
-        StoreMessage outer = Item(u"outer");
-        outer.attachments = {Embedding(middle, u"FW: middle?"), File(u"o.txt", "file of outer")};
-        CRecoveryScenario scenario(InInbox({outer}, format));
-        scenario.Run();
+    const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
+    ASSERT_EQ(mail.attachments.size(), 2u);
+    const FakeAttachment& first = mail.attachments[1];
+    EXPECT_EQ(first.displayName, u"FW  middle ");
+    ASSERT_TRUE(first.embedded && first.embedded->attachments.size() == 2u);
+    EXPECT_EQ(first.embedded->saves, 1);
+    const FakeItem& contact = *first.embedded->attachments[1].embedded;
+    EXPECT_EQ(contact.saves, 1) << "only when it has its place";
+    ASSERT_EQ(contact.attachments.size(), 1u);
+    EXPECT_TRUE(contact.attachments[0].isPicture);
 
-        EXPECT_EQ(scenario.component.SavedItems(), std::vector<std::string>{"\\Inbox: IPM.Note"});
-        const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
-        ASSERT_EQ(mail.attachments.size(), 2u);
-        EXPECT_EQ(mail.attachments[0].bytes, "file of outer");
-        const FakeAttachment& first = mail.attachments[1];
-        EXPECT_EQ(first.displayName, u"FW  middle ");
-        ASSERT_TRUE(first.embedded);
-        EXPECT_EQ(first.embedded->Text("Subject"), u"middle");
-        EXPECT_EQ(first.embedded->Text("Body"), u"body of middle");
-        EXPECT_EQ(first.embedded->saves, 1);
-        ASSERT_EQ(first.embedded->attachments.size(), 2u);
-        EXPECT_EQ(first.embedded->attachments[0].bytes, "file of middle");
-        const FakeItem& contact = *first.embedded->attachments[1].embedded;
-        EXPECT_EQ(contact.messageClass, u"IPM.Contact");
-        EXPECT_EQ(contact.Text("Subject"), u"innermost");
-        EXPECT_EQ(contact.saves, 1) << "only when it has its place";
-        ASSERT_EQ(contact.attachments.size(), 1u);
-        EXPECT_TRUE(contact.attachments[0].isPicture);
-
-        EXPECT_EQ(scenario.CountInLog(u"\r\n\r\nMail Subject: outer\r\nAttached Embedded Message: FW  middle "
-                                      u"\r\nAttachment File Name: o.txt"
-                                      u"\r\n\r\nMail Subject: middle\r\nAttachment File Name: m.txt"
-                                      u"\r\nAttached Embedded Message: A contact"
-                                      u"\r\n\r\nContact Subject: innermost\r\nAttachment File Name: face.jpg"
-                                      u"\r\nStatus: Recovered\r\n"),
-                  1u);
-        const auto& figures = scenario.pipeline->Figures();
-        EXPECT_EQ(figures.embeddedMessages, 2u);
-        EXPECT_EQ(figures.attachments, 3u);
-        EXPECT_EQ(figures.ItemsOf(recovery::ItemFamily::Mail), 1u);
-        EXPECT_EQ(figures.ItemsOf(recovery::ItemFamily::Contact), 0u);
-        EXPECT_EQ(std::ranges::count(scenario.frontEnd.Cells(), "3:outer"), 1);
-        EXPECT_EQ(std::ranges::count(scenario.frontEnd.Cells(), "3:middle"), 0) << "has no row of its own";
-    }
+    EXPECT_EQ(scenario.CountInLog(u"\r\n\r\nMail Subject: outer\r\nAttached Embedded Message: FW  middle "
+                                  u"\r\nAttachment File Name: o.txt"
+                                  u"\r\n\r\nMail Subject: middle\r\nAttachment File Name: m.txt"
+                                  u"\r\nAttached Embedded Message: A contact"
+                                  u"\r\n\r\nContact Subject: innermost\r\nAttachment File Name: face.jpg"
+                                  u"\r\nStatus: Recovered\r\n"),
+              1u);
+    const auto& figures = scenario.pipeline->Figures();
+    EXPECT_EQ(figures.embeddedMessages, 2u);
+    EXPECT_EQ(figures.attachments, 3u);
+    EXPECT_EQ(figures.ItemsOf(recovery::ItemFamily::Mail), 1u);
+    EXPECT_EQ(figures.ItemsOf(recovery::ItemFamily::Contact), 0u);
+    EXPECT_EQ(std::ranges::count(scenario.frontEnd.Cells(), "3:outer"), 1);
+    EXPECT_EQ(std::ranges::count(scenario.frontEnd.Cells(), "3:middle"), 0) << "has no row of its own";
 }
 
 TEST(EmbeddedMessages, TheMethodOverridesWhatTheNamesSay)
 {
     StoreMessage mail = Item(u"outer");
-    StoreAttachment named = Embedding(Item(u"named"), u"display");
+    StoreAttachment named = Embed(Item(u"named"), u"display");
     named.omitted = {};
     named.fileName = u"message.msg";
-    StoreAttachment withoutMethod = Embedding(Item(u"without method"), u"no method");
+    StoreAttachment withoutMethod = Embed(Item(u"without method"), u"no method");
     withoutMethod.omitted.push_back(pid::kAttachMethod);
-    StoreAttachment untitled = Embedding(Item(u"untitled"), u"Untitled Attachment");
+    StoreAttachment untitled = Embed(Item(u"untitled"), u"Untitled Attachment");
     mail.attachments = {named, withoutMethod, untitled};
-    CRecoveryScenario scenario(InInbox({mail}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({mail}));
     std::vector<std::u16string> names;
     for (const FakeAttachment& attachment : scenario.OnlyItem(u"\\Inbox").attachments) {
         EXPECT_TRUE(attachment.embedded);
@@ -124,23 +95,19 @@ TEST(EmbeddedMessages, GiveTheirParentTheSentStateOnceMore)
 {
     StoreMessage draft = Item(u"draft");
     draft.flags = 8;
-    CRecoveryScenario plain(InInbox({draft}));
-    plain.Run();
+    CRecoveredStore plain(InInbox({draft}));
     EXPECT_EQ(plain.OnlyItem(u"\\Inbox").numbers.at("Sent"), 0);
-    draft.attachments = {Embedding(Item(u"inner"), u"inner")};
-    CRecoveryScenario scenario(InInbox({draft}));
-    scenario.Run();
+    draft.attachments = {Embed(Item(u"inner"), u"inner")};
+    CRecoveredStore scenario(InInbox({draft}));
     EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").numbers.at("Sent"), 1);
 }
 
 TEST(EmbeddedMessages, AreCreatedByTheirClassWithoutRouting)
 {
     StoreMessage outer = Item(u"outer");
-    outer.attachments = {Embedding(Item(u"skipped", u"IPM.Custom"), u"skipped"),
-                         Embedding(Item(u"short", u"IP"), u"short"),
-                         Embedding(Item(u"task", u"IPM.Task"), u"task")};
-    CRecoveryScenario scenario(InInbox({outer}));
-    scenario.Run();
+    outer.attachments = {Embed(Item(u"skipped", u"IPM.Custom"), u"skipped"),
+                         Embed(Item(u"short", u"IP"), u"short"), Embed(Item(u"task", u"IPM.Task"), u"task")};
+    CRecoveredStore scenario(InInbox({outer}));
     const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
     ASSERT_EQ(mail.attachments.size(), 2u);
     EXPECT_EQ(mail.attachments[0].embedded->messageClass, u"IPM.Task");
@@ -153,10 +120,9 @@ TEST(EmbeddedMessages, AreCreatedByTheirClassWithoutRouting)
 TEST(EmbeddedMessages, OfAnItemThatIsNoMailGoToThePlaceholder)
 {
     StoreMessage appointment = Item(u"meeting", u"IPM.Appointment");
-    appointment.attachments = {Embedding(Item(u"exception", u"IPM.Appointment"), u"exception"),
+    appointment.attachments = {Embed(Item(u"exception", u"IPM.Appointment"), u"exception"),
                                File(u"agenda.txt", "agenda")};
-    CRecoveryScenario scenario(InInbox({appointment}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({appointment}));
     EXPECT_EQ(scenario.component.SavedItems(),
               (std::vector<std::string>{"\\Inbox: IPM.Appointment", "\\Lost & Found: IPM.Note"}));
     const FakeItem& placeholder = scenario.OnlyItem(u"\\Lost & Found");
@@ -164,9 +130,8 @@ TEST(EmbeddedMessages, OfAnItemThatIsNoMailGoToThePlaceholder)
     EXPECT_EQ(placeholder.attachments[0].bytes, "agenda");
     EXPECT_EQ(placeholder.attachments[1].embedded->messageClass, u"IPM.Appointment");
 
-    appointment.attachments = {Embedding(Item(u"skipped", u"IPM.Custom"), u"skipped")};
-    CRecoveryScenario nothing(InInbox({appointment}));
-    nothing.Run();
+    appointment.attachments = {Embed(Item(u"skipped", u"IPM.Custom"), u"skipped")};
+    CRecoveredStore nothing(InInbox({appointment}));
     EXPECT_EQ(nothing.component.Folder(u"\\Lost & Found"), nullptr) << "there is nothing to carry";
 }
 
@@ -177,9 +142,8 @@ TEST(EmbeddedMessages, FilesOfOnesThatAreNoMailsStayWithTheirMail)
     StoreMessage meeting = Item(u"meeting", u"IPM.Appointment");
     meeting.attachments = {File(u"agenda.txt", "agenda")};
     StoreMessage outer = Item(u"outer");
-    outer.attachments = {Embedding(skipped, u"skipped"), Embedding(meeting, u"meeting")};
-    CRecoveryScenario scenario(InInbox({outer}));
-    scenario.Run();
+    outer.attachments = {Embed(skipped, u"skipped"), Embed(meeting, u"meeting")};
+    CRecoveredStore scenario(InInbox({outer}));
     const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
     ASSERT_EQ(mail.attachments.size(), 3u);
     EXPECT_EQ(mail.attachments[0].embedded->messageClass, u"IPM.Appointment");
@@ -197,12 +161,11 @@ TEST(EmbeddedMessages, StopAtTheThirtySecondLevel)
     mail.attachments = {File(u"deepest", "too deep")};
     for (std::size_t level = kDeepest + 1; level-- > 0;) {
         StoreMessage outer = Item(u"level");
-        outer.attachments = {File(u"file", "file"), Embedding(mail, u"below")};
+        outer.attachments = {File(u"file", "file"), Embed(mail, u"below")};
         mail = outer;
     }
-    CRecoveryScenario scenario(InInbox({mail}));
-    scenario.Run();
-    EXPECT_EQ(DepthOf(scenario.OnlyItem(u"\\Inbox")), kDeepest);
+    CRecoveredStore scenario(InInbox({mail}));
+    EXPECT_EQ(CountEmbedded(scenario.OnlyItem(u"\\Inbox")), kDeepest);
     EXPECT_EQ(scenario.pipeline->Figures().embeddedMessages, kDeepest);
     EXPECT_EQ(scenario.pipeline->Figures().attachments, kDeepest + 1) << "the last item keeps its files";
 }
@@ -218,28 +181,26 @@ TEST(EmbeddedMessages, CyclesAreCut)
     StoreMessage outer = Item(u"outer");
     outer.dataBid = kOuter;
     outer.subnodesBid = kOuterList;
-    outer.attachments = {Embedding(inner, u"inner"), Referring({{0x200024, kOuter + 1, kOuterList}})};
-    CRecoveryScenario scenario(InInbox({outer}));
-    scenario.Run();
+    outer.attachments = {Embed(inner, u"inner"), Referring({{0x200024, kOuter + 1, kOuterList}})};
+    CRecoveredStore scenario(InInbox({outer}));
     EXPECT_EQ(CountEmbedded(scenario.OnlyItem(u"\\Inbox")), 1u);
     EXPECT_EQ(scenario.CountInLog(u"Status: Recovered"), 1u);
 }
 
 TEST(EmbeddedMessages, ABlockIsEnteredEightTimesAtMost)
 {
-    StoreAttachment shared = Embedding(Item(u"shared"), u"shared");
+    StoreAttachment shared = Embed(Item(u"shared"), u"shared");
     shared.shareEmbedded = true;
     StoreMessage outer = Item(u"outer");
     outer.attachments.assign(12, shared);
-    CRecoveryScenario scenario(InInbox({outer}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({outer}));
     EXPECT_EQ(CountEmbedded(scenario.OnlyItem(u"\\Inbox")), 8u);
 }
 
 TEST(EmbeddedMessages, AFailureCostsTheOneThatFails)
 {
     StoreMessage outer = Item(u"outer");
-    outer.attachments = {Embedding(Item(u"one"), u"one"), Embedding(Item(u"two"), u"two")};
+    outer.attachments = {Embed(Item(u"one"), u"one"), Embed(Item(u"two"), u"two")};
     CRecoveryScenario scenario(InInbox({outer}));
     scenario.component.FailCalls("AddAttachment:two", writer::E_FAIL);
     scenario.Run();

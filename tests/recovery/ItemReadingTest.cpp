@@ -9,42 +9,43 @@ namespace pid = format::pid;
 
 FakeItem Recovered(const StoreMessage& mail, StoreFormat format = {})
 {
-    CRecoveryScenario scenario(InInbox({mail}, format));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({mail}, format));
     return scenario.OnlyItem(u"\\Inbox");
 }
 
-TEST(MailReading, AWholeMailInEveryVariant)
+TEST(MailReading, AMailHasItsRowAndItsDates)
 {
-    using enum format::Variant;
-    for (const auto variant : {Ansi, Unicode, Unicode4k}) {
-        for (const bool ost : {false, true}) {
-            StoreFormat format;
-            format.variant = variant;
-            format.ost = ost;
-            CRecoveryScenario scenario(
-                InInbox({Mail(u"Caf\u00E9", u"Ann Other", u"Text", FileTime(2026, 11, 22))}, format));
-            scenario.Run();
-            const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
-            EXPECT_EQ(mail.Text("Subject"), u"Caf\u00E9");
-            EXPECT_EQ(mail.Text("SentRepresentingName"), u"Ann Other");
-            EXPECT_EQ(mail.Text("DisplayTo"), u"Archive");
-            EXPECT_EQ(mail.Text("Body"), u"Text");
-            EXPECT_EQ(mail.dates.at("SubmitTime"), 46'348.0);
-            EXPECT_EQ(mail.numbers.at("Sent"), 1);
-            EXPECT_EQ(mail.numbers.at("UnRead"), 0);
-            EXPECT_EQ(
-                scenario.frontEnd.Cells(),
-                (std::vector<std::string>{"1:Ann Other", "2:Archive", "3:Caf\xC3\xA9", "4:11 /22 /2026"}));
-            EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), 1u);
-        }
-    }
+    CRecoveredStore scenario(InInbox({Mail(u"Caf\u00E9", u"Ann Other", u"Text", FileTime(2026, 11, 22))}));
+    const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
+    EXPECT_EQ(mail.Text("SentRepresentingName"), u"Ann Other");
+    EXPECT_EQ(mail.dates.at("SubmitTime"), 46'348.0);
+    EXPECT_EQ(mail.numbers.at("Sent"), 1);
+    EXPECT_EQ(mail.numbers.at("UnRead"), 0);
+    EXPECT_EQ(scenario.frontEnd.Cells(),
+              (std::vector<std::string>{"1:Ann Other", "2:Archive", "3:Caf\xC3\xA9", "4:11 /22 /2026"}));
+    EXPECT_EQ(scenario.pipeline->Figures().ItemsOf(recovery::ItemFamily::Mail), 1u);
+}
+
+TEST(MailReading, WhatNamesNoCodePageIsReadInThatOfTheRun)
+{
+    StoreDescription description =
+        InInbox({BareMail({InSubnode(Text(pid::kBody, u"\u0416\u0417"))})}, FormatOf(format::Variant::Ansi));
+    description.codePage = "windows-1251";
+    CRecoveryScenario narrow(description);
+    narrow.settings.codePage = description.codePage;
+    narrow.Run();
+    EXPECT_EQ(narrow.OnlyItem(u"\\Inbox").Text("Body"), u"\u0416\u0417");
+    CRecoveryScenario html(
+        InInbox({BareMail({InSubnode(Text(pid::kBody, u"plain")), InSubnode(Binary(pid::kHtml, "\xC6"))})}));
+    html.settings.codePage = description.codePage;
+    html.Run();
+    EXPECT_EQ(html.OnlyItem(u"\\Inbox").Text("HtmlBody"), u"\u0416");
+    EXPECT_EQ(html.OnlyItem(u"\\Inbox").numbers.at("InternetCodepage"), 1251);
 }
 
 TEST(MailReading, TheLogTellsSubjectAndSaving)
 {
-    CRecoveryScenario scenario(InInbox({Mail(u"One", u"f", u"b", 0), BareMail({})}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({Mail(u"One", u"f", u"b", 0), BareMail({})}));
     EXPECT_EQ(scenario.CountInLog(u"\r\n\r\nMail Subject: One\r\nStatus: Recovered\r\n"), 1u);
     EXPECT_EQ(scenario.CountInLog(u"Mail Subject: "), 1u) << "none for the mail without a subject";
     EXPECT_EQ(scenario.CountInLog(u"Status: Recovered\r\n"), 2u);
@@ -72,9 +73,8 @@ TEST(MailReading, PropertiesBeforeTheClassReachNoWriter)
 TEST(MailReading, ATextOutsideTheHeapIsReadFromItsSubnode)
 {
     const std::u16string recipients(5000, u'r');
-    CRecoveryScenario scenario(InInbox({BareMail(
+    CRecoveredStore scenario(InInbox({BareMail(
         {InSubnode(Text(pid::kDisplayTo, recipients)), InSubnode(Text(pid::kSubject, u"in a subnode"))})}));
-    scenario.Run();
     const FakeItem& mail = scenario.OnlyItem(u"\\Inbox");
     EXPECT_TRUE(mail.Text("DisplayTo") == recipients);
     EXPECT_EQ(mail.Text("Subject"), u"in a subnode");
@@ -96,8 +96,7 @@ TEST(MailReading, AClassOutsideTheHeapGivesNoItem)
 {
     StoreMessage damaged = BareMail({Text(pid::kSubject, u"s")});
     damaged.properties.back().hnid = 0x7FE0;
-    CRecoveryScenario scenario(InInbox({damaged}));
-    scenario.Run();
+    CRecoveredStore scenario(InInbox({damaged}));
     EXPECT_EQ(scenario.component.CountCalls("AddItem"), 0u);
     EXPECT_FALSE(scenario.state.failed);
 }
@@ -112,8 +111,7 @@ TEST(ItemFinishing, OtherFamiliesAreSavedAndLogged)
     for (const auto& [messageClass, label] : cases) {
         StoreMessage item;
         item.messageClass = messageClass;
-        CRecoveryScenario scenario(InInbox({item}));
-        scenario.Run();
+        CRecoveredStore scenario(InInbox({item}));
         EXPECT_EQ(scenario.OnlyItem(u"\\Inbox").messageClass, messageClass);
         EXPECT_EQ(scenario.CountInLog(std::u16string(u"\r\n\r\n") + label), 1u)
             << platform::ToUtf8(messageClass);

@@ -7,15 +7,6 @@ namespace {
 
 constexpr std::uint32_t kNoSuchFolder = 0x9FC2;
 
-std::vector<std::string> SavedOf(const StoreFolder& folder)
-{
-    StoreDescription description;
-    description.folders = {folder};
-    CRecoveryScenario scenario(description);
-    scenario.Run();
-    return scenario.component.SavedItems();
-}
-
 using Lines = std::vector<std::string>;
 
 TEST(ItemRouting, EveryKindOfClassFindsItsPlace)
@@ -49,21 +40,19 @@ TEST(ItemRouting, EveryKindOfClassFindsItsPlace)
         {u"xxF", false},
     };
     for (const Case& row : cases) {
-        const auto saved = SavedOf({.name = u"Mixed", .messages = {ItemOf(row.messageClass)}});
+        const CRecoveredStore scenario(
+            InFolders({{.name = u"Mixed", .messages = {ItemOf(row.messageClass)}}}));
         const auto expected = row.created ? Lines{"\\Mixed: " + platform::ToUtf8(row.messageClass)} : Lines();
-        EXPECT_EQ(saved, expected) << platform::ToUtf8(row.messageClass);
+        EXPECT_EQ(scenario.component.SavedItems(), expected) << platform::ToUtf8(row.messageClass);
     }
 }
 
 TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
 {
-    StoreDescription description;
-    description.folders = {
-        {.name = u"Inbox",
-         .messages = {ItemOf(u"IPM.Note", kNoSuchFolder), ItemOf(u"IPM.Contact", kNoSuchFolder),
-                      ItemOf(u"IPM.Note.Custom", kNoSuchFolder), ItemOf(u"IP"), ItemOf(u"IPM.Note")}}};
-    CRecoveryScenario scenario(description);
-    scenario.Run();
+    CRecoveredStore scenario(InFolders(
+        {{.name = u"Inbox",
+          .messages = {ItemOf(u"IPM.Note", kNoSuchFolder), ItemOf(u"IPM.Contact", kNoSuchFolder),
+                       ItemOf(u"IPM.Note.Custom", kNoSuchFolder), ItemOf(u"IP"), ItemOf(u"IPM.Note")}}}));
 
     Lines saved = scenario.component.SavedItems();
     std::ranges::sort(saved);
@@ -85,11 +74,8 @@ TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
 
 TEST(ItemRouting, ASourceFolderLostAndFoundIsTheSameFolder)
 {
-    StoreDescription description;
-    description.folders = {
-        {.name = u"Lost & Found", .messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Note", kNoSuchFolder)}}};
-    CRecoveryScenario scenario(description);
-    scenario.Run();
+    CRecoveredStore scenario(InFolders(
+        {{.name = u"Lost & Found", .messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Note", kNoSuchFolder)}}}));
     EXPECT_EQ(scenario.component.SavedItems(),
               (Lines{"\\Lost & Found: IPM.Note", "\\Lost & Found: IPM.Note"}));
 }
@@ -98,8 +84,7 @@ TEST(ItemRouting, TheTopFolderIsTheRootOfTheNewStore)
 {
     StoreDescription description;
     description.messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Contact")};
-    CRecoveryScenario scenario(description);
-    scenario.Run();
+    CRecoveredStore scenario(description);
     // A contact has no folder of its own there to look for, so it goes to the default one.
     EXPECT_EQ(scenario.component.SavedItems(), (Lines{": IPM.Note", "\\Contacts: IPM.Contact"}));
     const auto announced = scenario.frontEnd.All<platform::FolderMessage>();
@@ -109,11 +94,9 @@ TEST(ItemRouting, TheTopFolderIsTheRootOfTheNewStore)
 
 TEST(ItemRouting, AMissingFolderIsMadeUnderTheDefaultFolderOfItsKind)
 {
-    StoreDescription description;
-    description.folders = {{.name = u"My tasks", .messages = {ItemOf(u"IPM.Task")}},
-                           {.name = u"My rules", .messages = {ItemOf(u"IPM.MessageManager")}},
-                           {.name = u"My mails", .messages = {ItemOf(u"IPM.Note")}}};
-    CRecoveryScenario scenario(description);
+    CRecoveryScenario scenario(InFolders({{.name = u"My tasks", .messages = {ItemOf(u"IPM.Task")}},
+                                          {.name = u"My rules", .messages = {ItemOf(u"IPM.MessageManager")}},
+                                          {.name = u"My mails", .messages = {ItemOf(u"IPM.Note")}}}));
     for (const char* name : {"AddFolder:My tasks", "AddFolder:My rules", "AddFolder:My mails"})
         scenario.component.FailCalls(name, writer::E_FAIL, 0, 2);  // both attempts of the folder phase
     scenario.Run();
@@ -125,9 +108,8 @@ TEST(ItemRouting, AMissingFolderIsMadeUnderTheDefaultFolderOfItsKind)
 
 TEST(ItemRouting, AnItemWhoseParentFolderDoesNotResolveIsNotPutElsewhere)
 {
-    StoreDescription description;
-    description.folders = {{.name = u"A", .folders = {{.name = u"B", .messages = {ItemOf(u"IPM.Contact")}}}}};
-    CRecoveryScenario scenario(description);
+    CRecoveryScenario scenario(
+        InFolders({{.name = u"A", .folders = {{.name = u"B", .messages = {ItemOf(u"IPM.Contact")}}}}}));
     scenario.component.FailCalls("AddFolder:A", writer::E_FAIL);
     scenario.component.FailCalls("AddFolder:B", writer::E_FAIL);
     scenario.Run();
@@ -136,11 +118,9 @@ TEST(ItemRouting, AnItemWhoseParentFolderDoesNotResolveIsNotPutElsewhere)
 
 TEST(ItemRouting, AnItemThatTheComponentDoesNotGiveIsPassedOver)
 {
-    StoreDescription description;
-    description.folders = {
-        {.name = u"Inbox",
-         .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Note"), ItemOf(u"XYZ"), ItemOf(u"AAA")}}};
-    CRecoveryScenario scenario(description);
+    CRecoveryScenario scenario(InFolders(
+        {{.name = u"Inbox",
+          .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Note"), ItemOf(u"XYZ"), ItemOf(u"AAA")}}}));
     scenario.component.classesWithoutItem = {u"IPM.Contact", u"IPM.Note", u"XYZ"};
     scenario.Run();
     EXPECT_EQ(scenario.component.SavedItems(), (Lines{"\\Inbox: AAA"}));

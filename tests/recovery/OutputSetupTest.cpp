@@ -10,9 +10,6 @@
 namespace pastille::tests {
 namespace {
 
-constexpr std::u16string_view kComponentFailed =
-    u"Some component is missing.Please reinstall the application. ";
-
 TEST(OutputNames, ComeFromTheSourceNameUpToItsFirstDot)
 {
     const std::pair<const char*, const char*> cases[] = {
@@ -46,8 +43,7 @@ TEST(OutputNames, DestinationLosesOneTrailingSeparatorAndTheRootStaysTheRoot)
 
 TEST(OutputSetup, AsksTheComponentInOrderAndMakesTheSpecialFolders)
 {
-    CRecoveryScenario scenario;
-    scenario.Run();
+    CRecoveredStore scenario;
 
     const std::vector<std::string> expected = {
         "FindProfile:Pastille", "AddProfile:Pastille", "Logon:Pastille",
@@ -113,22 +109,6 @@ TEST(OutputSetup, AnUnregisteredComponentStartsTheHelper)
     }
 }
 
-TEST(OutputSetup, AFailingComponentEndsTheRunAndLeavesNoStore)
-{
-    for (const char* call : {"AddProfile", "Logon", "AddPstStore", "AddFolder:Contacts", "AddFolder:Calendar",
-                             "SetDefaultFolderKind:13", "SetFolderFlag"}) {
-        CRecoveryScenario scenario;
-        scenario.component.FailCalls(call, writer::E_FAIL);
-        scenario.Run();
-        EXPECT_TRUE(scenario.state.failed) << call;
-        EXPECT_EQ(scenario.frontEnd.BoxTexts(), std::vector<std::u16string>{std::u16string(kComponentFailed)})
-            << call;
-        EXPECT_FALSE(exists(scenario.state.outputPath)) << call;
-        EXPECT_FALSE(scenario.component.committed) << call;
-        EXPECT_EQ(scenario.component.CountCalls("AddItem"), 0u) << call;
-    }
-}
-
 TEST(RunLog, StartsWithItsHeaderByteForByte)
 {
     CRecoveryScenario scenario;
@@ -148,16 +128,13 @@ TEST(RunLog, StartsWithItsHeaderByteForByte)
         u"\r\n\r\n---------Recovering name of folders and mail items---------";
     EXPECT_EQ(scenario.Log().substr(0, header.size()), header);
 
-    CRecoveryScenario normal;
-    normal.Run();
+    CRecoveredStore normal;
     EXPECT_TRUE(normal.Log().starts_with(u"Validation Successful in Normal Scan\n\n\r\n\nSource"));
 }
 
 TEST(RunLog, TheRunGoesOnWithoutALog)
 {
-    StoreDescription description;
-    description.folders = {{.name = u"Inbox", .messages = {Mail(u"S", u"F", u"B", 0)}}};
-    CRecoveryScenario scenario(description);
+    CRecoveryScenario scenario(InFolders({{.name = u"Inbox", .messages = {Mail(u"S", u"F", u"B", 0)}}}));
     scenario.faults.failingCreate = 1;  // the log is the first file that the run itself creates
     scenario.Run();
     EXPECT_FALSE(exists(scenario.state.logPath));
@@ -169,13 +146,13 @@ TEST(RunLog, AFailingWriteCostsTheEntriesThatWaitedForIt)
 {
     CTemporaryFolder folder;
     FileFaults faults;
-    faults.failingWrite = 2;
+    faults.diskBytes = 2;
     CFaultyFileSystem fileSystem(faults);
     recovery::CRunLog log;
     log.Create(fileSystem, folder / "log");
     log.Write(u"lost");
     log.Write(std::u16string(100'000, u'x'));  // more than waits
-    fileSystem.faults.failingWrite.reset();
+    fileSystem.faults.diskBytes.reset();
     log.Write(u"three");
     log.Close();
     log.Write(u"never");

@@ -14,16 +14,6 @@ recovery::Clock FixedClock()
     return [] { return std::chrono::system_clock::from_time_t(1'795'381'509); };
 }
 
-StoreFormat FormatOf(format::Variant variant, bool ost)
-{
-    StoreFormat format;
-    format.variant = variant;
-    format.ost = ost;
-    if (variant == format::Variant::Unicode4k)
-        format.crypt = format::CryptMethod::None;
-    return format;
-}
-
 StoreDescription InInbox(std::vector<StoreMessage> messages, StoreFormat format)
 {
     StoreDescription description;

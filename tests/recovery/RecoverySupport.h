@@ -41,8 +41,6 @@ private:
     std::span<const std::byte> m_store;
 };
 
-/// A variant with an encoding that all readers decode alike; packed blocks of 4 KB files are not encoded.
-StoreFormat FormatOf(format::Variant variant, bool ost = false);
 /// A store with one folder, "Inbox", that holds these.
 StoreDescription InInbox(std::vector<StoreMessage> messages, StoreFormat format = {});
 /// A mail with nothing but its class and these.
@@ -78,6 +76,15 @@ public:
 
 private:
     CBuiltStore m_store;
+};
+
+/// One that has been run.
+class CRecoveredStore : public CRecoveryScenario {
+public:
+    explicit CRecoveredStore(const StoreDescription& description = {}) : CRecoveryScenario(description)
+    {
+        Run();
+    }
 };
 
 }  // namespace pastille::tests

@@ -38,8 +38,7 @@ recovery::SummaryCounts Summarize(CRecoveryScenario& scenario)
 
 TEST(RunSummary, CountsByTheClassOfTheFolder)
 {
-    CRecoveryScenario scenario(MixedStore());
-    scenario.Run();
+    CRecoveredStore scenario(MixedStore());
     const std::u16string logBefore = scenario.Log();
     const auto counts = Summarize(scenario);
 
@@ -60,8 +59,7 @@ TEST(RunSummary, CountsByTheClassOfTheFolder)
 
 TEST(RunSummary, EachPathCountsOnce)
 {
-    CRecoveryScenario scenario(MixedStore());
-    scenario.Run();
+    CRecoveredStore scenario(MixedStore());
     recovery::CRunSummary summary;
     for (int i = 0; i < 3; ++i)
         summary.Note({4386, u"\\Tasks", u"IPF.Task"});
@@ -77,8 +75,7 @@ TEST(RunSummary, EachPathCountsOnce)
 
 TEST(RunSummary, CountsWithoutALogAndSurvivesAFailingComponent)
 {
-    CRecoveryScenario scenario(MixedStore());
-    scenario.Run();
+    CRecoveredStore scenario(MixedStore());
     remove(scenario.state.logPath);
     EXPECT_EQ(Summarize(scenario).total, 10u);
     EXPECT_FALSE(exists(scenario.state.logPath));

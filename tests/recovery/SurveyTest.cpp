@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 
 #include "format/Bytes.h"
 #include "recovery/Survey.h"
 #include "tests/recovery/RecoverySupport.h"
+#include "tests/support/Samples.h"
 
 namespace pastille::tests {
 namespace {
@@ -127,7 +127,7 @@ void ClassTwice(CBuiltStore& store, const std::string& label, bool hasValue)
 
 TEST(Survey, CountsWhatARepairBrings)
 {
-    for (const auto variant : {format::Variant::Ansi, format::Variant::Unicode, format::Variant::Unicode4k}) {
+    for (const auto variant : kAllVariants) {
         CBuiltStore store(Everything(variant));
         ClassTwice(store, "twice", true);
         ClassTwice(store, "mail", false);
@@ -164,18 +164,13 @@ TEST(Survey, CountsWhatARepairBrings)
 
 TEST(Survey, CountsWhatARepairOfARealFileBrings)
 {
-    const char* const chosen = std::getenv("PASTILLE_SAMPLES");
-    std::error_code error;
-    bool any = false;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(chosen != nullptr ? chosen : PASTILLE_SAMPLES_DEFAULT, error)) {
-        if (entry.path().extension() != ".pst" && entry.path().extension() != ".ost")
-            continue;
-        any = true;
+    if (Samples().empty())
+        GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
+    for (const std::filesystem::path& sample : Samples()) {
+        SCOPED_TRACE(sample);
         for (const bool smart : {false, true}) {
-            SCOPED_TRACE(entry.path());
             platform::RunSettings settings;
-            settings.sourcePath = entry.path();
+            settings.sourcePath = sample;
             settings.smartScan = smart;
             CRecordingFrontEnd frontEnd;
             const auto survey = SurveyOf(platform::HostFileSystem(), settings, frontEnd);
@@ -187,8 +182,6 @@ TEST(Survey, CountsWhatARepairOfARealFileBrings)
                 << "no file here is damaged, all have old pages and blocks in free space";
         }
     }
-    if (!any)
-        GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
 }
 
 TEST(Survey, AStopEndsItWithoutFindings)

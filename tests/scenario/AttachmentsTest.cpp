@@ -19,11 +19,6 @@ StoreMessage PlainMail(const std::u16string& subject)
     return Mail(subject, u"Ada Brook", u"Text", FileTime(2020, 1, 1));
 }
 
-StoreAttachment Embed(StoreMessage message, const std::u16string& name)
-{
-    return tests::Embed(std::make_shared<StoreMessage>(std::move(message)), name);
-}
-
 /// The message of that subject among the attached ones; nullptr when there is none.
 const FoundItem* Embedded(const FoundItem& item, const std::string& subject)
 {
@@ -81,10 +76,8 @@ class AttachmentsIn : public testing::TestWithParam<Variant> {};
 TEST_P(AttachmentsIn, HaveTheirBytesFromWhereverTheyLay)
 {
     StoreDescription description;
-    description.format.variant = GetParam();
+    description.format = FormatOf(GetParam());
     description.format.childrenPerBlock = 7;
-    if (GetParam() == Variant::Unicode4k)
-        description.format.crypt = format::CryptMethod::None;
     StoreMessage mail = PlainMail(u"With files");
     mail.attachments = {
         {.fileName = u"heap.bin", .data = FixedBytes(1, 100)},
@@ -122,8 +115,7 @@ TEST_P(AttachmentsIn, HaveTheirBytesFromWhereverTheyLay)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, AttachmentsIn,
-                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k), NameOfVariant);
+INSTANTIATE_TEST_SUITE_P(Variants, AttachmentsIn, testing::ValuesIn(kAllVariants), NameOfVariant);
 
 TEST(Attachments, MessagesOfEveryFamilyLiveInTheirMailsAndNowhereElse)
 {
@@ -209,8 +201,8 @@ TEST(Attachments, NamesAreDataAndNeverPlacesOnTheHost)
     const FoundItem* const other = OfSubject(items, u"Names that no store can hold");
     ASSERT_NE(other, nullptr);
     EXPECT_EQ(DataOf(*other), DataOf(unnameable));
-    ASSERT_TRUE(CountWithPffexport(repair.state.outputPath) ||
-                !CountWithPffexport(repair.settings.sourcePath));
+    ASSERT_TRUE(ReadItemsWithPffexport(repair.state.outputPath) ||
+                !ReadItemsWithPffexport(repair.settings.sourcePath));
 }
 
 }  // namespace

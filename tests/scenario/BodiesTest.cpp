@@ -13,18 +13,17 @@ using namespace std::string_view_literals;
 using format::Variant;
 namespace pid = format::pid;
 
+constexpr std::uint32_t kUnknownPage = 99'999;
+
 /// A mail and the one body that it must have afterwards.
 struct BodyCase {
     std::u16string subject;
     std::vector<StoreProperty> bodies;
     std::uint16_t kept = 0;  ///< 0: none
     Bytes bytes{};
+    std::uint32_t codePage = 0;          ///< that HTML is kept with
+    std::vector<SubnodeRef> subnodes{};  ///< besides those of the bodies
 };
-
-Bytes ToBytes(std::string_view text)
-{
-    return Binary(0, text).value;
-}
 
 /// Text that no two places of are alike, with characters beyond 7 bits, of at least so many units.
 std::u16string LongText(std::size_t units)
@@ -41,12 +40,25 @@ BodyCase Plain(std::u16string subject, const std::u16string& text, std::size_t l
     return {std::move(subject), {InSubnode(body, leafBytes)}, pid::kBody, body.value};
 }
 
+/// The last of these is kept.
+BodyCase Last(std::u16string subject, std::vector<StoreProperty> bodies)
+{
+    const StoreProperty kept = bodies.back();
+    return {std::move(subject), std::move(bodies), kept.id, kept.value, kept.id == pid::kHtml ? 1252u : 0u};
+}
+
+BodyCase None(std::u16string subject, std::vector<StoreProperty> bodies)
+{
+    return {std::move(subject), std::move(bodies)};
+}
+
 /// HTML in a subnode, beside a plain text in another one.
 BodyCase Html(std::u16string subject, std::string_view bytes, std::optional<std::uint32_t> codePage,
               std::size_t leafBytes = 0)
 {
-    BodyCase tested{std::move(subject), {InSubnode(Text(pid::kBody, u"Plain"))}, pid::kHtml, ToBytes(bytes)};
-    tested.bodies.push_back(InSubnode(Binary(pid::kHtml, bytes), leafBytes));
+    BodyCase tested = Last(std::move(subject), {InSubnode(Text(pid::kBody, u"Plain")),
+                                                InSubnode(Binary(pid::kHtml, bytes), leafBytes)});
+    tested.codePage = codePage && *codePage != kUnknownPage ? *codePage : 1252;
     if (codePage)
         tested.bodies.push_back(Number(pid::kInternetCodepage, *codePage));
     return tested;
@@ -57,6 +69,7 @@ StoreMessage MailWith(const BodyCase& tested)
     StoreMessage mail = Mail(tested.subject, u"Ada Brook", u"", FileTime(2020, 1, 1));
     std::erase_if(mail.properties, [](const StoreProperty& property) { return property.id == pid::kBody; });
     mail.properties.insert(mail.properties.end(), tested.bodies.begin(), tested.bodies.end());
+    mail.subnodes = tested.subnodes;
     return mail;
 }
 
@@ -67,6 +80,7 @@ void ExpectBodies(const std::vector<FoundItem>& items, const std::vector<BodyCas
         SCOPED_TRACE(platform::ToUtf8(tested.subject));
         const FoundItem* const item = OfSubject(items, tested.subject);
         ASSERT_NE(item, nullptr);
+        EXPECT_EQ(NumberValue(item->values, pid::kInternetCodepage), tested.codePage);
         for (const std::uint16_t id : {pid::kBody, pid::kHtml, pid::kRtfCompressed}) {
             const FoundValue* const found = FindValue(*item, id);
             ASSERT_EQ(found != nullptr, id == tested.kept) << std::hex << id;
@@ -84,8 +98,6 @@ std::vector<FoundItem> Recover(const StoreFormat& storeFormat, const std::vector
 {
     StoreDescription description;
     description.format = storeFormat;
-    if (storeFormat.variant == Variant::Unicode4k)
-        description.format.crypt = format::CryptMethod::None;
     description.folders = {{.name = u"Inbox", .containerClass = u"IPF.Note"}};
     for (const BodyCase& tested : cases)
         description.folders[0].messages.push_back(MailWith(tested));
@@ -115,14 +127,19 @@ std::vector<BodyCase> CommonCases()
     const StoreProperty wrapped = Binary(pid::kRtfCompressed, kWrappedRtf);
     cases.push_back({u"Wrapped RTF", {wrapped}, pid::kRtfCompressed, wrapped.value});
     cases.push_back({u"Plain before RTF", {small, rtf}, pid::kBody, small.value});
-    cases.push_back({u"None", {}, 0, {}});
+    cases.push_back(Last(u"Plain before all others", {Binary(pid::kHtml, "<p>"), rtf, small}));
+    StoreProperty damaged = small;
+    damaged.hnid = 0x7FE0;
+    cases.push_back(None(u"Plain that is not there", {damaged}));
+    cases.push_back(None(u"HTML in the heap", {Binary(pid::kHtml, "<p>")}));
+    cases.push_back(None(u"None", {}));
 
     cases.push_back(Html(u"HTML without a code page", "<p>caf\xE9 \x81</p>", std::nullopt));
     cases.push_back(Html(u"UTF-8", "<p>caf\xC3\xA9</p>", 65001));
     cases.push_back(Html(u"Broken UTF-8", "<p>\xC3( \xFF \xED\xA0\x80 \xF0\x9F</p>\xE2\x82", 65001));
     cases.push_back(Html(u"Shift-JIS", "<p>\x93\xFA\x96\x7B \x5C ~ \xFD \x93</p>", 932));
     cases.push_back(Html(u"Latin 2", "<p>\xB9\xE6\xEA\xB3\xF1\xF3\xB6 \x80</p>", 28592));
-    cases.push_back(Html(u"Unknown code page", "<p>caf\xE9</p>", 99999));
+    cases.push_back(Html(u"Unknown code page", "<p>caf\xE9</p>", kUnknownPage));
     std::string page;
     while (page.size() < 9000)
         page += "<p>\xC5\x82\xC3\xB3" + std::to_string(page.size()) + "</p>";
@@ -131,16 +148,54 @@ std::vector<BodyCase> CommonCases()
     return cases;
 }
 
+/// Which of several bodies is kept. Of mails of more than 4 MB that is the plain text, but for large pages.
+std::vector<BodyCase> ChoiceCases(Variant variant)
+{
+    constexpr std::uint32_t kFourMegabytes = 4 << 20;
+    const StoreProperty plain = InSubnode(Text(pid::kBody, u"plain")), heapPlain = Text(pid::kBody, u"small");
+    const StoreProperty html = InSubnode(Binary(pid::kHtml, "<p>html")), heapHtml = Binary(pid::kHtml, "<p>");
+    const StoreProperty rtf = InSubnode(Binary(pid::kRtfCompressed, std::string(5000, 'r')));
+    const StoreProperty large = Number(pid::kMessageSize, kFourMegabytes + 1);
+    std::vector<BodyCase> cases = {Last(u"4 MB", {plain, Number(pid::kMessageSize, kFourMegabytes), html}),
+                                   variant == Variant::Unicode4k ? Last(u"Larger", {plain, large, html})
+                                                                 : Last(u"Larger", {html, large, plain})};
+    if (variant != Variant::Unicode)
+        return cases;
+    StoreProperty nowhere = Binary(pid::kHtml, "");
+    nowhere.hnid = 0x9F3F;
+    cases.push_back(Last(u"HTML in no subnode", {nowhere, plain}));
+    cases.push_back(Last(u"HTML in a subnode without a block", {nowhere, plain}));
+    cases.back().subnodes = {{0x9F3F, 0xFFFF0, 0}};
+    cases.push_back(None(u"Large without plain text", {large, html, InSubnode(Text(pid::kBody, u""))}));
+    cases.push_back(Last(u"RTF is never read from a subnode", {rtf, heapPlain}));
+    cases.push_back(Last(u"The last body decides the place", {heapPlain, rtf, html}));
+    cases.push_back(Last(u"HTML does not decide the place", {html, heapPlain}));
+    cases.push_back(None(u"HTML is never read from the heap", {heapHtml, rtf}));
+    cases.push_back(None(u"HTML alone in a subnode", {html}));
+    return cases;
+}
+
 class Bodies : public testing::TestWithParam<Variant> {};
 
 TEST_P(Bodies, ComeFromWhereverTheyLay)
 {
-    const std::vector<BodyCase> cases = CommonCases();
-    ExpectBodies(Recover({.variant = GetParam(), .childrenPerBlock = 7}, cases), cases);
+    StoreFormat storeFormat = FormatOf(GetParam());
+    storeFormat.childrenPerBlock = 7;
+    std::vector<BodyCase> cases = CommonCases();
+    for (BodyCase& choice : ChoiceCases(GetParam()))
+        cases.push_back(std::move(choice));
+    ExpectBodies(Recover(storeFormat, cases), cases);
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, Bodies,
-                         testing::Values(Variant::Ansi, Variant::Unicode, Variant::Unicode4k), NameOfVariant);
+INSTANTIATE_TEST_SUITE_P(Variants, Bodies, testing::ValuesIn(kAllVariants), NameOfVariant);
+
+TEST(BodyChoice, HtmlDecidesWhereABodyOfAnOstLies)
+{
+    const StoreProperty html = InSubnode(Binary(pid::kHtml, "<p>html"));
+    const std::vector<BodyCase> cases = {Last(u"Two", {Text(pid::kBody, u"small"), html}),
+                                         Last(u"One", {html})};
+    ExpectBodies(Recover({.ost = true}, cases), cases);
+}
 
 TEST(BodyChoice, FiveMegabytesComeBackWhole)
 {

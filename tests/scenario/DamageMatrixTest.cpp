@@ -48,9 +48,24 @@ StoreMessage NumberedMail(unsigned i)
     if (i % 5 == 2)
         mail.attachments = {{.fileName = u"small.bin", .data = FileBytes(i, 40 + i)},
                             {.fileName = u"tree.bin", .data = FileBytes(i, 2000), .leafBytes = 300}};
+    if (i % 10 == 2) {  // blocks around the sizes of their parts, some ending in zeros
+        constexpr std::size_t kSizes[] = {1, 16, 48, 15, 17, 64};
+        for (const bool endsInZeros : {false, true}) {
+            Bytes data = FileBytes(i, 64);
+            data.resize(kSizes[i / 10 + (endsInZeros ? 3 : 0)]);
+            if (endsInZeros)
+                std::ranges::fill(std::span(data).subspan(data.size() / 2), std::byte{0});
+            mail.attachments.push_back({.fileName = u"tiny.bin", .data = data, .inSubnode = true});
+        }
+    }
     if (i % 10 == 7) {
         const StoreMessage inner = Mail(Numbered(kInner, i), Numbered(u"Sender ", i), LongText(i, 300), 0);
         mail.attachments = {{.method = 5, .embedded = std::make_shared<StoreMessage>(inner)}};
+    }
+    if (i == 16 || i == 26) {  // nothing but its own block, by which no node is known; in no old page
+        mail.bare = true;
+        mail.recipients.clear();
+        mail.properties.push_back(Text(format::pid::kMessageClass, mail.messageClass));
     }
     if (i % 8 == 3)
         mail.deletion = i % 16 == 3 ? Deletion::OfNode : Deletion::OfNodeAndBlocks;

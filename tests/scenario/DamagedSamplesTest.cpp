@@ -3,8 +3,8 @@
 #include "tests/scenario/Damages.h"
 #include "tests/scenario/NewStore.h"
 #include "tests/scenario/Repair.h"
-#include "tests/scenario/Samples.h"
 #include "tests/support/OutsideReaders.h"
+#include "tests/support/Samples.h"
 
 namespace pastille::tests {
 namespace {

@@ -4,8 +4,8 @@
 #include <set>
 
 #include "tests/scenario/Repair.h"
-#include "tests/scenario/Samples.h"
 #include "tests/support/OutsideReaders.h"
+#include "tests/support/Samples.h"
 
 namespace pastille::tests {
 namespace {

@@ -52,51 +52,6 @@ private:
 
 constexpr std::uint64_t kNever = ~std::uint64_t{0};
 
-bool IsStore(const std::filesystem::path& path)
-{
-    return path.extension() == ".pst";
-}
-
-/// The result of making a store with that failure; 0 when all went well. Returns how many changes there were.
-std::uint64_t MakeStoreWith(std::uint64_t at, const Fault& fault, Making making, writer::HRESULT& result)
-{
-    const CTemporaryFolder folder;
-    CFaultyFileSystem files;
-    files.faults.syncs = false;
-    CFailingChange failing(at, fault, IsStore);
-    files.faults.onChange = std::ref(failing);
-    MakingProgress progress;
-    result = 0;
-    try {
-        MakeStore(files, folder.Path(), making, progress);
-    } catch (const writer::_com_error& error) {
-        result = error.Error();
-    }
-    // What can write again after the failure completes the store.
-    ExpectMadeStore(FileBytes(MadeStorePath(folder.Path())), progress,
-                    fault.isForGood ? Ending::Interrupted : Ending::Closed);
-    return failing.count;
-}
-
-class WriteFault : public testing::TestWithParam<Making> {};
-INSTANTIATE_TEST_SUITE_P(Stores, WriteFault, testing::Values(Making::WithCommits, Making::WithCheckpoints),
-                         NameOfMaking);
-
-TEST_P(WriteFault, OfAnyChangeIsItsResultAndLeavesASoundStore)
-{
-    writer::HRESULT result = 0;
-    const std::uint64_t changes = MakeStoreWith(kNever, kFaults[0], GetParam(), result);
-    ASSERT_EQ(result, 0);
-    ASSERT_GT(changes, 50u);
-    // The step shares no divisor with the kinds of fault, so that each meets changes of every kind.
-    for (std::uint64_t at = 1; at <= changes && !HasFailure(); at += 4) {
-        const Fault& fault = kFaults[at % std::size(kFaults)];
-        SCOPED_TRACE("error " + std::to_string(fault.code) + " of change " + std::to_string(at));
-        MakeStoreWith(at, fault, GetParam(), result);
-        EXPECT_EQ(result, fault.result);
-    }
-}
-
 StoreDescription TwoFolders()
 {
     StoreDescription store;

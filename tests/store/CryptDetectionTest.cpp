@@ -46,6 +46,22 @@ TEST(CryptDetection, FailsOnOtherBlocksAndChangesNothing)
     EXPECT_FALSE(loaded.source.reader.IsMethodPending());
 }
 
+TEST(CryptDetection, ASmartScanTakesTheMethodOfMostBlocks)
+{
+    StoreDescription description;
+    description.format.crypt = CryptMethod::Cyclic;
+    description.atStart = [](CStoreFile& file) {
+        // As it is stored this block looks like a property context; it is the first one of the file.
+        constexpr std::uint64_t kBid = 0x70004;
+        Bytes decoy(200, std::byte{7});
+        format::StoreLE(std::span(decoy), 2, std::uint16_t{0xBCEC});
+        format::DecodeBlock(CryptMethod::Cyclic, kBid, decoy);
+        file.WriteBlock(decoy, {.bid = kBid});
+    };
+    const CLoadedStore loaded(CBuiltStore(description), true);
+    EXPECT_EQ(loaded.source.reader.Method(), CryptMethod::Cyclic);
+}
+
 TEST(CryptDetection, APackedBlockTellsOnlyWhenThereIsAStream)
 {
     // Four zeros decode to the signature of a heap under this BID.

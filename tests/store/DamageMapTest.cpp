@@ -16,13 +16,10 @@ constexpr std::uint64_t kStretch = store::DamageMap::kStretchBytes;
 CBuiltStore LongStore(format::Variant variant)
 {
     StoreDescription description;
-    description.format.variant = variant;
+    description.format = FormatOf(variant);
+    description.format.packing = Packing::None;
     description.format.blocksPerPage = 10;
     description.format.reservedPageSlots = 400;  // so that the trees survive the loss of the file's end
-    if (variant == format::Variant::Unicode4k) {
-        description.format.crypt = format::CryptMethod::None;
-        description.format.packing = Packing::None;
-    }
     description.folders = {{.name = u"Inbox"}};
     for (int i = 0; i < 2; ++i) {
         StoreMessage mail = Mail(u"subject", u"sender", u"body", 0);

@@ -161,8 +161,8 @@ TEST(HeapValues, AreNeverFoundThroughNodeIds)
 {
     std::map<std::uint16_t, StoredProperty> properties;
     for (std::uint16_t id = 0x3001; id < 0x3040; ++id)
-        properties[id] = {format::PropertyType::Binary, Pattern(40), {}, false};
-    const Bytes context = BuildPropertyContext(properties, {}, 8176, 16).Finish().front();
+        properties[id] = {format::PropertyType::Binary, Pattern(40)};
+    const Bytes context = BuildPropertyContext(properties).Finish().front();
     const store::CHeapBlock heap(format::CByteView(context), format::kUnicodeLayout);
     const auto records = heap.PropertyRecords(true);
     ASSERT_TRUE(records);

@@ -87,7 +87,4 @@ Bytes RawStore(const StoreFormat& format, Write write)
     return file.Content();
 }
 
-inline constexpr format::Variant kAllVariants[] = {format::Variant::Ansi, format::Variant::Unicode,
-                                                   format::Variant::Unicode4k};
-
 }  // namespace pastille::tests

@@ -76,18 +76,6 @@ TEST(Run, SoundStoresGoThroughAllPhases)
               u"Collecting BBT Entries");
 }
 
-TEST(Run, ASourceThatCannotBeOpenedEndsItAtOnce)
-{
-    const Bytes nothing;
-    RecordedRun run(nothing);
-    run.Start(&platform::HostFileSystem());
-    EXPECT_EQ(run.frontEnd.Boxes(),
-              "Error: Source file could not open.Make sure that another application is not using. ");
-    EXPECT_EQ(run.recovery.calls, "");
-    EXPECT_EQ(run.frontEnd.completions, 0);
-    EXPECT_TRUE(run.state.failed);
-}
-
 TEST(Run, WhatIsNoStoreIsRefusedAndCleanedUp)
 {
     Bytes bytes = SoundStore();
@@ -127,7 +115,7 @@ TEST(Run, FewerThanTwoBlocksAreNoStore)
 TEST(Run, ABlockIndexThatCannotBeMadeOrGrownIsReported)
 {
     const Bytes bytes = SoundStore();
-    for (FileFaults faults : {FileFaults{.failingCreate = 1}, FileFaults{.failingWrite = 1}}) {
+    for (FileFaults faults : {FileFaults{.failingCreate = 1}, FileFaults{.diskBytes = 0}}) {
         RecordedRun run(bytes);
         CFaultyFileSystem faulty(std::move(faults), run.files);
         run.Start(&faulty);

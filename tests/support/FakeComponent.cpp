@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <variant>
 
 #include "platform/Text.h"
 #include "tests/support/ByteStreams.h"
@@ -28,56 +29,59 @@ public:
     virtual const std::shared_ptr<FakeItem>& Shared() const = 0;
 };
 
-class CAttachments final : public IAttachmentList {
+/// An object of the component: what it stands for, and whom it tells of calls.
+template <class Interface, class State = std::monostate>
+class CPart : public Interface {
 public:
-    CAttachments(CFakeComponent& owner, std::shared_ptr<FakeItem> item)
-        : m_owner(owner), m_item(std::move(item))
-    {
-    }
+    explicit CPart(CFakeComponent& owner, State state = {}) : m_owner(owner), m_state(std::move(state)) {}
 
+protected:
+    CFakeComponent& m_owner;
+    State m_state;
+};
+
+using SharedItem = std::shared_ptr<FakeItem>;
+
+class CAttachments final : public CPart<IAttachmentList, SharedItem> {
+public:
+    using CPart::CPart;
     void AddAttachment(platform::IByteStream& content, std::u16string_view fileName,
                        std::u16string_view displayName) override
     {
         m_owner.Enter("AddAttachment:" + platform::ToUtf8(fileName), kInterfaceId);
-        m_item->attachments.push_back({.fileName = std::u16string(fileName),
-                                       .displayName = std::u16string(displayName),
-                                       .bytes = ReadAll(content)});
+        m_state->attachments.push_back({.fileName = std::u16string(fileName),
+                                        .displayName = std::u16string(displayName),
+                                        .bytes = ReadAll(content)});
     }
     void AddAttachment(const CRef<IStoreItem>& item, std::u16string_view displayName) override
     {
         m_owner.Enter("AddAttachment:" + platform::ToUtf8(displayName), kInterfaceId);
-        const auto object = std::dynamic_pointer_cast<IFakeItemObject>(item.Shared());
-        object->Shared()->isEmbedded = object->Shared()->saves == 0;
-        m_item->attachments.push_back(
-            {.displayName = std::u16string(displayName), .embedded = object->Shared()});
+        const SharedItem& inner = std::dynamic_pointer_cast<IFakeItemObject>(item.Shared())->Shared();
+        inner->isEmbedded = inner->saves == 0;
+        m_state->attachments.push_back({.displayName = std::u16string(displayName), .embedded = inner});
     }
-    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_item->attachments.size()); }
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_state->attachments.size()); }
     CRef<IAttachment> GetAttachment(std::int32_t) override { return {}; }
-
-private:
-    CFakeComponent& m_owner;
-    std::shared_ptr<FakeItem> m_item;
 };
 
 template <class Interface>
-class CItem : public Interface, public IFakeItemObject {
+class CItem : public CPart<Interface, SharedItem>, public IFakeItemObject {
 public:
-    CItem(CFakeComponent& owner, std::shared_ptr<FakeItem> item) : m_owner(owner), m_item(std::move(item)) {}
-
-    const std::shared_ptr<FakeItem>& Shared() const override { return m_item; }
+    using CPart<Interface, SharedItem>::CPart;
+    const SharedItem& Shared() const override { return m_state; }
 
     void Save() override
     {
-        m_owner.Enter("Save:" + platform::ToUtf8(m_item->messageClass), IStoreItem::kInterfaceId);
-        ++m_item->saves;
+        m_owner.Enter("Save:" + platform::ToUtf8(m_state->messageClass), IStoreItem::kInterfaceId);
+        ++m_state->saves;
         if (m_owner.commitsEverySave)
             m_owner.Commit();
     }
-    std::u16string GetMessageClass() override { return m_item->messageClass; }
+    std::u16string GetMessageClass() override { return m_state->messageClass; }
     std::u16string GetText(const ItemProperty& property) override
     {
-        Enter("GetText:", property);
-        return m_item->Text(property.name);
+        m_owner.Enter("GetText:" + std::string(property.name), Interface::kInterfaceId);
+        return m_state->Text(property.name);
     }
     TextStart GetTextStart(const ItemProperty& property, std::uint32_t) override
     {
@@ -85,84 +89,73 @@ public:
     }
     void SetText(const ItemProperty& property, std::u16string_view value) override
     {
-        Write("SetText:", property);
-        m_item->texts.insert_or_assign(std::string(property.name), std::u16string(value));
+        Write("SetText:", property, m_state->texts, std::u16string(value));
     }
     double GetDate(const ItemProperty& property) override
     {
-        return m_item->dates[std::string(property.name)];
+        return m_state->dates[std::string(property.name)];
     }
     void SetDate(const ItemProperty& property, double value) override
     {
-        Write("SetDate:", property);
-        m_item->dates.insert_or_assign(std::string(property.name), value);
+        Write("SetDate:", property, m_state->dates, value);
     }
     std::int16_t GetFlag(const ItemProperty& property) override
     {
-        return static_cast<std::int16_t>(m_item->numbers[std::string(property.name)]);
+        return static_cast<std::int16_t>(GetNumber(property));
     }
     void SetFlag(const ItemProperty& property, std::int16_t value) override
     {
-        Write("SetFlag:", property);
-        m_item->numbers.insert_or_assign(std::string(property.name), value);
+        Write("SetFlag:", property, m_state->numbers, value);
     }
     std::int32_t GetNumber(const ItemProperty& property) override
     {
-        return m_item->numbers[std::string(property.name)];
+        return m_state->numbers[std::string(property.name)];
     }
     void SetNumber(const ItemProperty& property, std::int32_t value) override
     {
-        Write("SetNumber:", property);
-        m_item->numbers.insert_or_assign(std::string(property.name), value);
+        Write("SetNumber:", property, m_state->numbers, value);
     }
     CRef<IAttachmentList> GetAttachments() override
     {
-        return CRef<IAttachmentList>(std::make_shared<CAttachments>(m_owner, m_item));
+        return CRef<IAttachmentList>(std::make_shared<CAttachments>(m_owner, m_state));
     }
     CRef<IObject> Reply() override
     {
-        m_item->written.emplace_back("Reply");
+        m_state->written.emplace_back("Reply");
         return {};
     }
     CRef<IObject> Forward() override
     {
-        m_item->written.emplace_back("Forward");
+        m_state->written.emplace_back("Forward");
         return {};
     }
 
+protected:
+    using CPart<Interface, SharedItem>::m_owner;
+    using CPart<Interface, SharedItem>::m_state;
+
 private:
-    void Enter(const char* operation, const ItemProperty& property)
+    template <class Values, class Value>
+    void Write(const char* operation, const ItemProperty& property, Values& values, Value value)
     {
         m_owner.Enter(operation + std::string(property.name), Interface::kInterfaceId);
+        m_state->written.emplace_back(property.name);
+        values.insert_or_assign(std::string(property.name), std::move(value));
     }
-    void Write(const char* operation, const ItemProperty& property)
-    {
-        Enter(operation, property);
-        m_item->written.emplace_back(property.name);
-    }
-
-    CFakeComponent& m_owner;
-    std::shared_ptr<FakeItem> m_item;
 };
 
 class CContact final : public CItem<IContactItem> {
 public:
-    CContact(CFakeComponent& owner, std::shared_ptr<FakeItem> item)
-        : CItem(owner, std::move(item)), m_component(owner)
-    {
-    }
+    using CItem::CItem;
     void AddPicture(platform::IByteStream& content, std::u16string_view fileName) override
     {
-        m_component.Enter("AddPicture:" + platform::ToUtf8(fileName), kInterfaceId);
-        Shared()->attachments.push_back(
+        m_owner.Enter("AddPicture:" + platform::ToUtf8(fileName), kInterfaceId);
+        m_state->attachments.push_back(
             {.fileName = std::u16string(fileName), .bytes = ReadAll(content), .isPicture = true});
     }
-
-private:
-    CFakeComponent& m_component;
 };
 
-CRef<IObject> MakeItem(CFakeComponent& owner, const std::shared_ptr<FakeItem>& item)
+CRef<IObject> MakeItem(CFakeComponent& owner, const SharedItem& item)
 {
     const std::u16string& name = item->messageClass;
     const auto names = [&](std::u16string_view part) { return name.find(part) != std::u16string::npos; };
@@ -181,65 +174,63 @@ CRef<IObject> MakeItem(CFakeComponent& owner, const std::shared_ptr<FakeItem>& i
     return CRef<IObject>(std::make_shared<CItem<IMessageItem>>(owner, item));
 }
 
-class CItems final : public IItemList {
+class CItems final : public CPart<IItemList, FakeFolder*> {
 public:
-    CItems(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    using CPart::CPart;
     CRef<IObject> AddItem(const Variant& messageClass) override
     {
         m_owner.Enter("AddItem:" + Narrow(messageClass), kInterfaceId);
         const auto& name = std::get<std::u16string>(messageClass);
         if (m_owner.classesWithoutItem.contains(name))
             return {};
-        m_folder.items.push_back(std::make_shared<FakeItem>());
-        m_folder.items.back()->messageClass = name;
-        return MakeItem(m_owner, m_folder.items.back());
+        m_state->items.push_back(std::make_shared<FakeItem>());
+        m_state->items.back()->messageClass = name;
+        return MakeItem(m_owner, m_state->items.back());
     }
     CRef<IMessageItem> GetFirst() override { return {}; }
     CRef<IMessageItem> GetNext() override { return {}; }
     CRef<IMessageItem> GetItem(std::int32_t) override { return {}; }
-    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.Saved().size()); }
-
-private:
-    CFakeComponent& m_owner;
-    FakeFolder& m_folder;
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_state->Saved().size()); }
 };
 
 /// A folder and, since AddFolder's result has it, its settings.
-class CFolder final : public IStoreFolder, public IFolderSettings {
+class CFolder final : public CPart<IStoreFolder, FakeFolder*>, public IFolderSettings {
 public:
     [[maybe_unused]] static constexpr format::Guid kInterfaceId = IStoreFolder::kInterfaceId;
-    CFolder(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    using CPart::CPart;
     CRef<IItemList> GetItems() override
     {
-        return CRef<IItemList>(std::make_shared<CItems>(m_owner, m_folder));
+        return CRef<IItemList>(std::make_shared<CItems>(m_owner, m_state));
     }
     CRef<IFolderList> GetFolders() override;
-    std::u16string GetName() override { return m_folder.name; }
-    std::u16string GetContainerClass() override { return m_folder.containerClass; }
+    std::u16string GetName() override { return m_state->name; }
+    std::u16string GetContainerClass() override { return m_state->containerClass; }
     std::int32_t GetUnreadCount() override { return 0; }
     void SetDefaultFolderKind(std::int32_t kind) override
     {
         m_owner.Enter("SetDefaultFolderKind:" + std::to_string(kind), IFolderSettings::kInterfaceId);
-        m_folder.kind = kind;
+        m_state->kind = kind;
     }
     void SetFolderFlag(std::int32_t value) override
     {
         m_owner.Enter("SetFolderFlag:" + std::to_string(value), IFolderSettings::kInterfaceId);
-        m_folder.flag = value;
     }
-
-private:
-    CFakeComponent& m_owner;
-    FakeFolder& m_folder;
 };
 
-class CFolders final : public IFolderList {
+/// An empty reference for no folder.
+CRef<IStoreFolder> RefTo(CFakeComponent& owner, FakeFolder* folder)
+{
+    return folder == nullptr ? CRef<IStoreFolder>()
+                             : CRef<IStoreFolder>(std::make_shared<CFolder>(owner, folder));
+}
+
+class CFolders final : public CPart<IFolderList, FakeFolder*> {
 public:
-    CFolders(CFakeComponent& owner, FakeFolder& folder) : m_owner(owner), m_folder(folder) {}
+    using CPart::CPart;
     CRef<IObject> AddFolder(std::u16string_view name, const Variant& type) override
     {
         m_owner.Enter("AddFolder:" + platform::ToUtf8(name), kInterfaceId);
-        if (name.empty() || m_folder.Find(name) != nullptr)
+        if (name.empty() || m_state->Find(name) != nullptr)
             throw _com_error(E_INVALIDARG, kInterfaceId);
         auto folder = std::make_shared<FakeFolder>();
         folder->name = name;
@@ -247,43 +238,35 @@ public:
             folder->containerClass = *containerClass;
         if (const auto* number = std::get_if<std::int32_t>(&type))
             folder->type = *number;
-        m_folder.folders.push_back(folder);
-        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+        m_state->folders.push_back(folder);
+        return RefTo(m_owner, folder.get());
     }
     CRef<IStoreFolder> GetFolder(const Variant& index) override
     {
         m_owner.Enter("GetFolder:" + Narrow(index), kInterfaceId);
         const auto* number = std::get_if<std::int32_t>(&index);
-        FakeFolder* found = number == nullptr ? m_folder.Find(std::get<std::u16string>(index))
-                                              : m_folder.folders[static_cast<std::size_t>(*number - 1)].get();
-        return found == nullptr ? CRef<IStoreFolder>()
-                                : CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *found));
+        return RefTo(m_owner, number == nullptr
+                                  ? m_state->Find(std::get<std::u16string>(index))
+                                  : m_state->folders[static_cast<std::size_t>(*number - 1)].get());
     }
-    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_folder.folders.size()); }
+    std::int32_t GetCount() override { return static_cast<std::int32_t>(m_state->folders.size()); }
     std::int32_t GetUnreadableCount() override { return 0; }
-
-private:
-    CFakeComponent& m_owner;
-    FakeFolder& m_folder;
 };
 
 CRef<IFolderList> CFolder::GetFolders()
 {
-    return CRef<IFolderList>(std::make_shared<CFolders>(m_owner, m_folder));
+    return CRef<IFolderList>(std::make_shared<CFolders>(m_owner, m_state));
 }
 
-class CStore final : public IMessageStore {
+class CStore final : public CPart<IMessageStore> {
 public:
-    explicit CStore(CFakeComponent& owner) : m_owner(owner) { ++m_owner.liveStores; }
+    explicit CStore(CFakeComponent& owner) : CPart(owner) { ++m_owner.liveStores; }
     ~CStore() override
     {
         --m_owner.liveStores;
         m_owner.calls.emplace_back("ReleaseStore");
     }
-    CRef<IStoreFolder> GetRootFolder() override
-    {
-        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, m_owner.root));
-    }
+    CRef<IStoreFolder> GetRootFolder() override { return RefTo(m_owner, &m_owner.root); }
     std::u16string GetDisplayName() override { return m_owner.storeName; }
     std::vector<std::string> GetOpeningFaults() override { return {}; }
     void Commit() override
@@ -291,14 +274,11 @@ public:
         m_owner.Enter("Commit", kInterfaceId);
         m_owner.Commit();
     }
-
-private:
-    CFakeComponent& m_owner;
 };
 
-class CStores final : public IStoreList {
+class CStores final : public CPart<IStoreList> {
 public:
-    explicit CStores(CFakeComponent& owner) : m_owner(owner) {}
+    using CPart::CPart;
     CRef<IMessageStore> GetDefaultStore() override
     {
         return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
@@ -313,23 +293,20 @@ public:
             throw _com_error(E_INVALIDARG, kInterfaceId);
         m_owner.storePath = path;
         m_owner.storeName = std::get<std::u16string>(displayName);
-        return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
+        return GetDefaultStore();
     }
     CRef<IMessageStore> OpenPstStore(const std::filesystem::path&, const Variant&) override
     {
         m_owner.Enter("OpenPstStore", kInterfaceId);
         if (!m_owner.committed)
             throw _com_error(E_FAIL, kInterfaceId);
-        return CRef<IMessageStore>(std::make_shared<CStore>(m_owner));
+        return GetDefaultStore();
     }
-
-private:
-    CFakeComponent& m_owner;
 };
 
-class CSession final : public IStoreSession {
+class CSession final : public CPart<IStoreSession> {
 public:
-    explicit CSession(CFakeComponent& owner) : m_owner(owner) {}
+    using CPart::CPart;
     ~CSession() override { m_owner.calls.emplace_back("ReleaseSession"); }
     void Logon(const Variant& profile) override
     {
@@ -342,7 +319,7 @@ public:
         m_owner.Enter("GetDefaultFolder:" + std::to_string(kind), kInterfaceId);
         for (const auto& folder : m_owner.root.folders) {
             if (folder->kind == kind)
-                return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+                return RefTo(m_owner, folder.get());
         }
         throw _com_error(E_NOT_FOUND, kInterfaceId);
     }
@@ -354,16 +331,13 @@ public:
             path.starts_with(beginning) ? m_owner.Folder(path.substr(beginning.size())) : nullptr;
         if (folder == nullptr)
             throw _com_error(E_NOT_FOUND, kInterfaceId);
-        return CRef<IStoreFolder>(std::make_shared<CFolder>(m_owner, *folder));
+        return RefTo(m_owner, folder);
     }
-
-private:
-    CFakeComponent& m_owner;
 };
 
-class CProfiles final : public IStoreProfiles {
+class CProfiles final : public CPart<IStoreProfiles> {
 public:
-    explicit CProfiles(CFakeComponent& owner) : m_owner(owner) {}
+    using CPart::CPart;
     CRef<IObject> FindProfile(const Variant& name) override
     {
         m_owner.Enter("FindProfile:" + Narrow(name), kInterfaceId);
@@ -379,9 +353,6 @@ public:
         m_owner.profiles.emplace(name);
         return CRef<IObject>(std::make_shared<IObject>());
     }
-
-private:
-    CFakeComponent& m_owner;
 };
 
 }  // namespace
@@ -399,11 +370,8 @@ bool FakeItem::Wrote(std::string_view name) const
 
 FakeFolder* FakeFolder::Find(std::u16string_view subfolder) const
 {
-    for (const auto& folder : folders) {
-        if (folder->name == subfolder)
-            return folder.get();
-    }
-    return nullptr;
+    const auto found = std::ranges::find(folders, subfolder, &FakeFolder::name);
+    return found == folders.end() ? nullptr : found->get();
 }
 
 std::vector<const FakeItem*> FakeFolder::Saved() const

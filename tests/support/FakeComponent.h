@@ -45,7 +45,6 @@ struct FakeFolder {
     std::u16string containerClass;
     std::optional<std::int32_t> type;  ///< given as a number when the folder was added
     std::int32_t kind = 0;             ///< as set afterwards
-    std::int32_t flag = 0;
     std::vector<std::shared_ptr<FakeFolder>> folders;
     std::vector<std::shared_ptr<FakeItem>> items;  ///< all that were made, saved or not
 

@@ -104,9 +104,6 @@ void CFaultyFileSystem::Meet(const FileChange& change)
     }
     if (change.kind != FileChange::Kind::Write)
         return;
-    ++writes;
-    if (faults.failingWrite && writes >= *faults.failingWrite)
-        Fail(std::errc::io_error);
     if (faults.diskBytes && written + change.bytes.size() > *faults.diskBytes)
         Fail(std::errc::no_space_on_device);
     written += change.bytes.size();
@@ -127,15 +124,6 @@ std::unique_ptr<platform::IFile> CFaultyFileSystem::Create(const std::filesystem
 std::unique_ptr<platform::IFile> CFaultyFileSystem::OpenExisting(const std::filesystem::path& path)
 {
     return std::make_unique<CFaultyFile>(m_below.OpenExisting(path), path, *this);
-}
-
-std::size_t CMemorySource::ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept
-{
-    if (offset >= m_bytes.size())
-        return 0;
-    const std::size_t count = std::min<std::uint64_t>(into.size(), m_bytes.size() - offset);
-    std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(offset), count, into.begin());
-    return count;
 }
 
 Bytes FileBytes(const std::filesystem::path& path)

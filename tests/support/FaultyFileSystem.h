@@ -38,7 +38,6 @@ struct FileFaults {
     std::vector<Range> unreadable{};                    ///< of every source: reads stop before it
     std::optional<std::uint64_t> shrinksTo{};           ///< sources end here, though they say they are longer
     std::optional<std::uint64_t> diskBytes{};           ///< writing fails once so many bytes were written
-    std::optional<std::uint64_t> failingWrite{};        ///< this write fails and all after it
     std::optional<std::uint64_t> failingCreate{};       ///< this creation of a file fails
     bool syncs = true;                                  ///< false: what was written need not reach the disk
     std::function<void(std::uint64_t)> onSourceRead{};  ///< called with the offset of each read
@@ -104,7 +103,6 @@ public:
     void Meet(const FileChange& change);
 
     FileFaults faults;
-    std::uint64_t writes = 0;
     std::uint64_t written = 0;
     std::uint64_t creates = 0;
     std::vector<std::filesystem::path>
@@ -112,17 +110,6 @@ public:
 
 private:
     std::mutex m_mutex;
-};
-
-/// Bytes in memory as a source, with the same read faults.
-class CMemorySource final : public platform::IByteSource {
-public:
-    explicit CMemorySource(std::span<const std::byte> bytes) : m_bytes(bytes) {}
-    std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override;
-    std::uint64_t Size() const noexcept override { return m_bytes.size(); }
-
-private:
-    std::span<const std::byte> m_bytes;
 };
 
 /// A file system whose only source is in memory, and that keeps new files in memory too, until they are

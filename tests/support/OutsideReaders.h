@@ -10,17 +10,15 @@
 
 namespace pastille::tests {
 
-/// What another program finds in a store file. Nothing when that program is not installed or fails.
+// What other programs find in a store file. Nothing when that program is not installed or fails.
+
 struct OutsideCount {
-    std::size_t messages = 0;  ///< mails, contacts, appointments and the like, without those inside others
+    std::size_t messages = 0;  ///< without those inside others
     std::map<std::string, std::size_t> perFolder;
 };
 
 /// The mails that readpst finds, by folder name. Items that are no mails are not counted.
 std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store);
-
-/// The items that pffexport finds, by folder path.
-std::optional<OutsideCount> CountWithPffexport(const std::filesystem::path& store);
 
 struct PffexportOptions {
     bool values = true;                     ///< every value of every item; takes far longer

@@ -56,8 +56,9 @@ private:
 
     std::uint32_t NewNid(std::uint32_t type);
     unsigned HidShift() const;
-    Bytes CodePageText(const Bytes& wide) const;
+    Bytes CodePageText(std::span<const std::byte> wide) const;
     Bytes CodePageTexts(const Bytes& wide) const;
+    Bytes CellText(std::u16string_view text) const;
     format::PropertyType StringType() const;
     void Insert(Properties& into, const StoreProperty& property, std::uint16_t id, Parts& parts);
     void MoveToSubnode(StoredProperty& property, std::size_t leafBytes, Parts& parts);

@@ -2,23 +2,12 @@
 
 #include <chrono>
 
-#include "format/Bytes.h"
+#include "format/PropertyContext.h"
 #include "platform/Text.h"
 
 namespace pastille::tests {
-namespace {
 
 using format::PropertyType;
-
-template <class Integer>
-Bytes LittleEndian(Integer value)
-{
-    Bytes bytes(sizeof value);
-    format::StoreLE(std::span(bytes), 0, value);
-    return bytes;
-}
-
-}  // namespace
 
 Bytes FixedBytes(std::uint32_t seed, std::size_t count)
 {
@@ -79,14 +68,10 @@ StoreProperty Binary(std::uint16_t id, std::string_view text)
 
 StoreProperty Texts(std::uint16_t id, const std::vector<std::u16string>& texts)
 {
-    Bytes value = LittleEndian(static_cast<std::uint32_t>(texts.size()));
-    value.resize(4 + 4 * texts.size());
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        format::StoreLE(std::span(value), 4 + 4 * i, static_cast<std::uint32_t>(value.size()));
-        const Bytes text = Text(0, texts[i]).value;
-        value.insert(value.end(), text.begin(), text.end());
-    }
-    return {.id = id, .type = PropertyType::MultipleString, .value = std::move(value)};
+    std::vector<Bytes> values;
+    for (const std::u16string& text : texts)
+        values.push_back(Text(0, text).value);
+    return {.id = id, .type = PropertyType::MultipleString, .value = format::JoinMultiple(values)};
 }
 
 StoreProperty Behind(std::uint16_t id, PropertyType type, std::uint32_t hnid)
@@ -117,6 +102,18 @@ StoreAttachment Embed(std::shared_ptr<StoreMessage> message, std::u16string_view
     attachment.properties = {Text(pid::kDisplayName, displayName)};
     attachment.omitted = {pid::kAttachFilename, pid::kAttachLongFilename};
     return attachment;
+}
+
+StoreAttachment Embed(StoreMessage message, std::u16string_view displayName)
+{
+    return Embed(std::make_shared<StoreMessage>(std::move(message)), displayName);
+}
+
+StoreDescription InFolders(std::vector<StoreFolder> folders)
+{
+    StoreDescription description;
+    description.folders = std::move(folders);
+    return description;
 }
 
 StoreMessage Mail(std::u16string_view subject, std::u16string_view sender, std::u16string_view body,

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "format/Bytes.h"
 #include "format/Guid.h"
 #include "format/PropertyIds.h"
 #include "format/PropertyTag.h"
@@ -43,6 +44,20 @@ StoreProperty Texts(std::uint16_t id, const std::vector<std::u16string>& texts);
 StoreProperty Behind(std::uint16_t id, format::PropertyType type, std::uint32_t hnid);
 /// The same property in a subnode, its data in blocks of `leafBytes` (0: as large as possible).
 StoreProperty InSubnode(StoreProperty property, std::size_t leafBytes = 0);
+
+/// A number as a store keeps it.
+template <class Integer>
+Bytes LittleEndian(Integer value)
+{
+    Bytes bytes(sizeof value);
+    format::StoreLE(std::span(bytes), 0, value);
+    return bytes;
+}
+
+inline void Append(Bytes& to, std::span<const std::byte> more)
+{
+    to.insert(to.end(), more.begin(), more.end());
+}
 
 /// Bytes that look random, pack badly and are the same in every build.
 Bytes FixedBytes(std::uint32_t seed, std::size_t count);
@@ -83,6 +98,7 @@ struct StoreAttachment {
 
 /// A message in another as mail clients attach it: under its subject, without a file name.
 StoreAttachment Embed(std::shared_ptr<StoreMessage> message, std::u16string_view displayName);
+StoreAttachment Embed(StoreMessage message, std::u16string_view displayName);
 
 struct StoreRecipient {
     std::u16string name{};
@@ -137,6 +153,9 @@ struct StoreDescription {
     std::function<void(CStoreFile&)> beforeTrees{};  ///< when every node and block is there
     std::function<void(NameStreams&)> editNames{};   ///< before the name map is written
 };
+
+/// A store of these folders.
+StoreDescription InFolders(std::vector<StoreFolder> folders);
 
 /// An ordinary mail.
 StoreMessage Mail(std::u16string_view subject, std::u16string_view sender, std::u16string_view body,

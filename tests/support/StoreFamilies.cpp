@@ -364,10 +364,7 @@ FamilySample MakeMailSample(bool replied)
 FamilyStore MakeFamilyStore(format::Variant variant, const FamilyOptions& options)
 {
     FamilyStore store;
-    store.description.format.variant = variant;
-    store.description.format.ost = options.isOst;
-    if (variant == format::Variant::Unicode4k)
-        store.description.format.crypt = format::CryptMethod::None;
+    store.description.format = FormatOf(variant, options.isOst);
     StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note"};
     for (const bool replied : {true, false}) {
         store.samples.push_back(MakeMailSample(replied));

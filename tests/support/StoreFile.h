@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -9,8 +10,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "format/Block.h"
 #include "format/Crypt.h"
-#include "format/Layout.h"
+#include "format/Header.h"
+#include "format/Page.h"
 #include "platform/FileSystem.h"
 #include "tests/support/StoreMemory.h"
 
@@ -37,6 +40,18 @@ struct StoreFormat {
     bool keepDirectory = true;          ///< false for stores too large to remember every block's name
 };
 
+/// A variant with an encoding that all readers decode alike; packed blocks of 4 KB files are not encoded.
+inline StoreFormat FormatOf(format::Variant variant, bool ost = false)
+{
+    const bool packs = variant == format::Variant::Unicode4k;
+    return {.variant = variant,
+            .ost = ost,
+            .crypt = packs ? format::CryptMethod::None : format::CryptMethod::Permute};
+}
+
+inline constexpr format::Variant kAllVariants[] = {format::Variant::Ansi, format::Variant::Unicode,
+                                                   format::Variant::Unicode4k};
+
 inline const char* VariantName(format::Variant variant)
 {
     constexpr const char* kNames[] = {"Ansi", "Unicode", "Unicode4k"};
@@ -58,11 +73,8 @@ struct BbtEntry {
     std::uint16_t references = 1;
 };
 
-struct SubnodeRef {
-    std::uint32_t nid = 0;
-    std::uint64_t bidData = 0;
-    std::uint64_t bidSub = 0;
-};
+/// An entry of a list of subnodes.
+using SubnodeRef = format::SubnodeLeafEntry;
 
 /// What stands at a place in the file.
 enum class PlaceKind { AMap, NbtLeaf, NbtIndex, BbtLeaf, BbtIndex, Data, DataTree, Subnodes };
@@ -136,12 +148,11 @@ public:
     std::uint64_t WriteDataTreeBlock(std::uint8_t level, std::uint32_t total,
                                      std::span<const std::uint64_t> children, const BlockOptions& options)
     {
-        return WriteInternalBlock(TreeBlock(level, total, children), options);
+        return WriteInternalBlock(format::EncodeDataTreeBlock(m_layout, level, total, children), options);
     }
 
     void AddNode(const NbtEntry& entry, const std::string& name = {});
     const std::vector<NbtEntry>& Nodes() const { return m_nodes; }
-    NbtEntry Node(std::uint32_t nid) const;
     const std::vector<BbtEntry>& Blocks() const { return m_blocks; }
     /// Whether blocks written from now on get entries in the BBT.
     void ListBlocks(bool listed) { m_listsBlocks = listed; }
@@ -163,15 +174,6 @@ public:
     const StoreDirectory& Directory() const { return m_directory; }
 
 private:
-    struct Child {
-        std::uint64_t key, bid, ib;
-    };
-    struct PageBody {
-        Bytes bytes;
-        std::size_t count, maximum, entrySize;
-        std::uint8_t type, level;
-    };
-
     std::uint64_t Allocate(std::size_t size, std::size_t alignment);
     std::uint64_t AllocatePage();
     void EnterSection();
@@ -181,22 +183,23 @@ private:
 
     std::uint64_t WriteAnyBlock(std::span<const std::byte> data, const BlockOptions& options, bool internal);
     void EncodeStored(Bytes& stored, std::uint64_t bid, bool internal, const BlockOptions& options) const;
-    Bytes TreeBlock(std::uint8_t level, std::uint32_t total, std::span<const std::uint64_t> children) const;
     void AddReference(std::uint64_t bid);
 
-    std::uint64_t WritePage(PageBody body, const PageOptions& options, PlaceKind kind, std::uint64_t* bid);
-    Child WriteTree(std::vector<Child> level, std::uint8_t type, PlaceKind indexKind);
+    format::BlockReference WritePage(Bytes body, format::PageType tree, unsigned level, std::size_t count,
+                                     const PageOptions& options);
+    format::BlockReference WriteTree(std::vector<format::IndexEntry> level, format::PageType tree);
     template <class Entry, class Key, class Write>
-    std::vector<Child> WriteLeaves(std::vector<Entry> entries, Key key, std::size_t perPage, Write write);
-    std::vector<Child> WriteNbtLeaves();
-    std::vector<Child> WriteBbtLeaves();
+    std::vector<format::IndexEntry> WriteLeaves(std::vector<Entry> entries, Key key, std::size_t perPage,
+                                                Write write);
+    std::vector<format::IndexEntry> WriteNbtLeaves();
+    std::vector<format::IndexEntry> WriteBbtLeaves();
     void WriteMaps();
-    void WriteMapPage(std::uint64_t offset, std::uint8_t type, std::span<const std::byte> bitmap);
-    void WriteHeader(const Child& nbt, const Child& bbt);
+    void WriteMapPage(std::uint64_t offset, format::PageType type, std::span<const std::byte> bitmap,
+                      std::uint64_t bid = 0);
+    void WriteHeader(const format::BlockReference& nodeTree, const format::BlockReference& blockTree);
     void Put(std::uint64_t offset, std::span<const std::byte> bytes);
     void Flush();
     void Note(StorePlace place);
-    void StoreKey(std::span<std::byte> into, std::size_t offset, std::uint64_t value) const;
 
     platform::IFile& m_file;
     StoreFormat m_format;
@@ -208,7 +211,7 @@ private:
     std::uint64_t m_nextBlock = 4;
     bool m_listsBlocks = true;
     std::uint64_t m_nextPage;
-    std::uint32_t m_lastIndex[32];
+    std::array<std::uint32_t, 32> m_lastIndex;
     std::vector<NbtEntry> m_nodes;
     std::vector<BbtEntry> m_blocks;
     std::unordered_map<std::uint64_t, std::size_t> m_blockByBid;

@@ -5,6 +5,7 @@
 
 #include "format/Bytes.h"
 #include "format/Heap.h"
+#include "format/PropertyContext.h"
 #include "format/TableContext.h"
 
 namespace pastille::tests {
@@ -15,11 +16,10 @@ using format::StoreLE;
 
 constexpr std::uint32_t kRowIdTag = 0x67F20003;
 constexpr std::uint32_t kRowVersionTag = 0x67F30003;
-constexpr std::size_t kMostItems = 2047;
 
 bool IsBitmapBlock(std::size_t block)
 {
-    return block >= 8 && (block - 8) % 128 == 0;
+    return block % 128 == 8;
 }
 
 }  // namespace
@@ -29,25 +29,18 @@ CHeapBuilder::CHeapBuilder(std::uint8_t clientSignature, std::size_t blockBytes,
 {
 }
 
-std::size_t CHeapBuilder::HeaderBytes(std::size_t block) const
-{
-    if (block == 0)
-        return 12;
-    return IsBitmapBlock(block) ? 66 : 2;
-}
-
 std::size_t CHeapBuilder::UsedBytes(std::size_t block, std::size_t moreItems, std::size_t moreBytes) const
 {
-    const std::size_t end = HeaderBytes(block) + m_blocks[block].bytes + moreBytes;
+    const std::size_t end = format::HeapHeaderSize(block) + m_blocks[block].bytes + moreBytes;
     return end + end % 2 + 4 + 2 * (m_blocks[block].items.size() + moreItems + 1);
 }
 
 std::uint32_t CHeapBuilder::Add(Bytes item)
 {
-    if (item.empty() || item.size() > kLargestItem)
+    if (item.empty() || item.size() > format::kLargestHeapItem)
         throw std::length_error("heap item of impossible size");
     if (UsedBytes(m_blocks.size() - 1, 1, item.size()) > m_blockBytes ||
-        m_blocks.back().items.size() == kMostItems)
+        m_blocks.back().items.size() == format::kMostHeapItems)
         NextBlock();
     Block& block = m_blocks.back();
     block.bytes += item.size();
@@ -78,7 +71,7 @@ std::vector<Bytes> CHeapBuilder::Finish() const
     };
     for (std::size_t index = 0; index < m_blocks.size(); ++index) {
         const Block& block = m_blocks[index];
-        Bytes bytes(HeaderBytes(index));
+        Bytes bytes(format::HeapHeaderSize(index));
         std::vector<std::uint16_t> starts;
         for (const Bytes& item : block.items) {
             starts.push_back(static_cast<std::uint16_t>(bytes.size()));
@@ -114,7 +107,7 @@ std::uint32_t AddBth(CHeapBuilder& heap, const std::vector<Bytes>& records, std:
     std::vector<Bytes> current = records;
     while (!current.empty()) {
         const std::size_t size = current.front().size();
-        const std::size_t perItem = CHeapBuilder::kLargestItem / size;
+        const std::size_t perItem = format::kLargestHeapItem / size;
         std::vector<Bytes> parents;
         for (std::size_t first = 0; first < current.size(); first += perItem) {
             Bytes item;
@@ -137,28 +130,12 @@ std::uint32_t AddBth(CHeapBuilder& heap, const std::vector<Bytes>& records, std:
 
 std::size_t FixedSize(PropertyType type)
 {
-    switch (type) {
-        case PropertyType::Boolean:
-            return 1;
-        case PropertyType::Integer16:
-            return 2;
-        case PropertyType::Integer32:
-        case PropertyType::Floating32:
-        case PropertyType::ErrorCode:
-            return 4;
-        case PropertyType::Floating64:
-        case PropertyType::Currency:
-        case PropertyType::FloatingTime:
-        case PropertyType::Integer64:
-        case PropertyType::Time:
-            return 8;
-        default:
-            return 0;
-    }
+    const format::PropertyStorageRule rule = format::StorageRuleOf(type);
+    return rule.isInlineInCell ? rule.fixedSize : 0;
 }
 
 CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>& properties,
-                                  const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift)
+                                  std::size_t blockBytes, unsigned blockShift)
 {
     CHeapBuilder heap(0xBC, blockBytes, blockShift);
     Bytes header(8);
@@ -168,7 +145,7 @@ CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>&
     const std::uint32_t headerHid = heap.Add(header);
     heap.SetUserRoot(headerHid);
     // The records come before the values they point to, so the place of small contexts is taken first.
-    const bool oneItem = !properties.empty() && properties.size() * 8 <= CHeapBuilder::kLargestItem;
+    const bool oneItem = !properties.empty() && properties.size() * 8 <= format::kLargestHeapItem;
     std::uint32_t root = oneItem ? heap.Add(Bytes(properties.size() * 8)) : 0;
     std::vector<Bytes> records;
     for (const auto& [id, property] : properties) {
@@ -182,8 +159,7 @@ CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>&
             std::copy_n(property.value.begin(), std::min<std::size_t>(4, property.value.size()),
                         record.begin() + 4);
         } else if (!property.value.empty()) {
-            const bool outside = property.inSubnode || property.value.size() > CHeapBuilder::kLargestItem;
-            StoreLE(std::span(record), 4, outside ? toSubnode(property.value) : heap.Add(property.value));
+            StoreLE(std::span(record), 4, heap.Add(property.value));
         }
         records.push_back(std::move(record));
     }
@@ -251,7 +227,7 @@ Bytes RowBytes(const format::TableInfo& info, const TableRow& row, std::uint32_t
             std::copy_n(cell->second.begin(), std::min<std::size_t>(column.size, cell->second.size()),
                         bytes.begin() + column.offset);
         } else if (!cell->second.empty()) {
-            const bool outside = cell->second.size() > CHeapBuilder::kLargestItem;
+            const bool outside = cell->second.size() > format::kLargestHeapItem;
             StoreLE(at, column.offset, outside ? toSubnode(cell->second) : heap.Add(cell->second));
         }
         format::SetCellExists(info, bytes, column, true);
@@ -300,7 +276,7 @@ BuiltTable BuildTable(std::vector<std::uint32_t> tags, const std::vector<TableRo
     heap.Replace(headerHid, header);
 
     const std::size_t rowBytes = info.rowSize;
-    const bool inHeap = rows.size() * rowBytes <= CHeapBuilder::kLargestItem;
+    const bool inHeap = rows.size() * rowBytes <= format::kLargestHeapItem;
     const std::size_t perBlock = blockBytes / rowBytes;
     info.rows = rows.empty() ? 0 : BuiltTable::kRowMatrixNid;
     if (inHeap && !rows.empty())

@@ -18,9 +18,7 @@ public:
     /// 19 in 4 KB files).
     CHeapBuilder(std::uint8_t clientSignature, std::size_t blockBytes, unsigned blockShift);
 
-    static constexpr std::size_t kLargestItem = 3580;
-
-    /// Adds an item of 1 to kLargestItem bytes and returns its HID.
+    /// Adds an item of 1 to format::kLargestHeapItem bytes and returns its HID.
     std::uint32_t Add(Bytes item);
     /// Replaces an item by one of the same size.
     void Replace(std::uint32_t hid, Bytes item);
@@ -35,7 +33,6 @@ private:
         std::vector<Bytes> items;
         std::size_t bytes = 0;
     };
-    std::size_t HeaderBytes(std::size_t block) const;
     std::size_t UsedBytes(std::size_t block, std::size_t moreItems, std::size_t moreBytes) const;
     std::uint8_t FillLevel(std::size_t block) const;
 
@@ -51,24 +48,22 @@ private:
 std::uint32_t AddBth(CHeapBuilder& heap, const std::vector<Bytes>& records, std::size_t keyBytes,
                      std::uint8_t& levels);
 
-/// What a builder of property or table contexts needs of the node around it: it puts a value that does not
-/// fit the heap into a subnode and returns the subnode's NID.
-using SubnodeSink = std::function<std::uint32_t(std::span<const std::byte>)>;
-
 /// A property as stored: small fixed-size values inline, everything else as bytes.
 struct StoredProperty {
     format::PropertyType type = format::PropertyType::Integer32;
     Bytes value;
-    std::optional<std::uint32_t> hnid;  ///< used as it is instead of the value
-    bool inSubnode = false;             ///< even when it would fit the heap
+    std::optional<std::uint32_t> hnid{};  ///< used as it is instead of the value
 };
 
 /// Bytes that a type takes inline or in a table cell; 0 for types of changing size.
 std::size_t FixedSize(format::PropertyType type);
 
-/// A property context. [MS-PST] 2.3.3
+/// A property context whose values all fit the heap. [MS-PST] 2.3.3
 CHeapBuilder BuildPropertyContext(const std::map<std::uint16_t, StoredProperty>& properties,
-                                  const SubnodeSink& toSubnode, std::size_t blockBytes, unsigned blockShift);
+                                  std::size_t blockBytes = 8176, unsigned blockShift = 16);
+
+/// Puts a value that does not fit the heap into a subnode of the table's node and returns the subnode's NID.
+using SubnodeSink = std::function<std::uint32_t(std::span<const std::byte>)>;
 
 struct TableRow {
     std::uint32_t id = 0;

@@ -2,26 +2,51 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 
 #include "tests/support/StoreBuilder.h"
 
 namespace pastille::tests {
 
-enum class ItemKind { Mails, Contacts, Appointments, Tasks };
+/// A generator of our own: standard distributions give other numbers on other platforms.
+class CRandom {
+public:
+    explicit CRandom(std::uint64_t seed) : m_state(seed * 0x9E3779B97F4A7C15u + 0x1234567) {}
+    std::uint32_t Below(std::size_t bound)
+    {
+        m_state = m_state * 6364136223846793005u + 1442695040888963407u;
+        return static_cast<std::uint32_t>((m_state >> 33) % bound);
+    }
 
-/// A store of ordinary items, mails of about 7 KB each, as large as wanted. The same options give the same
-/// bytes.
+private:
+    std::uint64_t m_state;
+};
+
+/// Text of about so many characters.
+std::u16string Words(CRandom& random, std::size_t characters);
+/// The name of a person.
+std::u16string Person(CRandom& random);
+std::u16string Decimal(std::uint64_t number);
+
+/// A mail of about 7 KB.
+StoreMessage OrdinaryMail(CRandom& random, std::uint64_t number);
+
+/// The items of a store: what makes the one of a number, how large it is, and the class of their folders.
+struct ItemMaker {
+    std::function<StoreMessage(CRandom& random, std::uint64_t number)> make = OrdinaryMail;
+    std::uint64_t bytes = 7000;
+    std::u16string folderClass = u"IPF.Note";
+};
+
+/// A store of ordinary items, as large as wanted. The same options give the same bytes.
 struct MailStoreOptions {
     StoreFormat format{};
-    ItemKind kind = ItemKind::Mails;
     std::uint64_t mails = 0;        ///< number of items; 0: as many as fit `fileBytes`
     std::uint64_t fileBytes = 0;    ///< about this large
     std::uint64_t spreadBytes = 0;  ///< spread them over so much of the file, with holes between
     std::uint32_t folders = 12;
     std::uint32_t seed = 1;
-    std::size_t attachments = 0;  ///< on each item
-    std::size_t attachmentBytes = 50'000;
-    std::size_t bodyBytes = 0;  ///< of a body in a subnode, in place of the ordinary one; 0: that one
+    ItemMaker items{};
 };
 
 struct MailStoreFigures {

@@ -12,6 +12,26 @@ namespace pastille::tests {
 
 using Bytes = std::vector<std::byte>;
 
+/// Bytes in memory as a source.
+class CMemorySource : public platform::IByteSource {
+public:
+    /// `bytes` must outlive this object.
+    explicit CMemorySource(std::span<const std::byte> bytes) : m_bytes(bytes) {}
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override
+    {
+        if (offset >= m_bytes.size())
+            return 0;
+        const auto found =
+            m_bytes.subspan(offset, std::min<std::uint64_t>(into.size(), m_bytes.size() - offset));
+        std::ranges::copy(found, into.begin());
+        return found.size();
+    }
+    std::uint64_t Size() const noexcept override { return m_bytes.size(); }
+
+private:
+    std::span<const std::byte> m_bytes;
+};
+
 /// A file that is only in memory.
 class CMemoryFile : public platform::IFile {
 public:
@@ -20,11 +40,7 @@ public:
 
     std::size_t ReadAt(std::uint64_t offset, std::span<std::byte> into) noexcept override
     {
-        if (offset >= m_bytes.size())
-            return 0;
-        const std::size_t count = std::min<std::uint64_t>(into.size(), m_bytes.size() - offset);
-        std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(offset), count, into.begin());
-        return count;
+        return CMemorySource(m_bytes).ReadAt(offset, into);
     }
     std::uint64_t Size() const noexcept override { return m_bytes.size(); }
     void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) override

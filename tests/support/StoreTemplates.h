@@ -1,9 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace pastille::tests {
+
+// Nodes that every store has, as the builder numbers them.
+inline constexpr std::uint32_t kRootFolder = 0x122;
+inline constexpr std::uint32_t kSearchRoot = 0x8042;
+inline constexpr std::uint32_t kDeletedItems = 0x8062;
+inline constexpr std::uint32_t kSearchFolder = 0x2223;
+inline constexpr std::u16string_view kSearchFolderName = u"SPAM Search Folder 2";
 
 // Columns of the tables that every store has, as empty stores of mail clients carry them; row id and row
 // version come on top. String columns as the wide variants have them.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
+#include "tests/support/StoreFamilies.h"
 #include "tests/writer/WriterSupport.h"
 
 namespace pastille::tests {
@@ -17,16 +20,9 @@ constexpr std::uint16_t kTime = 0x0040;
 constexpr std::uint16_t kBinary = 0x0102;
 constexpr double kYear1601 = -109'205.0;
 
-class FamilyWriterTest : public testing::Test {
-public:
-    void SetUp() override
-    {
-        component.storeName = u"Store";
-        const auto root = component.CreateSession()->GetFolderFromPath(u"\\\\Store");
-        item = QueryInterface<IMessageItem>(root->GetItems()->AddItem(u"IPM.Contact"));
-    }
+struct FamilyFixture : WriterFixture {
+    FamilyFixture() : WriterFixture(u"IPM.Contact") {}
 
-    FakeItem& Item() { return *component.root.items.front(); }
     void Write(FamilyTable table, std::uint16_t id, std::uint16_t type, std::uint32_t value)
     {
         WriteFamilyProperty(table, item, {id, type, value}, source);
@@ -45,11 +41,9 @@ public:
         source.values.try_emplace(value);
         return value;
     }
-
-    CFakeComponent component;
-    CValueSource source;
-    CRef<IMessageItem> item;
 };
+
+class FamilyWriterTest : public testing::Test, public FamilyFixture {};
 
 TEST_F(FamilyWriterTest, TheFirstTextWins)
 {
@@ -111,17 +105,17 @@ TEST_F(FamilyWriterTest, NamedPropertiesAreFoundThroughTheMap)
 {
     const std::string day = Packed(std::uint64_t{109'206} * 864'000'000'000);
     WriteBytes(kAppointmentTable, 0x8010, kTime, day);
-    WriteText(kContactTable, 0x8011, u"home");
+    WriteText(kContactTable, 0x8FFF, u"home");
     EXPECT_TRUE(Item().written.empty()) << "ids that the map does not know";
     source.names.AddPair(0x820D, 0x8010);
-    source.names.AddPair(0x801A, 0x8011);
+    source.names.AddPair(0x801A, 0x8FFF);
     source.names.AddPair(0x8B02, 0x8503);
     source.names.AddPair(0x8700, 0x9000);
     WriteBytes(kMeetingTable, 0x8010, kTime, day);
     WriteText(kJournalTable, 0x9000, u"call");
     EXPECT_TRUE(Item().written.empty()) << "no start of a meeting, and no named id beyond 0x8FFF";
     WriteBytes(kAppointmentTable, 0x8010, kTime, day);
-    WriteText(kContactTable, 0x8011, u"home");
+    WriteText(kContactTable, 0x8FFF, u"home");
     Write(kNoteTable, 0x8503, kLong, Within(300));
     Write(kNoteTable, 0x8503, kBoolean, Within(1));  // is the width here, and no flag
     EXPECT_EQ(Item().written, (std::vector<std::string>{"Start", "HomeAddress", "NoteWidth"}));
@@ -142,6 +136,53 @@ TEST_F(FamilyWriterTest, FailuresLeaveWithWhatWasWrittenInPlace)
             EXPECT_EQ(error.Error(), E_POINTER);
         }
     }
+}
+
+using Ids = std::set<std::uint32_t>;
+
+/// Ids and long ids of what a family's items keep.
+Ids KeptIds(std::u16string_view messageClass)
+{
+    const StoreMessage item = MakeFamilySample(messageClass, {.isOst = true}).message;
+    Ids ids;
+    for (const StoreProperty& property : item.properties)
+        ids.insert(property.id);
+    for (const StoreNamedProperty& property : item.named)
+        ids.insert(property.name.lid);
+    if (messageClass == u"IPM.Contact")
+        ids.insert(0x6619);  // the body of a contact of an OST
+    return ids;
+}
+
+/// The ids under which a value of any type becomes a property of an item.
+Ids WrittenIds(FamilyTable table)
+{
+    FamilyFixture fixture;
+    fixture.source.isOst = true;
+    const std::uint32_t value = fixture.source.Add(Wide(u"text"));
+    Ids ids;
+    for (std::uint32_t id = 0; id <= 0xFFFF; ++id) {
+        for (const std::uint16_t type : {kShort, kLong, kBoolean, kString, kTime})
+            fixture.Write(table, static_cast<std::uint16_t>(id), type, value);
+        if (!fixture.Item().written.empty())
+            ids.insert(id);
+        fixture.Item() = FakeItem();
+    }
+    return ids;
+}
+
+// That each value comes to its place is shown by whole repairs.
+TEST(FamilyTables, KeepWhatTheyAreToKeepAndNothingElse)
+{
+    const std::pair<const FamilyTable&, std::u16string_view> families[] = {
+        {kContactTable, u"IPM.Contact"},
+        {kAppointmentTable, u"IPM.Appointment"},
+        {kMeetingTable, u"IPM.Schedule.Meeting.Request"},
+        {kTaskTable, u"IPM.Task"},
+        {kJournalTable, u"IPM.Activity"},
+        {kNoteTable, u"IPM.StickyNote"}};
+    for (const auto& [table, messageClass] : families)
+        EXPECT_EQ(WrittenIds(table), KeptIds(messageClass)) << platform::ToUtf8(messageClass);
 }
 
 }  // namespace

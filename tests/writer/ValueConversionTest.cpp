@@ -99,19 +99,6 @@ TEST(OleDate, KnownDatesBothWays)
     EXPECT_EQ(FileTimeFromOleDate(1e300), 0u);
 }
 
-TEST(NamedProperties, AreKnownByTheirLongIds)
-{
-    format::CNamedPropertyMap names;
-    names.AddPair(0x8503, 0x8001);
-    names.AddPair(0x8105, 0x8FFF);
-    EXPECT_EQ(TranslateId(names, 0x8001), 0x8503u);
-    EXPECT_EQ(TranslateId(names, 0x8FFF), 0x8105u);
-    EXPECT_EQ(TranslateId(names, 0x8503), 0x8503u) << "not in the map";
-    EXPECT_EQ(TranslateId(names, 0x0037), 0x0037u);
-    names.AddPair(0x8530, 0x9000);
-    EXPECT_EQ(TranslateId(names, 0x9000), 0x9000u) << "beyond the named ids";
-}
-
 TEST(SubjectText, LeavesThePrefixMarkOut)
 {
     EXPECT_EQ(SubjectText(u"\u0001\u0010Undeliverable: x"), u"Undeliverable: x");

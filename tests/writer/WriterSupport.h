@@ -46,6 +46,22 @@ private:
     platform::CCodePage m_codePage{"windows-1252"};
 };
 
+/// A fake component with one item, and the source that it is written from.
+struct WriterFixture {
+    explicit WriterFixture(const char16_t* messageClass)
+    {
+        component.storeName = u"Store";
+        const auto root = component.CreateSession()->GetFolderFromPath(u"\\\\Store");
+        item = writer::QueryInterface<writer::IMessageItem>(
+            root->GetItems()->AddItem(std::u16string(messageClass)));
+    }
+    FakeItem& Item() { return *component.root.items.front(); }
+
+    CFakeComponent component;
+    CValueSource source;
+    writer::CRef<writer::IMessageItem> item;
+};
+
 /// Little-endian bytes.
 template <class Integer>
 std::string Packed(Integer value)

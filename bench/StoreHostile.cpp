@@ -1,4 +1,4 @@
-#include "tests/support/StoreHostile.h"
+#include "bench/StoreHostile.h"
 
 #include <algorithm>
 #include <functional>
@@ -7,11 +7,13 @@
 #include "format/Bytes.h"
 #include "format/Checksum.h"
 
-namespace pastille::tests {
+namespace pastille::bench {
 namespace {
 
 using format::StoreLE;
 using format::VariantLayout;
+using tests::Bytes;
+using tests::StoreFormat;
 
 constexpr std::size_t kChunk = std::size_t{1} << 20;
 
@@ -146,4 +148,4 @@ void WriteHostileFile(HostileFill fill, const StoreFormat& format, std::uint64_t
     file.SetSize(std::max(size, first + layout.pageSize));
 }
 
-}  // namespace pastille::tests
+}  // namespace pastille::bench

@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
+#include <utility>
 
+#include "component/pst/ndb/AllocationPlan.h"
 #include "component/pst/ndb/DataTree.h"
+#include "component/pst/ndb/MapPages.h"
+#include "component/pst/ndb/SortedList.h"
 #include "component/pst/ndb/StoreCompletion.h"
 #include "format/Block.h"
 #include "tests/component/NdbTestFile.h"
@@ -188,17 +193,14 @@ TEST(NdbWriter, CheckpointsAreCheapInLargeStores)
     EXPECT_EQ(DatabaseErrors(file), "");
 }
 
-TEST(NdbWriter, ReadsBackWhatIsNotCommitted)
+TEST(NdbWriter, RefusesBlocksThatAreNotThereOrCannotBe)
 {
     CMemoryFile file;
     CNdbWriter writer(file);
-    std::vector<Bid> bids;
-    for (unsigned i = 0; i < 400; ++i)
-        bids.push_back(writer.AddDataBlock(Pattern(5000 + i, i)));
-    for (unsigned i = 0; i < 400; ++i)
-        ASSERT_EQ(*writer.ReadBlock(bids[i]), Pattern(5000 + i, i)) << i;
-    EXPECT_THROW(writer.ReadBlock({4 * 401}), std::invalid_argument);
-    EXPECT_THROW(writer.ReadBlock({bids[0].value | 2}), std::invalid_argument);
+    const Bid only = writer.AddDataBlock(Pattern(5000));
+    EXPECT_EQ(*writer.ReadBlock(only), Pattern(5000)) << "before any commit";
+    EXPECT_THROW(writer.ReadBlock({only.value + 4}), std::invalid_argument);
+    EXPECT_THROW(writer.ReadBlock({only.value | 2}), std::invalid_argument);
     EXPECT_THROW(writer.AddDataBlock({}), std::length_error);
     EXPECT_THROW(writer.AddDataBlock(Pattern(8177)), std::length_error);
 }
@@ -218,6 +220,139 @@ TEST(NdbWriter, BlocksAreStoredAsTheHeaderSays)
         EXPECT_EQ(isPlain, method == format::CryptMethod::None);
         CNdbReader reader(file);
         EXPECT_EQ(CDataTreeReader(reader, reader.FindNode({0x21})->data).ReadAll(), plain);
+    }
+}
+
+using component::pst::CAllocationPlan;
+using component::pst::MapPagePlace;
+using format::PageType;
+
+constexpr std::uint64_t kSection = 253952;
+
+std::vector<PageType> TypesOf(std::uint64_t section)
+{
+    std::vector<PageType> types;
+    std::uint64_t expected = CAllocationPlan::SectionStart(section);
+    for (const MapPagePlace& place : CAllocationPlan::MapPagesOf(section)) {
+        EXPECT_EQ(place.offset, expected);
+        expected += 512;
+        types.push_back(place.type);
+    }
+    return types;
+}
+
+TEST(NdbAllocation, MapPagesStandAtTheirIntervals)
+{
+    using enum PageType;
+    const std::map<std::uint64_t, std::vector<PageType>> expected = {
+        {0, {AllocationMap, PageMap}},
+        {1, {AllocationMap}},
+        {7, {AllocationMap}},
+        {8, {AllocationMap, PageMap}},
+        {120, {AllocationMap, PageMap}},
+        {128, {AllocationMap, PageMap, FreeMap}},
+        {624, {AllocationMap, PageMap, FreeMap}},
+        {8191, {AllocationMap}},
+        {8192, {AllocationMap, PageMap, FreePageMap}},
+        {39936, {AllocationMap, PageMap, FreePageMap}}};
+    for (const auto& [section, types] : expected)
+        EXPECT_EQ(TypesOf(section), types) << section;
+    EXPECT_EQ(CAllocationPlan::MapPagesOf(128)[2].offset, 0x1F04800u);
+    EXPECT_EQ(CAllocationPlan::MapPagesOf(8192)[2].offset, 0x7C004800u);
+}
+
+TEST(NdbAllocation, SkipsMapPagesAndNeverCrossesASection)
+{
+    CAllocationPlan plan;
+    EXPECT_EQ(plan.FileSize(), 0x42400u) << "the smallest store";
+    EXPECT_EQ(plan.TakeBlock(64), 0x4800u) << "behind the first AMap and PMap";
+    EXPECT_EQ(plan.TakePage(), 0x4A00u) << "pages at multiples of 512";
+    EXPECT_EQ(plan.TakeBlock(8192), 0x4C00u);
+
+    const std::uint64_t second = 0x4400 + kSection;
+    plan.SkipTo(second - 64);
+    EXPECT_EQ(plan.TakeBlock(64), second - 64) << "exactly up to the border";
+    EXPECT_EQ(plan.SectionCount(), 1u) << "a full section does not begin the next";
+    EXPECT_EQ(plan.TakeBlock(64), second + 512) << "one map page only";
+    plan.SkipTo(second + kSection - 8128);
+    EXPECT_EQ(plan.TakeBlock(8192), second + kSection + 512) << "too long for the rest of the section";
+    EXPECT_EQ(plan.SectionCount(), 3u);
+    EXPECT_EQ(plan.FileSize(), 0x4400 + 3 * kSection);
+    EXPECT_EQ(plan.LastAMapOffset(), 0x4400 + 2 * kSection);
+
+    for (const std::uint64_t section : {128u, 8192u}) {
+        const std::uint64_t start = CAllocationPlan::SectionStart(section);
+        CAllocationPlan far;
+        far.SkipTo(start - 128);
+        EXPECT_EQ(far.TakePage(), start + 3 * 512) << section;
+    }
+}
+
+TEST(NdbAllocation, PagesGivenBackAreTakenFirst)
+{
+    CAllocationPlan plan;
+    const std::uint64_t page = plan.TakePage();
+    const std::uint64_t block = plan.TakeBlock(64);
+    plan.ReusePage(page);
+    EXPECT_EQ(plan.TakeBlock(64), block + 64) << "blocks never go back";
+    EXPECT_EQ(plan.TakePage(), page);
+    EXPECT_GT(plan.TakePage(), block);
+}
+
+/// A store whose trees have two levels.
+Bytes WriteStore()
+{
+    CMemoryFile file;
+    CNdbWriter writer(file);
+    for (std::uint32_t i = 0; i < 60; ++i)
+        writer.PutNode(MessageNid(i), writer.AddDataBlock(Pattern(100, i)), {}, {0x122});
+    writer.Commit();
+    return file.Content();
+}
+
+using PageChange = std::function<void(std::span<std::byte> page, std::uint64_t offset)>;
+
+/// Rewrites the page at `offset` after a change of its bytes, with sound checksums.
+void RewritePage(Bytes& store, std::uint64_t offset, const PageChange& change)
+{
+    const auto page = std::span(store).subspan(offset, 512);
+    const auto trailer = format::ParsePageTrailer(format::kUnicodeLayout, format::CByteView(page), offset);
+    change(page, offset);
+    format::EncodePageTrailer(format::kUnicodeLayout, page, trailer->trailer.type, offset,
+                              trailer->trailer.bid);
+}
+
+TEST(NdbDamage, TreesThatBreakTheirRulesAreRefused)
+{
+    const std::vector<std::pair<const char*, PageChange>> changes = {
+        {"count over maximum", [](auto page, auto) { format::StoreLE<std::uint8_t>(page, 488, 21); }},
+        {"entry size 0", [](auto page, auto) { format::StoreLE<std::uint8_t>(page, 490, 0); }},
+        {"level of a leaf", [](auto page, auto) { format::StoreLE<std::uint8_t>(page, 491, 0); }},
+        {"level too high", [](auto page, auto) { format::StoreLE<std::uint8_t>(page, 491, 200); }},
+        {"keys unsorted",
+         [](auto page, auto) { std::swap_ranges(page.begin(), page.begin() + 24, page.begin() + 24); }},
+        {"parent key", [](auto page, auto) { format::StoreLE<std::uint32_t>(page, 0, 0x20); }},
+        {"child is itself", [](auto page, auto offset) {
+             const format::BlockReference self{format::LoadLE<std::uint64_t>(page, 504), offset};
+             const auto firstKey = format::LoadLE<std::uint64_t>(page, 0);
+             format::EncodeIndexEntry(format::kUnicodeLayout, {firstKey, self}, page);
+         }}};
+    for (const auto& [name, change] : changes) {
+        Bytes store = WriteStore();
+        CMemoryFile sound(store);
+        RewritePage(store, CNdbReader(sound).Header().nodeTree.offset, change);
+        CMemoryFile file(store);
+        CNdbReader reader(file);
+        EXPECT_THROW(reader.VisitNodes([](const NodeRecord&) { return true; }), CFormatError) << name;
+    }
+}
+
+TEST(NdbDamage, FilesThatEndInTheHeaderAreRefused)
+{
+    for (const std::size_t size : {std::size_t{0}, std::size_t{3}, std::size_t{563}}) {
+        CMemoryFile file(WriteStore());
+        file.SetSize(size);
+        EXPECT_THROW(CNdbReader{file}, CFormatError) << size;
     }
 }
 

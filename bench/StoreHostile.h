@@ -5,7 +5,7 @@
 #include "platform/FileSystem.h"
 #include "tests/support/StoreFile.h"
 
-namespace pastille::tests {
+namespace pastille::bench {
 
 /// What fills a file that no mail program wrote.
 enum class HostileFill {
@@ -18,6 +18,7 @@ enum class HostileFill {
 
 /// Fills `file`, which must be empty, up to `size` bytes: the client's magic and one page by which the
 /// variant is recognised, then nothing but `fill`. Only the variant and the kind of client of `format` count.
-void WriteHostileFile(HostileFill fill, const StoreFormat& format, std::uint64_t size, platform::IFile& file);
+void WriteHostileFile(HostileFill fill, const tests::StoreFormat& format, std::uint64_t size,
+                      platform::IFile& file);
 
-}  // namespace pastille::tests
+}  // namespace pastille::bench

@@ -7,6 +7,7 @@
 #include "format/Bytes.h"
 #include "store/DataTree.h"
 #include "store/HeapBlock.h"
+#include "store/NamedProperties.h"
 #include "tests/store/LoadedStore.h"
 
 namespace pastille::tests {
@@ -16,7 +17,7 @@ using format::Variant;
 
 StoredProperty Value(const StoreProperty& property)
 {
-    return {property.type, property.value, property.hnid, false};
+    return {property.type, property.value, property.hnid};
 }
 
 using Context = std::map<std::uint16_t, StoredProperty>;
@@ -47,7 +48,7 @@ std::optional<store::FolderProperties> Read(const std::vector<Bytes>& blocks, St
 
 std::optional<store::FolderProperties> Read(const Context& properties, StoreFormat format = {})
 {
-    return Read(BuildPropertyContext(properties, {}, 8176, 16).Finish(), format);
+    return Read(BuildPropertyContext(properties).Finish(), format);
 }
 
 TEST(FolderProperties, WhatHasAMessageClassOrNoDisplayNameIsNoFolder)
@@ -89,7 +90,7 @@ TEST(FolderProperties, ValuesOutsideTheFirstBlockAreOutOfRange)
 
 TEST(FolderProperties, OstFilesTakeEveryHeapSignature)
 {
-    Bytes block = BuildPropertyContext({{0x3001, Value(Text(0, u"Name"))}}, {}, 8176, 16).Finish().front();
+    Bytes block = BuildPropertyContext({{0x3001, Value(Text(0, u"Name"))}}).Finish().front();
     for (const int client : {0xBC, 0x7C, 0x8C, 0xEC, 0xA5}) {
         block[3] = static_cast<std::byte>(client);
         StoreFormat format;
@@ -102,8 +103,7 @@ TEST(FolderProperties, OstFilesTakeEveryHeapSignature)
 TEST(FolderProperties, EveryCheckOfTheHeapRefusesTheBlock)
 {
     const Bytes sound =
-        BuildPropertyContext({{0x3001, Value(Text(0, u"Name"))}, {0x3613, Value(Text(0, u"IPF.Task"))}}, {},
-                             8176, 16)
+        BuildPropertyContext({{0x3001, Value(Text(0, u"Name"))}, {0x3613, Value(Text(0, u"IPF.Task"))}})
             .Finish()
             .front();
     ASSERT_TRUE(Read({sound}));
@@ -127,6 +127,116 @@ TEST(FolderProperties, EveryCheckOfTheHeapRefusesTheBlock)
             format::StoreLE(std::span(block), change.at, static_cast<std::uint16_t>(end + 1));
         EXPECT_FALSE(Read({block})) << change.what;
     }
+}
+
+using format::CNamedPropertyMap;
+
+Bytes NameId(std::uint32_t lid, std::uint16_t guidAndKind, std::uint16_t index)
+{
+    Bytes record(8);
+    format::StoreLE(std::span(record), 0, lid);
+    format::StoreLE(std::span(record), 4, guidAndKind);
+    format::StoreLE(std::span(record), 6, index);
+    return record;
+}
+
+bool Add(CNamedPropertyMap& map, const Bytes& record)
+{
+    return store::AddNamedPropertyRecord(map, format::CByteView(record));
+}
+
+TEST(NamedPropertyRecords, OnlyNumericNamesInRangeCount)
+{
+    CNamedPropertyMap map;
+    for (const auto& [lid, taken] : {std::pair<std::uint32_t, bool>{0x8000, false},
+                                     {0x8001, true},
+                                     {0x8FFE, true},
+                                     {0x8FFF, false},
+                                     {0x9000, false},
+                                     {0x0003, false},
+                                     {0x18002, false}})
+        EXPECT_EQ(Add(map, NameId(lid, 6, static_cast<std::uint16_t>(lid & 0xFFF))), taken) << lid;
+    EXPECT_FALSE(Add(map, NameId(0x8005, 7, 5))) << "a string name";
+    EXPECT_FALSE(Add(map, Bytes(7, std::byte{0x81}))) << "cut off";
+    EXPECT_EQ(map.FindLid(0x8001), 0x8001u);
+    EXPECT_EQ(map.FindLid(0x8FFE), 0x8FFEu);
+    EXPECT_EQ(map.FindLid(0x8005), std::nullopt);
+}
+
+TEST(NamedPropertyRecords, RepeatsAddNothing)
+{
+    CNamedPropertyMap map;
+    EXPECT_TRUE(Add(map, NameId(0x8205, 6, 0)));
+    EXPECT_FALSE(Add(map, NameId(0x8205, 6, 1))) << "the same long id";
+    EXPECT_FALSE(Add(map, NameId(0x8206, 6, 0))) << "the same property id";
+    EXPECT_TRUE(Add(map, NameId(0x8206, 8, 1))) << "the property set does not matter";
+    EXPECT_EQ(map.FindLid(0x8000), 0x8205u);
+    EXPECT_EQ(map.FindLid(0x8001), 0x8206u);
+}
+
+TEST(NamedPropertyRecords, GroupsWithoutKeyZeroTakeNoPairs)
+{
+    CNamedPropertyMap map;
+    CNamedPropertyMap::Group group;
+    group.key = 3;
+    map.AddGroup(group);
+    EXPECT_FALSE(Add(map, NameId(0x8205, 6, 0)));
+    group.key = 0;
+    map.AddGroup(group);
+    EXPECT_TRUE(Add(map, NameId(0x8205, 6, 0)));
+}
+
+/// Names of a store with `count` numeric names in two sets and some string names between them.
+void ExpectNames(format::Variant variant, bool ost, std::uint32_t count, bool loseHeap)
+{
+    SCOPED_TRACE(testing::Message() << VariantName(variant) << " " << count);
+    StoreDescription description;
+    description.format = FormatOf(variant, ost);
+    StoreMessage message;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const format::Guid& set = i % 2 == 0 ? format::propset::kCommon : format::propset::kAppointment;
+        message.named.push_back({{set, 0x8001 + i}, Number(0, i)});
+        if (i % 5 == 0)
+            message.named.push_back(
+                {{format::propset::kPublicStrings, 0, u"Name" + std::u16string(1 + i % 7, u'x')},
+                 Number(0, i)});
+    }
+    description.messages = {message};
+    CBuiltStore built(description);
+    if (loseHeap)
+        built.Damage().EditBlock("name map/data",
+                                 [](std::span<std::byte> block) { block[2] = std::byte{0}; });
+    CLoadedStore loaded(built);
+    ASSERT_TRUE(loaded.Detect(0x8022));
+    const auto* node = loaded.Node(0x61);
+    ASSERT_NE(node, nullptr);
+    CNamedPropertyMap map;
+    store::ReadNamedProperties(loaded.source.reader, node->bidData, node->bidSub, map);
+    // The first name of the map stands for the store itself; the others follow in the order of their use.
+    std::uint32_t id = 0x8001;
+    std::uint32_t strings = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (0x8001 + i != 0x8580) {
+            EXPECT_EQ(map.FindLid(id), 0x8001 + i) << i;
+        }
+        ++id;
+        if (i % 5 == 0 && strings < 7 && i / 5 == strings) {
+            EXPECT_EQ(map.FindLid(id), std::nullopt) << "a string name has no long id";
+            ++strings;
+            ++id;
+        }
+    }
+}
+
+TEST(NamedProperties, ManyNamesLieInSubnodes)
+{
+    for (const format::Variant variant : kAllVariants)
+        ExpectNames(variant, false, 900, false);
+}
+
+TEST(NamedProperties, ALostHeapLeavesTheNamesInTheSubnodes)
+{
+    ExpectNames(format::Variant::Unicode, false, 900, true);
 }
 
 }  // namespace

@@ -10,14 +10,16 @@
 #include <stdexcept>
 #include <string>
 
+#include "bench/StoreHostile.h"
+#include "bench/StoreItems.h"
 #include "tests/support/StoreExample.h"
 #include "tests/support/StoreFamilies.h"
-#include "tests/support/StoreHostile.h"
 #include "tests/support/StoreMails.h"
 
 namespace {
 
 using namespace pastille;
+using namespace pastille::bench;
 using namespace pastille::tests;
 
 constexpr const char* kUsage =
@@ -88,6 +90,7 @@ const std::map<std::string, DamageFunction> kDamages = {
 
 struct Arguments {
     MailStoreOptions options;
+    ItemOptions items;
     std::vector<DamageFunction> damages;
     std::string path;
     bool example = false;
@@ -97,7 +100,7 @@ struct Arguments {
 
 /// Takes an option that says what the store is to hold. False for another one.
 bool TakeContents(const std::string& name, const std::function<std::string()>& next,
-                  MailStoreOptions& options)
+                  MailStoreOptions& options, ItemOptions& items)
 {
     if (name == "--size")
         options.fileBytes = ParseSize(next());
@@ -106,17 +109,17 @@ bool TakeContents(const std::string& name, const std::function<std::string()>& n
     else if (name == "--sparse")
         options.spreadBytes = ParseSize(next());
     else if (name == "--kind")
-        options.kind = Choose<ItemKind>({{"mails", ItemKind::Mails},
-                                         {"contacts", ItemKind::Contacts},
-                                         {"appointments", ItemKind::Appointments},
-                                         {"tasks", ItemKind::Tasks}},
-                                        next());
+        items.kind = Choose<ItemKind>({{"mails", ItemKind::Mails},
+                                       {"contacts", ItemKind::Contacts},
+                                       {"appointments", ItemKind::Appointments},
+                                       {"tasks", ItemKind::Tasks}},
+                                      next());
     else if (name == "--attachments")
-        options.attachments = ParseSize(next());
+        items.attachments = ParseSize(next());
     else if (name == "--attachment-bytes")
-        options.attachmentBytes = ParseSize(next());
+        items.attachmentBytes = ParseSize(next());
     else if (name == "--body-bytes")
-        options.bodyBytes = ParseSize(next());
+        items.bodyBytes = ParseSize(next());
     else if (name == "--folders")
         options.folders = static_cast<std::uint32_t>(ParseSize(next()));
     else if (name == "--seed")
@@ -157,7 +160,8 @@ Arguments Parse(int count, char** values)
                 throw std::invalid_argument("value missing after " + name);
             return std::string(values[i]);
         };
-        if (TakeContents(name, next, arguments.options) || TakeFormat(name, next, arguments.options.format))
+        if (TakeContents(name, next, arguments.options, arguments.items) ||
+            TakeFormat(name, next, arguments.options.format))
             continue;
         if (name == "--damage")
             arguments.damages.push_back(Choose(kDamages, next()));
@@ -204,7 +208,9 @@ void Make(const Arguments& arguments)
         WriteHostileFile(*arguments.hostile, arguments.options.format, arguments.options.fileBytes, *file);
         return;
     }
-    const MailStoreFigures figures = WriteMailStore(arguments.options, *file);
+    MailStoreOptions options = arguments.options;
+    options.items = MakerOf(arguments.items);
+    const MailStoreFigures figures = WriteMailStore(options, *file);
     CStoreDamage damage(*file, figures.directory, arguments.options.format);
     for (const DamageFunction& apply : arguments.damages)
         apply(damage, file->Size());

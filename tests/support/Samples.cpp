@@ -1,4 +1,4 @@
-#include "tests/scenario/Samples.h"
+#include "tests/support/Samples.h"
 
 #include <algorithm>
 #include <cstdlib>
