@@ -247,7 +247,10 @@ void CMainFrame::RunIsOver(const std::filesystem::path& store)
 void CMainFrame::closeEvent(QCloseEvent* event)
 {
     QThread::msleep(100);
-    if (!m_closeWithoutAsking && !AskYesNo(this, strings::kAskExit, strings::kProduct)) {
+    m_run.Pause();  // its end must not put a box over the question
+    const bool isGranted = m_closeWithoutAsking || AskYesNo(this, strings::kAskExit, strings::kProduct);
+    m_run.Resume();
+    if (!isGranted) {
         event->ignore();
         return;
     }

@@ -105,8 +105,12 @@ QString WithShortLines(const QString& text)
 
 QString ColourRule(const QPalette& palette)
 {
-    return QStringLiteral("background:%1;color:%2;")
-        .arg(palette.color(QPalette::Base).name(), palette.color(QPalette::Text).name());
+    const QColor base = palette.color(QPalette::Base);
+    const QColor text = palette.color(QPalette::Text);
+    // So that the scroll bars are dark as well.
+    const bool isDark = base.lightness() < text.lightness();
+    return QStringLiteral("background:%1;color:%2;color-scheme:%3;")
+        .arg(base.name(), text.name(), isDark ? QStringLiteral("dark") : QStringLiteral("light"));
 }
 
 QString FontRule(const QFont& font)

@@ -130,7 +130,6 @@ public:
     }
     /// The same document once more.
     QUrl Again() { return SetDocument(std::move(m_document)); }
-    bool IsGiven() const { return m_isGiven; }
 
     void requestStarted(QWebEngineUrlRequestJob* job) override
     {
@@ -277,9 +276,12 @@ void CBodyWebView::MakePage()
     m_page = new CPage(m_profile.get(), this);
     setPage(m_page);
     delete old;
-    connect(m_page, &QWebEnginePage::renderProcessTerminated, this, [this] {
+    connect(m_page, &QWebEnginePage::renderProcessTerminated, this, [this, page = m_page] {
         // The document that it died of is not tried again.
-        QTimer::singleShot(0, m_page, [this] { ShowDocument({}, m_background); });
+        QTimer::singleShot(0, this, [this, page] {
+            if (page == m_page)
+                ShowDocument({}, m_background);
+        });
     });
 }
 

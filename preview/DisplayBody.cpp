@@ -16,6 +16,7 @@ namespace pastille::preview {
 CDisplayBody::CDisplayBody(QWidget* parent) : QWidget(parent), m_surfaces(new QStackedLayout(this))
 {
     setObjectName(QStringLiteral("CDisplayBody"));
+    setAccessibleName(QStringLiteral("Body"));
     auto* const blank = new QWidget(this);
     blank->setBackgroundRole(QPalette::Base);
     blank->setAutoFillBackground(true);

@@ -129,8 +129,8 @@ private:
             EndLine();
         if (name == u"br" && !isEnd)
             m_text.push_back(u'\n');
-        else if ((name == u"td" || name == u"th") && isEnd)
-            m_text.push_back(u'\t');
+        else if ((name == u"td" || name == u"th") && !isEnd)
+            BeginCell();
         else if (name == u"li" && !isEnd)
             m_text += u"\u2022 ";
         else if (name == u"pre")
@@ -191,10 +191,22 @@ private:
         }
     }
 
-    void EndLine()
+    void BeginCell()
+    {
+        TrimLine();
+        if (!m_text.empty() && m_text.back() != u'\n')
+            m_text.push_back(u'\t');
+    }
+
+    void TrimLine()
     {
         while (!m_text.empty() && m_text.back() == u' ')
             m_text.pop_back();
+    }
+
+    void EndLine()
+    {
+        TrimLine();
         if (!m_text.empty() && m_text.back() != u'\n')
             m_text.push_back(u'\n');
     }

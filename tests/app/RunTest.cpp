@@ -130,6 +130,10 @@ TEST_F(RunLong, EndsWithTheProgramWithoutAWordAndKeepsASoundStore)
     m_person.ClosesWindow();
     m_person.IsAtTheFrame();
     m_person.ClosesWindow();
+    m_person.Sees("Do you want to exit the application?");
+    const int held = Percent();
+    std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    EXPECT_EQ(Percent(), held) << "the run's end would put its box over the question";
     m_person.Answers("Pastille", "Do you want to exit the application?", "&Yes");
     m_person.SeesNoWindow();
     m_desktop.Ends();

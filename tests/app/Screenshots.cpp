@@ -1,9 +1,6 @@
 // Makes a picture of every window of the desktop program in a typical state.
 
 #include <QIcon>
-#include <QPainter>
-#include <QPixmap>
-#include <QWidget>
 
 #include <cstdio>
 #include <exception>
@@ -12,6 +9,7 @@
 
 #include "app/MainFrame.h"
 #include "platform/Registry.h"
+#include "tests/app/Camera.h"
 #include "tests/app/RunSteps.h"
 #include "tests/support/StoreMails.h"
 
@@ -19,57 +17,6 @@ namespace pastille::tests {
 namespace {
 
 using std::filesystem::path;
-
-/// A window with its title above it, as a desktop shows it; the virtual display has none that would.
-QPixmap WithTitleBar(QWidget& window)
-{
-    constexpr int kBar = 30;
-    const QColor line("#7f8790");
-    QPixmap picture(window.width() + 2, window.height() + kBar + 2);
-    picture.fill(QColor("#dfe3e8"));
-    QPainter painter(&picture);
-    painter.setFont(QApplication::font());
-    painter.setPen(QColor("#20242a"));
-    painter.drawPixmap(8, 7, QApplication::windowIcon().pixmap(18, 18));
-    const QRect bar(34, 1, window.width() - 64, kBar);
-    painter.drawText(bar, Qt::AlignVCenter | Qt::AlignLeft,
-                     painter.fontMetrics().elidedText(window.windowTitle(), Qt::ElideRight, bar.width()));
-    painter.drawText(QRect(bar.right(), 1, 30, kBar), Qt::AlignCenter, QChar(0x00D7));
-    painter.drawPixmap(1, kBar + 1, window.grab());
-    painter.setPen(line);
-    painter.drawRect(picture.rect().adjusted(0, 0, -1, -1));
-    return picture;
-}
-
-/// Saves what stands in front.
-class CCamera {
-public:
-    explicit CCamera(path folder) : m_folder(std::move(folder)) {}
-
-    void Takes(const std::string& name)
-    {
-        // Windows paint themselves when they have come up.
-        std::this_thread::sleep_for(std::chrono::milliseconds(150));
-        const auto file = m_folder / (name + ".png");
-        const bool saved = CPerson::OnUi(
-            [&] { return CPerson::Window() && WithTitleBar(*CPerson::Window()).save(Shown(file)); });
-        std::printf("%s%s\n", saved ? "" : "NOT SAVED: ", file.c_str());
-        m_failed = m_failed || !saved;
-    }
-    /// Of the box that has come or comes up, which is then answered.
-    void TakesBox(const std::string& name, const QString& button = "OK")
-    {
-        CPerson person;
-        CPerson::WaitUntil([&] { return person.IsSeen(button); });
-        Takes(name);
-        person.Clicks(button);
-    }
-    bool HasFailed() const { return m_failed; }
-
-private:
-    path m_folder;
-    bool m_failed = false;
-};
 
 void TakeWizard(CPerson& person, CCamera& camera)
 {
@@ -273,6 +220,7 @@ bool TakeAll(const path& folder)
         TakeSearch(desktop, person, camera);
         TakeRuns(desktop, person, camera);
         TakeFrame(desktop, person, camera);
+        TakePreview(desktop, person, camera);
         TakeDark(desktop, person, camera);
     }
     TakeErrors(camera);

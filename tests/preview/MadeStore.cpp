@@ -8,7 +8,7 @@ namespace pastille::tests {
 using namespace writer;
 
 namespace {
-constexpr std::u16string_view kName = u"Looked at";
+constexpr std::u16string_view kName = u"Mailbox";
 }
 
 CPreviewedStore::CPreviewedStore(const std::function<void(IStoreFolder& root)>& fill)

@@ -134,16 +134,16 @@ TEST(TreeOfAStore, ChoosesThePaneByTheContainerClass)
     ASSERT_TRUE(CPerson::WaitUntil([&] { return isOpen.load(); }));
     for (const auto& [containerClass, route] : kRoutes) {
         const QString name = QString::fromStdU16String(u"F " + containerClass);
-        EXPECT_EQ(tree.Choose(name + "(0)"), route + " \\\\Looked at\\" + name);
+        EXPECT_EQ(tree.Choose(name + "(0)"), route + " \\\\Mailbox\\" + name);
     }
-    EXPECT_EQ(tree.Choose("Looked at"), "mails \\\\Looked at");
+    EXPECT_EQ(tree.Choose("Mailbox"), "mails \\\\Mailbox");
     tree.isListFilling = true;
     EXPECT_EQ(tree.Choose("F IPF.Task(0)"), "");
     EXPECT_EQ(SelectedNode(), "F IPF.Task(0)");
     // What fills the list sets the selection back to what the list shows.
     tree.isListFilling = false;
     CPerson::OnUi([&] { tree.Pane().Reselect(); });
-    EXPECT_EQ(SelectedNode(), "Looked at");
+    EXPECT_EQ(SelectedNode(), "Mailbox");
 }
 
 TEST(TreeOfAStore, MendsWhatARunCouldNotTellRight)
@@ -161,11 +161,11 @@ TEST(TreeOfAStore, MendsWhatARunCouldNotTellRight)
         tree.Pane().ShowStore({[&] { return store.OpenUnread(); }, [&](const auto&) { ++opened; },
                                [](const std::string& reason) { ADD_FAILURE() << reason; }, false});
     });
-    const QStringList expected{"Looked at", "  Deleted Items(0)", "  A\\B(1)",
+    const QStringList expected{"Mailbox", "  Deleted Items(0)", "  A\\B(1)",
                                QStringLiteral("    Below\uFFFDname(0)"), "  Empty(0)"};
     EXPECT_TRUE(CPerson::WaitUntil([&] { return TreeTexts() == expected; }))
         << TreeTexts().join(u'\n').toStdString();
-    EXPECT_EQ(tree.Choose(expected[3].trimmed()), QString("1 \\\\Looked at\\A\\B\\Below\u202Ename"));
+    EXPECT_EQ(tree.Choose(expected[3].trimmed()), QString("1 \\\\Mailbox\\A\\B\\Below\u202Ename"));
 }
 
 TEST(TreeOfTheFrame, KeepsItsStoreWhenAnotherCannotBeOpened)
