@@ -184,6 +184,7 @@ void CMainFrame::StartRepair()
         ShowBox(this, u"The repair could not be started.", strings::kError, QMessageBox::Critical);
         return;
     }
+    m_folders->BeginRun();
     ClearPanes();
     m_progress.Begin(settings);
     m_progressEnded = false;
