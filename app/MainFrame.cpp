@@ -25,6 +25,8 @@
 namespace pastille::app {
 namespace {
 
+/// Pixels; on a small screen the list gives way.
+constexpr int kLowestBody = 90;
 constexpr const char* kUpdater = "orvaneupdate.EXE";
 
 recovery::RecoveryOptions OptionsFor(IHost& host)
@@ -73,6 +75,7 @@ void CMainFrame::MakePanes()
     m_inner = new QSplitter(Qt::Vertical, m_outer);
     m_upper = MakeList(m_inner);
     m_body = new preview::CDisplayBody(m_inner);
+    m_body->setMinimumHeight(kLowestBody);
     for (QSplitter* splitter : {m_outer, m_inner})
         splitter->setChildrenCollapsible(false);
     m_outer->setStretchFactor(1, 1);
@@ -80,6 +83,7 @@ void CMainFrame::MakePanes()
     m_outer->setSizes({245, 755});
     m_inner->setSizes({400, 200});
     setCentralWidget(m_outer);
+    OrderTabs();
     connect(new QShortcut(QKeySequence(Qt::Key_F6), this), &QShortcut::activated, this,
             [this] { FocusPane(1); });
     connect(new QShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F6), this), &QShortcut::activated, this,

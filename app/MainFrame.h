@@ -68,6 +68,7 @@ private:
     void FillToolBar(const QList<Command>& commands);
     void SaveLayout();
     void FocusPane(int step);
+    void OrderTabs();
     void ClearPanes();
     void AskForStore();
     void ShowStore(const std::filesystem::path& path, bool anew);

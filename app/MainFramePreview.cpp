@@ -36,10 +36,24 @@ void CMainFrame::SwitchUpperPane(unsigned view)
         m_upper = MakeList(this);
     m_inner->replaceWidget(m_inner->indexOf(old), m_upper);
     m_upper->show();
+    OrderTabs();
     m_inner->setSizes(sizes);
     if (hadFocus)
         m_upper->setFocus();
     delete old;
+}
+
+/// The Tab key goes from the folders through the upper pane to the body, whenever the pane was made.
+void CMainFrame::OrderTabs()
+{
+    QWidget* last = m_folders->focusProxy();
+    for (QWidget* widget : m_upper->findChildren<QWidget*>()) {
+        if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->focusProxy() == nullptr) {
+            setTabOrder(last, widget);
+            last = widget;
+        }
+    }
+    setTabOrder(last, m_body);
 }
 
 preview::CListViewRight* CMainFrame::MakeList(QWidget* parent)
@@ -104,6 +118,8 @@ bool CMainFrame::IsListFilling() const
 
 void CMainFrame::ShowMails(const std::u16string& folderKey)
 {
+    if (m_store == nullptr)
+        return;
     if (List() == nullptr)
         SwitchUpperPane(kList);
     m_body->ShowBlank();
@@ -112,6 +128,8 @@ void CMainFrame::ShowMails(const std::u16string& folderKey)
 
 void CMainFrame::ShowItems(preview::GridFamily family, const std::u16string& folderKey)
 {
+    if (m_store == nullptr)
+        return;
     if (List() != nullptr)
         SwitchUpperPane(kGrid);
     m_body->ShowBlank();
@@ -142,14 +160,13 @@ void CMainFrame::ShowStore(const std::filesystem::path& path, bool anew)
         ClearPanes();
         m_store = store;
     };
-    const auto failed = [this, path, anew](const std::string& reason) {
-        // A run has said already what became of its store.
-        if (!anew)
-            return;
-        ShowBox(this,
-                QStringLiteral("This file cannot be opened: ") + ShownPath(path) + u'\n' +
-                    QString::fromStdString(reason),
-                Text(strings::kError), QMessageBox::Critical);
+    const auto failed = [this, path](const std::string& reason) {
+        ShowBox(
+            this,
+            QStringLiteral("This file cannot be opened: %1\n\nIt is no Outlook data file, or it is damaged. "
+                           "\"Repair PST File\" brings back what is in a damaged one.\n\n%2")
+                .arg(ShownPath(path), QString::fromStdString(reason)),
+            Text(strings::kError), QMessageBox::Critical);
     };
     m_folders->ShowStore({open, opened, failed, anew});
 }

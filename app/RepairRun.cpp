@@ -54,6 +54,7 @@ bool CRepairRun::Start(const platform::RunSettings& settings)
     m_state = std::make_unique<platform::RunState>();
     m_summary = std::make_unique<recovery::CRunSummary>();
     m_completed = false;
+    m_isOutputLost = false;
     m_collected = {};
     m_shown = {};
     try {
@@ -124,7 +125,7 @@ void CRepairRun::Run(const platform::RunSettings& settings)
         [this] {
             m_worker.join();
             if (!m_silent)
-                m_windows.RunIsOver(m_state->outputPath);
+                m_windows.RunIsOver(m_isOutputLost ? std::filesystem::path() : m_state->outputPath);
         },
         Qt::QueuedConnection);
 }
@@ -154,6 +155,7 @@ void CRepairRun::Conclude()
 
 void CRepairRun::TellOfOutput(const char* text)
 {
+    m_isOutputLost = true;
     Tell(QString::fromLatin1(text) + ShownPath(m_state->outputPath));
 }
 

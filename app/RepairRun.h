@@ -45,8 +45,8 @@ public:
     virtual void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) = 0;
     virtual void ShowCompletion(const recovery::SummaryCounts& counts,
                                 const std::filesystem::path& outputFolder) = 0;
-    /// The last call of a run; another one may be started from now on. `store`: the new store; empty when the
-    /// run made none.
+    /// The last call of a run; another one may be started from now on. `store`: the new store; empty when
+    /// there is none to look at.
     virtual void RunIsOver(const std::filesystem::path& store) = 0;
 };
 
@@ -95,6 +95,7 @@ private:
     std::unique_ptr<platform::RunState> m_state;
     std::unique_ptr<recovery::CRunSummary> m_summary;
     bool m_completed = false;
+    bool m_isOutputLost = false;  ///< the user has been told that the new store cannot be opened
     RunPreview m_collected;  ///< not shown yet
     std::chrono::steady_clock::time_point m_shown;
     std::atomic<bool> m_silent{false};

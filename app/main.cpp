@@ -11,6 +11,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 
 int main(int argc, char** argv)
@@ -41,7 +42,10 @@ try {
     });
     if (!pastille.InitInstance())
         return 1;
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // At once: what still reads a store for a pane that has gone may wait for a dead disk.
+    std::fflush(nullptr);
+    std::_Exit(status);
 } catch (const std::exception& error) {
     std::fprintf(stderr, "Error: %s\n", error.what());
     return 1;

@@ -55,7 +55,7 @@ struct ClearListMessage {
     static constexpr unsigned number = 32833;
 };
 
-/// The row begun last is a mail without a folder of its own.
+/// The row begun last is a mail that has lost its folder: it went to "Lost & Found" or "Orphaned Mails".
 struct OrphanRowMessage {
     static constexpr unsigned number = 32835;
 };

@@ -37,7 +37,8 @@ namespace {
 
 constexpr char kBodyScheme[] = "pastille-body";
 constexpr char kImageScheme[] = "cid";
-/// A process that still lays out an earlier document after this time is left behind for a new one.
+/// A process that has not taken a document by then, as it hangs in an earlier one, is left behind for a new
+/// one.
 constexpr auto kPatience = std::chrono::seconds(5);
 
 /// Both schemes must be known before the engine starts, and once only.
@@ -84,6 +85,13 @@ void RefuseEverything(QWebEngineSettings& settings)
     settings.setAttribute(Settings::PlaybackRequiresUserGesture, true);
     settings.setAttribute(Settings::WebRTCPublicInterfacesOnly, true);
     settings.setUnknownUrlSchemePolicy(Settings::DisallowUnknownUrlSchemes);
+}
+
+/// Everything after the scheme: a "?" and a "#" are characters as others in a content id.
+QString ContentIdOf(const QUrl& url)
+{
+    const QByteArray encoded = url.toEncoded();
+    return QString::fromUtf8(QByteArray::fromPercentEncoding(encoded.mid(encoded.indexOf(':') + 1)));
 }
 
 void KeepNothing(QWebEngineProfile& profile)
@@ -137,7 +145,7 @@ public:
         if (job->requestMethod() != "GET")
             job->fail(QWebEngineUrlRequestJob::RequestDenied);
         else if (url.scheme() == QLatin1StringView(kImageScheme))
-            AskForImage(job, url.path(QUrl::FullyDecoded));
+            AskForImage(job, ContentIdOf(url));
         else if (url == m_url && !std::exchange(m_isGiven, true))
             Reply(job, "text/html; charset=utf-8", m_document);
         else
@@ -243,7 +251,8 @@ private:
     bool m_isLoading = false;
 };
 
-CBodyWebView::CBodyWebView(QWidget* parent, ImageWanted imageWanted) : QWebEngineView(parent)
+CBodyWebView::CBodyWebView(QWidget* parent, ImageWanted imageWanted, std::function<void()> restarted)
+    : QWebEngineView(parent), m_restarted(std::move(restarted))
 {
     RegisterSchemes();
     m_gate = std::make_unique<CGate>();
@@ -276,6 +285,8 @@ void CBodyWebView::MakePage()
     m_page = new CPage(m_profile.get(), this);
     setPage(m_page);
     delete old;
+    // From then on a process lays this document out, however long its images take.
+    connect(m_page, &QWebEnginePage::urlChanged, &m_patience, &QTimer::stop);
     connect(m_page, &QWebEnginePage::renderProcessTerminated, this, [this, page = m_page] {
         // The document that it died of is not tried again.
         QTimer::singleShot(0, this, [this, page] {
@@ -304,6 +315,7 @@ void CBodyWebView::Load()
 
 void CBodyWebView::LoadAnew()
 {
+    m_restarted();
     MakePage();
     Load();
 }

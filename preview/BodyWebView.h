@@ -27,7 +27,8 @@ public:
     /// later.
     using ImageWanted = std::function<void(const QString& contentId, std::uint64_t ticket)>;
 
-    CBodyWebView(QWidget* parent, ImageWanted imageWanted);
+    /// `restarted`: the images of the present document are wanted anew, with other tickets.
+    CBodyWebView(QWidget* parent, ImageWanted imageWanted, std::function<void()> restarted);
     ~CBodyWebView() override;
 
     /// Shows a document (HTML in UTF-8) in place of the present one. `background`: what is seen until it
@@ -53,6 +54,7 @@ private:
     std::unique_ptr<CGate> m_gate;
     std::unique_ptr<CSource> m_source;
     CPage* m_page = nullptr;
+    std::function<void()> m_restarted;
     QColor m_background;
     QTimer m_patience;
 };

@@ -1,6 +1,11 @@
 #include "preview/BodyWorker.h"
 
+#include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <exception>
+#include <mutex>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -13,7 +18,88 @@ namespace {
 constexpr std::size_t kMostImageBytes = 200u << 20;
 constexpr std::size_t kImagePiece = 1u << 20;
 
+struct ImageRequest {
+    std::uint64_t id;
+    std::u16string contentId;
+    std::uint64_t ticket;
+};
+
+/// What the thread is to do next.
+struct Request {
+    std::optional<BodyRequest> body{};
+    std::optional<ImageRequest> image{};  ///< when there is no body
+    bool restartsImages = false;
+};
+
 }  // namespace
+
+/// What was asked for and not begun yet. Shared by the owner and the thread.
+class CBodyWorker::CRequests {
+public:
+    /// Each returns the tickets of the images that are not wanted any more.
+    std::vector<std::uint64_t> Ask(BodyRequest body)
+    {
+        return Supersede([&] { m_next.body = std::move(body); });
+    }
+    std::vector<std::uint64_t> RestartImages()
+    {
+        return Supersede([&] { m_next.restartsImages = true; });
+    }
+    void Ask(ImageRequest image)
+    {
+        {
+            const std::scoped_lock lock(m_mutex);
+            m_images.push_back(std::move(image));
+        }
+        m_asked.notify_one();
+    }
+    void End()
+    {
+        Supersede([&] { m_isEnding = true; });
+    }
+
+    /// Waits for the next request; nothing at the end.
+    std::optional<Request> Next()
+    {
+        std::unique_lock lock(m_mutex);
+        m_asked.wait(lock, [&] { return m_isEnding || m_next.body || !m_images.empty(); });
+        if (m_isEnding)
+            return std::nullopt;
+        m_isSuperseded = false;
+        Request next = std::exchange(m_next, {});
+        if (!next.body) {
+            next.image = std::move(m_images.front());
+            m_images.pop_front();
+        }
+        return next;
+    }
+    /// Whether something newer was asked for than what Next gave last, or the end has come.
+    const std::atomic<bool>& IsSuperseded() const { return m_isSuperseded; }
+
+private:
+    template <class Change>
+    std::vector<std::uint64_t> Supersede(Change change)
+    {
+        std::vector<std::uint64_t> dropped;
+        {
+            const std::scoped_lock lock(m_mutex);
+            for (const ImageRequest& image : m_images)
+                dropped.push_back(image.ticket);
+            m_images.clear();
+            m_isSuperseded = true;
+            change();
+        }
+        m_asked.notify_one();
+        return dropped;
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_asked;
+    Request m_next;
+    std::deque<ImageRequest> m_images;
+    std::atomic<bool> m_isSuperseded = false;
+    bool m_isEnding = false;
+};
 
 /// What the worker's thread has open: a folder, and the item whose body is shown.
 class CBodyWorker::CReading {
@@ -53,6 +139,8 @@ public:
         }
         return ToShownBody(std::move(body), request.asText);
     }
+
+    void RestartImages() { m_imageBytes = 0; }
 
     std::vector<std::byte> ReadImage(const ImageRequest& request)
     {
@@ -131,72 +219,78 @@ private:
     std::size_t m_imageBytes = 0;
 };
 
-CBodyWorker::CBodyWorker(BodyReady bodyReady, ImageReady imageReady)
-    : m_bodyReady(std::move(bodyReady)), m_imageReady(std::move(imageReady)), m_thread([this] { Work(); })
+CBodyWorker::CBodyWorker(QObject& receiver, BodyReady bodyReady, ImageReady imageReady)
+    : m_bodyReady(std::move(bodyReady)),
+      m_imageReady(std::move(imageReady)),
+      m_requests(std::make_shared<CRequests>()),
+      m_job(receiver)
 {
 }
 
 CBodyWorker::~CBodyWorker()
 {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_isEnding = true;
-        m_isSuperseded = true;
-    }
-    m_asked.notify_one();
-    m_thread.join();
+    m_requests->End();
 }
 
 void CBodyWorker::AskBody(BodyRequest request)
 {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_request = std::move(request);
-        m_images.clear();
-        m_isSuperseded = true;
-    }
-    m_asked.notify_one();
+    Refuse(m_requests->Ask(std::move(request)));
+    Start();
 }
 
 void CBodyWorker::AskImage(std::uint64_t id, std::u16string contentId, std::uint64_t ticket)
 {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_images.push_back({id, std::move(contentId), ticket});
-    }
-    m_asked.notify_one();
+    m_requests->Ask(ImageRequest{id, std::move(contentId), ticket});
 }
 
-void CBodyWorker::Work()
+void CBodyWorker::RestartImages()
 {
-    CReading reading(m_isSuperseded);
-    for (;;) {
-        std::optional<BodyRequest> request;
-        std::optional<ImageRequest> image;
-        {
-            std::unique_lock lock(m_mutex);
-            m_asked.wait(lock, [&] { return m_isEnding || m_request || !m_images.empty(); });
-            if (m_isEnding)
-                return;
-            request = std::exchange(m_request, std::nullopt);
-            m_isSuperseded = false;
-            if (!request) {
-                image = std::move(m_images.front());
-                m_images.pop_front();
-            }
-        }
+    Refuse(m_requests->RestartImages());
+}
+
+/// Where the host had no thread left, it may have one the next time.
+void CBodyWorker::Start()
+{
+    if (m_isWorking)
+        return;
+    m_isWorking = m_job.Start([requests = m_requests, bodyReady = m_bodyReady, imageReady = m_imageReady](
+                                  IJobOwner& owner) { Work(*requests, owner, bodyReady, imageReady); });
+}
+
+void CBodyWorker::Refuse(const std::vector<std::uint64_t>& tickets) const
+{
+    for (const std::uint64_t ticket : tickets)
+        m_imageReady(ticket, {});
+}
+
+void CBodyWorker::Work(CRequests& requests, IJobOwner& owner, const BodyReady& bodyReady,
+                       const ImageReady& imageReady)
+{
+    CReading reading(requests.IsSuperseded());
+    while (auto request = requests.Next()) {
+        std::optional<MailBody> body;
+        std::vector<std::byte> image;
         // Whatever goes wrong while one mail is read is that mail's failure.
         try {
-            if (image) {
-                m_imageReady(image->ticket, reading.ReadImage(*image));
-            } else if (!request->store) {
+            if (request->restartsImages)
+                reading.RestartImages();
+            if (request->image)
+                image = reading.ReadImage(*request->image);
+            else if (request->body->store)
+                body = reading.ReadBody(*request->body);
+            else
                 reading.Close();
-            } else if (auto body = reading.ReadBody(*request)) {
-                m_bodyReady(request->id, std::move(*body));
-            }
         } catch (const std::exception&) {
-            if (image)
-                m_imageReady(image->ticket, {});
+            // Answered as what is not there.
+        }
+        if (request->image) {
+            owner.Deliver([imageReady, ticket = request->image->ticket, given = std::move(image)] {
+                imageReady(ticket, given);
+            });
+        } else if (body) {
+            owner.Deliver([bodyReady, id = request->body->id, read = std::move(*body)]() mutable {
+                bodyReady(id, std::move(read));
+            });
         }
     }
 }

@@ -1,18 +1,13 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "preview/BodyReader.h"
+#include "preview/Job.h"
 #include "preview/PreviewStore.h"
 
 namespace pastille::preview {
@@ -27,45 +22,46 @@ struct BodyRequest {
 };
 
 /// Reads bodies, and the images in them, on a thread of its own. Only the last body asked for is read; what
-/// was under way for another one ends soon.
+/// was under way for another one ends soon. Nothing waits for a read that hangs, not even the end: the thread
+/// owns what it uses and goes on by itself.
 class CBodyWorker {
 public:
-    /// Both are called on the worker's thread. No body comes of an item that cannot be read.
+    /// Both are called on the windows' thread, as long as this object is there. No body comes of an item that
+    /// cannot be read.
     using BodyReady = std::function<void(std::uint64_t id, MailBody body)>;
-    /// `image` is empty when there is no such image.
-    using ImageReady = std::function<void(std::uint64_t ticket, std::vector<std::byte> image)>;
+    /// Each image asked for is answered. `image` is empty when there is none, or when it is not wanted any
+    /// more.
+    using ImageReady = std::function<void(std::uint64_t ticket, const std::vector<std::byte>& image)>;
 
-    CBodyWorker(BodyReady bodyReady, ImageReady imageReady);
+    /// The receiver, an object of the windows' thread, must outlive this one.
+    CBodyWorker(QObject& receiver, BodyReady bodyReady, ImageReady imageReady);
     ~CBodyWorker();
     CBodyWorker(const CBodyWorker&) = delete;
     CBodyWorker& operator=(const CBodyWorker&) = delete;
 
     void AskBody(BodyRequest request);
-    /// Lets go of every store; nothing that was asked for comes any more.
+    /// Lets go of every store; no body that was asked for comes any more.
     void Forget() { AskBody({}); }
     /// An image of the body of that id, by the content id in its URL.
     void AskImage(std::uint64_t id, std::u16string contentId, std::uint64_t ticket);
+    /// The body that is shown is laid out anew and its images will be asked for again: those asked for so far
+    /// are not wanted, and what was read of them does not count.
+    void RestartImages();
 
 private:
-    struct ImageRequest {
-        std::uint64_t id;
-        std::u16string contentId;
-        std::uint64_t ticket;
-    };
+    class CRequests;
     class CReading;
 
-    void Work();
+    void Start();
+    void Refuse(const std::vector<std::uint64_t>& tickets) const;
+    static void Work(CRequests& requests, IJobOwner& owner, const BodyReady& bodyReady,
+                     const ImageReady& imageReady);
 
     BodyReady m_bodyReady;
     ImageReady m_imageReady;
-    std::mutex m_mutex;
-    std::condition_variable m_asked;
-    std::optional<BodyRequest> m_request;
-    std::deque<ImageRequest> m_images;
-    /// Something newer was asked for, or the end has come.
-    std::atomic<bool> m_isSuperseded = false;
-    bool m_isEnding = false;
-    std::thread m_thread;
+    std::shared_ptr<CRequests> m_requests;
+    CJob m_job;
+    bool m_isWorking = false;
 };
 
 }  // namespace pastille::preview

@@ -31,9 +31,12 @@ void CDisplayBody::MakeSurface()
         return;
     QWidget* surface = nullptr;
     if (CanRunBodyEngine()) {
-        surface = m_web = new CBodyWebView(this, [this](const QString& contentId, std::uint64_t ticket) {
-            m_worker->AskImage(m_shownRequest, contentId.toStdU16String(), ticket);
-        });
+        surface = m_web = new CBodyWebView(
+            this,
+            [this](const QString& contentId, std::uint64_t ticket) {
+                m_worker->AskImage(m_shownRequest, contentId.toStdU16String(), ticket);
+            },
+            [this] { m_worker->RestartImages(); });
     } else {
         surface = m_text = new QPlainTextEdit(this);
         m_text->setReadOnly(true);
@@ -44,21 +47,15 @@ void CDisplayBody::MakeSurface()
     m_surfaces->addWidget(surface);
     setFocusProxy(surface);
     m_worker = std::make_unique<CBodyWorker>(
+        *this,
         [this](std::uint64_t id, MailBody body) {
-            QMetaObject::invokeMethod(
-                this,
-                [this, id, shown = std::move(body)]() mutable {
-                    if (id != m_request)
-                        return;
-                    m_shownRequest = id;
-                    Show(std::move(shown));
-                },
-                Qt::QueuedConnection);
+            if (id != m_request)
+                return;
+            m_shownRequest = id;
+            Show(std::move(body));
         },
-        [this](std::uint64_t ticket, std::vector<std::byte> image) {
-            QMetaObject::invokeMethod(
-                this, [this, ticket, given = std::move(image)] { m_web->GiveImage(ticket, given); },
-                Qt::QueuedConnection);
+        [this](std::uint64_t ticket, const std::vector<std::byte>& image) {
+            m_web->GiveImage(ticket, image);
         });
 }
 

@@ -12,8 +12,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using writer::CFolderWalk;
 
-/// Longest use of the store in a row, and so the longest that another reader waits.
-constexpr auto kTurn = std::chrono::milliseconds(10);
+constexpr std::size_t kMostKeys = 64u << 20;
 
 FoundFolder Found(CPreviewStore::CUse& use, const CFolderWalk::Place& place)
 {
@@ -22,53 +21,64 @@ FoundFolder Found(CPreviewStore::CUse& use, const CFolderWalk::Place& place)
         found.name = place.folder->GetName();
         found.containerClass = place.folder->GetContainerClass();
         found.items = place.folder->GetItems()->GetCount();
-    } catch (const writer::_com_error&) {
+    } catch (const std::exception&) {
         // What was read stands.
     }
     return found;
 }
 
-/// The folders that can be found in one turn; false at the end.
-bool FindSome(CPreviewStore& store, CFolderWalk& walk, std::vector<FoundFolder>& found)
-{
-    CPreviewStore::CUse use(store);
-    for (const auto end = Clock::now() + kTurn; Clock::now() < end;) {
-        const auto place = walk.Next([](const std::u16string&) { return true; });
-        if (!place)
-            return false;
-        found.push_back(Found(use, *place));
+/// Walks the folders, and lets go of them below a use of the store whatever happens.
+class CFolders {
+public:
+    explicit CFolders(CPreviewStore& store) : m_store(store)
+    {
+        CPreviewStore::CUse use(m_store);
+        m_walk.emplace(use.Root(), [](const std::string&) {});
     }
-    return true;
-}
+    ~CFolders()
+    {
+        const CPreviewStore::CUse use(m_store);
+        m_walk.reset();
+    }
+    CFolders(const CFolders&) = delete;
+    CFolders& operator=(const CFolders&) = delete;
 
-void FindAll(const std::shared_ptr<CPreviewStore>& store, const FolderReading& reading, IJobOwner& owner)
-{
-    auto walk = [&] {
-        CPreviewStore::CUse use(*store);
-        return std::make_unique<CFolderWalk>(use.Root(), [](const std::string&) {});
-    }();
-    bool goesOn = true;
-    while (goesOn && !owner.IsCancelled()) {
-        std::vector<FoundFolder> some;
-        goesOn = FindSome(*store, *walk, some);
-        owner.Deliver([take = reading.found, some = std::move(some)] { take(some); });
+    /// Those that can be found in one turn; `m_isDone` after the last.
+    std::vector<FoundFolder> FindSome()
+    {
+        std::vector<FoundFolder> found;
+        CPreviewStore::CUse use(m_store);
+        for (const auto end = Clock::now() + CPreviewStore::CUse::kTurn; Clock::now() < end && !m_isDone;) {
+            const auto place = m_walk->Next([](const std::u16string&) { return true; });
+            m_isDone = !place || m_keySize > kMostKeys;
+            if (m_isDone)
+                break;
+            found.push_back(Found(use, *place));
+            m_keySize += found.back().key.size();
+        }
+        return found;
     }
-    CPreviewStore::CUse use(*store);
-    walk.reset();
-}
+    bool IsDone() const { return m_isDone; }
+
+private:
+    CPreviewStore& m_store;
+    std::optional<CFolderWalk> m_walk;
+    std::size_t m_keySize = 0;
+    bool m_isDone = false;
+};
 
 }  // namespace
 
 void ReadFolders(const FolderReading& reading, IJobOwner& owner)
 {
     try {
-        const std::shared_ptr<CPreviewStore> store = reading.open();
-        owner.Deliver([take = reading.opened, store] { take(store); });
-        FindAll(store, reading, owner);
-        owner.Deliver(reading.complete);
-    } catch (const std::exception& error) {
-        owner.Deliver([take = reading.failed, text = std::string(error.what())] { take(text); });
+        CFolders folders(*reading.store);
+        while (!folders.IsDone() && !owner.IsCancelled())
+            owner.Deliver([take = reading.found, some = folders.FindSome()] { take(some); });
+    } catch (const std::exception&) {
+        // What was found stands.
     }
+    owner.Deliver(reading.complete);
 }
 
 }  // namespace pastille::preview

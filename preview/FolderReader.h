@@ -22,14 +22,13 @@ struct FoundFolder {
     std::optional<std::int32_t> items;  ///< none when they cannot be read
 };
 
-/// Opens a store and finds its folders, parents before their children. To be run as a job: everything is
-/// handed over on the windows' thread.
+/// Finds the folders of a store, parents before their children, and makes them known there. To be run as a
+/// job: everything is handed over on the windows' thread. A store that names folders without end gives as
+/// many as keys of 64 Mi characters can stand for.
 struct FolderReading {
-    std::function<std::shared_ptr<CPreviewStore>()> open;  ///< called beside the windows' thread; may raise
-    std::function<void(std::shared_ptr<CPreviewStore>)> opened;
+    std::shared_ptr<CPreviewStore> store;
     std::function<void(std::vector<FoundFolder>)> found;  ///< any number of times
     std::function<void()> complete;
-    std::function<void(std::string)> failed;  ///< instead of all others: why it cannot be opened, UTF-8
 };
 void ReadFolders(const FolderReading& reading, IJobOwner& owner);
 

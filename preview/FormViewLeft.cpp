@@ -1,10 +1,12 @@
 #include "preview/FormViewLeft.h"
 
 #include <QGroupBox>
+#include <QSignalBlocker>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "platform/Messages.h"
@@ -76,6 +78,8 @@ public:
     void SetImage(int image) { setIcon(0, Image(image)); }
     void ShowCount(std::uint64_t items) { setText(0, ShownLine(m_name) + QStringLiteral("(%1)").arg(items)); }
 
+    void ShowUnreadable() { setText(0, ShownLine(m_name) + QStringLiteral(" (cannot be read)")); }
+
     std::u16string containerClass;
     bool isInStore = false;  ///< found there, not only told of
 
@@ -85,7 +89,7 @@ private:
 };
 
 CFormViewLeft::CFormViewLeft(QWidget* parent, IPreviewFrame& frame)
-    : QWidget(parent), m_frame(frame), m_reading(*this)
+    : QWidget(parent), m_frame(frame), m_opening(*this), m_reading(*this)
 {
     setObjectName(QStringLiteral("CFormViewLeft"));
     auto* group = new QGroupBox(QStringLiteral("Folder list"), this);
@@ -110,8 +114,10 @@ CFormViewLeft::~CFormViewLeft() = default;
 
 void CFormViewLeft::BeginRun()
 {
+    m_opening.Cancel();
     m_reading.Cancel();
     m_isReady = false;
+    m_isOpening = false;
     SetReading(false);
     Empty();
 }
@@ -193,30 +199,46 @@ void CFormViewLeft::ShowCount(const std::u16string& path, std::uint64_t items)
 
 void CFormViewLeft::ShowStore(const StoreShow& show)
 {
-    const bool wasReady = std::exchange(m_isReady, false);
-    SetReading(true);
-    m_above.clear();
-    FolderReading reading;
-    reading.open = show.open;
-    reading.opened = [this, show](const std::shared_ptr<CPreviewStore>& store) {
-        if (show.anew)
-            Empty();
-        MakeRoot(store->Name());
-        show.opened(store);
-        m_isReady = show.anew;
-    };
-    reading.found = [this](const std::vector<FoundFolder>& some) {
-        for (const FoundFolder& folder : some)
-            Show(folder);
-    };
-    reading.complete = [this, show] { Complete(show); };
-    reading.failed = [this, show, wasReady](const std::string& reason) {
-        m_isReady = wasReady;
-        SetReading(false);
+    const auto fail = [this, show](const std::string& reason) {
+        SetOpening(false);
+        Answer();
         show.failed(reason);
     };
+    const auto open = [this, show, fail](IJobOwner& owner) {
+        try {
+            owner.Deliver([this, show, store = show.open()] { Open(store, show); });
+        } catch (const std::exception& error) {
+            owner.Deliver([fail, reason = std::string(error.what())] { fail(reason); });
+        }
+    };
+    SetOpening(true);
+    if (!m_opening.Start(open))
+        fail("The host has no thread left for it.");
+}
+
+void CFormViewLeft::Open(const std::shared_ptr<CPreviewStore>& store, const StoreShow& show)
+{
+    m_reading.Cancel();
+    m_above.clear();
+    if (show.anew)
+        Empty();
+    CNode* root = MakeRoot(store->Name());
+    const QString file = ShownText(QString::fromStdString(store->Path().native()));
+    root->setToolTip(0, file);
+    if (store->Name().empty())
+        root->setText(0, file.section(u'/', -1));
+    show.opened(store);
+    m_isReady = show.anew;
+    SetOpening(false);
+    SetReading(true);
+    const FolderReading reading{store,
+                                [this](const std::vector<FoundFolder>& some) {
+                                    for (const FoundFolder& folder : some)
+                                        Show(folder);
+                                },
+                                [this, show] { Complete(show); }};
     if (!m_reading.Start([reading](IJobOwner& owner) { ReadFolders(reading, owner); }))
-        reading.failed("The host has no thread left for it.");
+        Complete(show);
 }
 
 void CFormViewLeft::Show(const FoundFolder& folder)
@@ -238,7 +260,9 @@ void CFormViewLeft::Show(const FoundFolder& folder)
     node->isInStore = true;
     if (!folder.containerClass.empty())
         node->containerClass = folder.containerClass;
-    if (folder.items && (node != m_root || *folder.items != 0))
+    if (!folder.items)
+        node->ShowUnreadable();
+    else if (node != m_root || *folder.items != 0)
         node->ShowCount(static_cast<std::uint64_t>(std::max(*folder.items, 0)));
 }
 
@@ -255,39 +279,52 @@ void CFormViewLeft::Complete(StoreShow show)
     }
     m_isReady = true;
     SetReading(false);
+    Answer();
+}
+
+/// Shows what was chosen before it could be shown.
+void CFormViewLeft::Answer()
+{
     if (QTreeWidgetItem* wanted = std::exchange(m_wanted, nullptr))
         Route(wanted);
+}
+
+void CFormViewLeft::SetOpening(bool isOpening)
+{
+    m_isOpening = isOpening;
+    m_tree->setCursor(m_isOpening || m_isReading ? Qt::BusyCursor : Qt::ArrowCursor);
 }
 
 void CFormViewLeft::SetReading(bool isReading)
 {
     m_isReading = isReading;
-    m_tree->setCursor(isReading ? Qt::BusyCursor : Qt::ArrowCursor);
+    SetOpening(m_isOpening);
 }
 
 void CFormViewLeft::Route(QTreeWidgetItem* item)
 {
-    if (m_isReading && !m_isReady)
+    if ((m_isOpening || m_isReading) && !m_isReady)
         m_wanted = item;
     if (!m_isReady || item == nullptr || m_frame.IsListFilling())
         return;
     auto* node = static_cast<CNode*>(item);
     m_routed = node;
-    for (const ClassFamily& entry : kGridClasses) {
-        if (entry.containerClass == node->containerClass) {
-            m_frame.ShowItems(entry.family, node->Key());
-            return;
-        }
+    const auto found = std::ranges::find(kGridClasses, node->containerClass, &ClassFamily::containerClass);
+    if (found == std::end(kGridClasses)) {
+        m_frame.ShowMails(node->Key());
+        return;
     }
-    m_frame.ShowMails(node->Key());
+    // The grid's dialog waits for its end: the selection comes first.
+    QMetaObject::invokeMethod(
+        this, [this, family = found->family, key = node->Key()] { m_frame.ShowItems(family, key); },
+        Qt::QueuedConnection);
 }
 
 void CFormViewLeft::Reselect()
 {
-    const bool wasReady = std::exchange(m_isReady, false);
+    const QSignalBlocker noRouting(m_tree);
     if (m_routed != nullptr)
         m_tree->setCurrentItem(m_routed);
-    m_isReady = wasReady;
 }
 
 }  // namespace pastille::preview

@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -48,8 +49,8 @@ public:
         std::function<void(std::string)> failed;  ///< why it cannot be opened, UTF-8
         bool anew;  ///< else the folders that a run has told of stay where they are
     };
-    /// Reads the folders of a store and lets the user choose among them. Returns at once. A store that cannot
-    /// be opened leaves the tree as it is.
+    /// Opens a store, reads its folders and lets the user choose among them. Returns at once. A store that
+    /// cannot be opened leaves everything as it is.
     void ShowStore(const StoreShow& show);
     /// The items of the selected folder are all there: its node is selected again.
     void Reselect();
@@ -64,7 +65,10 @@ private:
     void Empty();
     void Show(const FoundFolder& folder);
     void Complete(StoreShow show);
+    void Open(const std::shared_ptr<CPreviewStore>& store, const StoreShow& show);
+    void SetOpening(bool isOpening);
     void SetReading(bool isReading);
+    void Answer();
     void Route(QTreeWidgetItem* item);
 
     IPreviewFrame& m_frame;
@@ -73,10 +77,12 @@ private:
     CNode* m_routed = nullptr;            ///< whose items the right upper pane shows
     QTreeWidgetItem* m_wanted = nullptr;  ///< chosen before the store was read, to be shown then
     bool m_isReady = false;
+    bool m_isOpening = false;
     bool m_isReading = false;
     bool m_hasGhosts = false;                            ///< told of by the run, but not so in the store
     std::unordered_map<std::u16string, CNode*> m_nodes;  ///< by key
     std::vector<CNode*> m_above;                         ///< of the folder found last, by level
+    CJob m_opening;
     CJob m_reading;
 };
 

@@ -16,10 +16,10 @@ std::u16string_view Cut(std::u16string_view text, std::size_t longest)
 
 void CGridItem::Add(std::u16string_view value, std::size_t longest)
 {
-    if (value.size() > longest) {
+    if (value.size() > longest && longest != 0) {
         m_text += Cut(value, longest);
         m_text += u'…';
-    } else {
+    } else if (longest != 0) {
         m_text += value;
     }
     m_ends.push_back(static_cast<std::uint32_t>(m_text.size()));

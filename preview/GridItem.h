@@ -12,7 +12,8 @@ namespace pastille::preview {
 /// grid has millions of values and most are empty.
 class CGridItem {
 public:
-    /// A value longer than `longest` UTF-16 units is cut, with an ellipsis at its end.
+    /// A value longer than `longest` UTF-16 units is cut, with an ellipsis at its end; nothing
+    /// is kept of it when that is 0.
     CGridItem(std::u16string_view name, std::size_t longest) { Add(name, longest); }
     void Add(std::u16string_view value, std::size_t longest);
     /// The row that has no value because it is left out; there is at most one.

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -15,15 +16,20 @@ using writer::IMessageItem;
 using writer::ItemProperty;
 
 constexpr auto kDeliveryTime = std::chrono::milliseconds(50);
-/// UTF-16 units of a value, and of it once the grid has grown beyond all use.
+/// UTF-16 units.
 constexpr std::size_t kLongestValue = 32'768;
-constexpr std::size_t kLongestOfMany = 256;
-constexpr std::size_t kManyTexts = 64u << 20;
+constexpr std::size_t kLongestName = 256;
+/// One text takes at most this part of what is left for all.
+constexpr std::size_t kShare = 1024;
+
+constexpr std::u16string_view kUnknown = u"UnKnown";
+constexpr std::u16string_view kNoMore = u"(There are more items than can be shown.)";
 
 class CGridLoader {
 public:
-    CGridLoader(CUPJob& job, const GridTable& table, CPreviewStore& store, const GridDelivery& deliver)
-        : m_job(job), m_table(table), m_store(store), m_deliver(deliver)
+    CGridLoader(CUPJob& job, const GridTable& table, CPreviewStore& store, const GridDelivery& deliver,
+                GridLimits limits)
+        : m_job(job), m_table(table), m_store(store), m_deliver(deliver), m_left(limits)
     {
     }
     ~CGridLoader()
@@ -43,7 +49,13 @@ private:
     CGridItem Read(std::int32_t number);
     CGridItem Read(IMessageItem& item) const;
     CGridItem Unreadable() const;
-    std::size_t Longest() const { return m_textSize < kManyTexts ? kLongestValue : kLongestOfMany; }
+    /// Units of a text, when its item has so many already.
+    std::size_t Longest(std::size_t itemSize) const
+    {
+        return std::min(kLongestValue, (m_left.textUnits - std::min(itemSize, m_left.textUnits)) / kShare);
+    }
+    std::size_t LongestName() const { return std::min(kLongestName, Longest(0)); }
+    void Keep(CGridItem item);
     void Deliver();
     void ShowProgress(std::int32_t done);
 
@@ -54,7 +66,7 @@ private:
     CRef<writer::IItemList> m_items;
     std::int32_t m_count = 0;
     std::vector<CGridItem> m_read;  ///< since the last delivery
-    std::size_t m_textSize = 0;     ///< of all that was read
+    GridLimits m_left;              ///< that can still be kept
     int m_percent = 0;
 };
 
@@ -75,10 +87,11 @@ bool CGridLoader::Load()
 {
     auto delivered = std::chrono::steady_clock::now();
     for (std::int32_t done = 0; done < m_count && !m_job.IsCancelled();) {
-        m_read.push_back(Read(done + 1));
-        m_read.back().ShrinkToFit();
-        m_textSize += m_read.back().TextSize();
-        ++done;
+        if (m_left.values == 0) {
+            m_read.emplace_back(kNoMore, kNoMore.size());
+            break;
+        }
+        Keep(Read(++done));
         if (std::chrono::steady_clock::now() - delivered >= kDeliveryTime) {
             Deliver();
             delivered = std::chrono::steady_clock::now();
@@ -87,6 +100,14 @@ bool CGridLoader::Load()
     }
     Deliver();
     return !m_job.IsCancelled();
+}
+
+void CGridLoader::Keep(CGridItem item)
+{
+    item.ShrinkToFit();
+    m_left.textUnits -= std::min(m_left.textUnits, item.TextSize());
+    m_left.values -= std::min(m_left.values, m_table.rows.size() + 1);
+    m_read.push_back(std::move(item));
 }
 
 CGridItem CGridLoader::Read(std::int32_t number)
@@ -102,37 +123,36 @@ CGridItem CGridLoader::Read(std::int32_t number)
     return item ? Read(*item) : Unreadable();
 }
 
-/// The text of a property; "" when it cannot be read.
-std::u16string TextOf(IMessageItem& item, const ItemProperty* property)
+/// The beginning of a text; "" when it cannot be read.
+std::u16string TextOf(IMessageItem& item, const ItemProperty* property, std::size_t longest)
 {
     try {
-        return property != nullptr ? item.GetText(*property) : std::u16string();
+        return property != nullptr ? GridText(item, *property, longest) : std::u16string();
     } catch (const writer::_com_error&) {
         return {};
     }
 }
 
 /// A value that cannot be read is empty, as a received time it is left out.
-std::optional<std::u16string> ValueOf(IMessageItem& item, const GridRow& row)
+std::optional<std::u16string> ValueOf(IMessageItem& item, const GridRow& row, std::size_t longest)
 {
     try {
-        return GridValueText(item, row);
+        return GridValueText(item, row, longest);
     } catch (const writer::_com_error&) {
         return row.value == GridValue::ReceivedTime ? std::nullopt : std::optional<std::u16string>(u"");
     }
 }
 
-constexpr std::u16string_view kUnknown = u"UnKnown";
-
 CGridItem CGridLoader::Read(IMessageItem& item) const
 {
-    std::u16string name = TextOf(item, m_table.name);
+    std::u16string name = TextOf(item, m_table.name, LongestName());
     if (name.empty())
-        name = TextOf(item, m_table.otherName);
-    CGridItem read(name.empty() ? kUnknown : std::u16string_view(name), kLongestOfMany);
+        name = TextOf(item, m_table.otherName, LongestName());
+    CGridItem read(name.empty() ? kUnknown : std::u16string_view(name), LongestName());
     for (const GridRow& row : m_table.rows) {
-        if (const auto value = ValueOf(item, row))
-            read.Add(*value, Longest());
+        const std::size_t longest = Longest(read.TextSize());
+        if (const auto value = ValueOf(item, row, longest))
+            read.Add(*value, longest);
         else
             read.LeaveOut();
     }
@@ -141,7 +161,7 @@ CGridItem CGridLoader::Read(IMessageItem& item) const
 
 CGridItem CGridLoader::Unreadable() const
 {
-    CGridItem item(kUnknown, kLongestOfMany);
+    CGridItem item(kUnknown, LongestName());
     for (const GridRow& row : m_table.rows) {
         if (row.value == GridValue::ReceivedTime)
             item.LeaveOut();
@@ -172,11 +192,11 @@ void CGridLoader::ShowProgress(std::int32_t done)
 }  // namespace
 
 CUPDialog::Job MakeGridLoader(GridFamily family, std::shared_ptr<CPreviewStore> store,
-                              std::u16string folderKey, GridDelivery deliver)
+                              std::u16string folderKey, GridDelivery deliver, GridLimits limits)
 {
     return [&table = GridTableOf(family), store = std::move(store), key = std::move(folderKey),
-            deliver = std::move(deliver)](CUPJob& job) {
-        CGridLoader loader(job, table, *store, deliver);
+            deliver = std::move(deliver), limits](CUPJob& job) {
+        CGridLoader loader(job, table, *store, deliver, limits);
         return loader.Open(key) && loader.Load();
     };
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -43,7 +44,15 @@ struct GridTable {
 };
 const GridTable& GridTableOf(GridFamily family);
 
-/// The text of an item's row; nothing when the row is to be left out. Raises what the component raises.
-std::optional<std::u16string> GridValueText(writer::IMessageItem& item, const GridRow& row);
+/// A text of an item: all of it when it has at most `longest` UTF-16 units, else more than so many from its
+/// beginning; "" when `longest` is 0. Of a value of any size a few times as many bytes are read. Raises what
+/// the component raises. REQUIRES: longest < 2^29.
+std::u16string GridText(writer::IMessageItem& item, const writer::ItemProperty& property,
+                        std::size_t longest);
+
+/// The text of an item's row, a long one as GridText gives it; nothing when the row is to be left out. Raises
+/// what the component raises.
+std::optional<std::u16string> GridValueText(writer::IMessageItem& item, const GridRow& row,
+                                            std::size_t longest);
 
 }  // namespace pastille::preview

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "platform/Text.h"
+#include "preview/DateText.h"
 #include "preview/GridRows.h"
 #include "writer/OleDate.h"
 
@@ -33,23 +34,10 @@ std::u16string Decimal(std::int64_t number)
     return platform::FromUtf8(std::to_string(number));
 }
 
-bool IsNoDate(double date)
-{
-    return std::trunc(date) == kNoDate;
-}
-
-std::u16string DateText(double date)
-{
-    if (IsNoDate(date))
-        return {};
-    const auto [year, month, day] = writer::CalendarDateOf(date);
-    return Decimal(month) + u'/' + Decimal(day) + u'/' + Decimal(year);
-}
-
 /// Besides the date that says so, the two that come of an unreadable value: FILETIME 0 and date 0.
 bool IsNoTime(double date)
 {
-    return IsNoDate(date) || date == 0.0 || date == writer::OleDateFromFileTime(0);
+    return date == kNoDate || date == 0.0 || date == writer::OleDateFromFileTime(0);
 }
 
 std::u16string TimeText(double date)
@@ -66,12 +54,21 @@ std::u16string TimeText(double date)
 
 }  // namespace
 
-std::optional<std::u16string> GridValueText(IMessageItem& item, const GridRow& row)
+std::u16string GridText(IMessageItem& item, const ItemProperty& property, std::size_t longest)
+{
+    // No character set takes more bytes for a unit, so that a text that is cut here is longer than that.
+    constexpr std::size_t kMostBytesOfUnit = 4;
+    if (longest == 0)
+        return {};
+    return item.GetTextStart(property, static_cast<std::uint32_t>(kMostBytesOfUnit * (longest + 1))).text;
+}
+
+std::optional<std::u16string> GridValueText(IMessageItem& item, const GridRow& row, std::size_t longest)
 {
     const ItemProperty& property = *row.property;
     switch (row.value) {
         case GridValue::Text:
-            return item.GetText(property);
+            return GridText(item, property, longest);
         case GridValue::Flag:
             return item.GetFlag(property) != 0 ? u"Yes" : u"No";
         case GridValue::Number:

@@ -1,11 +1,22 @@
 #include "preview/ItemModel.h"
 
+#include <QDate>
+
 #include "preview/ShownText.h"
 
 namespace pastille::preview {
 namespace {
 
 constexpr const char* kHeaders[CItemRow::kColumns] = {"From", "To", "Subject", "Date (mm/dd/yy)"};
+
+constexpr int kDate = 3;
+
+/// The day of a run's text "month /day /year", as an OLE automation date; 0 when it is none.
+double DateOf(std::u16string_view text)
+{
+    const QDate day = QDate::fromString(ShownLine(text).remove(u' '), QStringLiteral("M/d/yyyy"));
+    return day.isValid() ? static_cast<double>(QDate(1899, 12, 30).daysTo(day)) : 0;
+}
 
 }  // namespace
 
@@ -71,6 +82,8 @@ void CItemModel::SetLast(int column, std::u16string_view text)
 {
     if (CItemRow* row = Last()) {
         row->SetText(column, text);
+        if (column == kDate)
+            row->date = DateOf(text);
         TellLastChanged(column);
     }
 }

@@ -20,6 +20,9 @@ public:
     /// Replaces the text of a column.
     void SetText(int column, std::u16string_view text);
     std::u16string_view Text(int column) const;
+    void ShrinkToFit() { m_texts.shrink_to_fit(); }
+    /// UTF-16 units of all its texts.
+    std::size_t TextSize() const { return m_texts.size(); }
 
     double date = 0;            ///< OLE automation date, for sorting; 0 for none
     std::uint8_t isOrphan = 0;  ///< the mail has lost its folder

@@ -1,9 +1,11 @@
 #include "preview/ListViewRight.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QSignalBlocker>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -15,14 +17,13 @@
 #include "preview/ItemModel.h"
 #include "preview/ItemOrder.h"
 #include "preview/ItemReader.h"
+#include "preview/ShownText.h"
 
 namespace pastille::preview {
 namespace {
 
 constexpr int kWidths[CItemRow::kColumns] = {212, 212, 212, 127};
 constexpr int kImageSide = 16;
-/// Of a text that nobody could read in a cell.
-constexpr std::size_t kLongestText = 4097;
 constexpr unsigned kFirstCell = 1;
 constexpr unsigned kLastCell = 4;
 
@@ -51,6 +52,7 @@ void CListViewRight::MakeTable()
     m_table = new QTableView(this);
     m_table->setAccessibleName(QStringLiteral("Items"));
     m_table->setModel(m_order);
+    m_table->installEventFilter(this);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -67,10 +69,25 @@ void CListViewRight::MakeTable()
     m_table->setSortingEnabled(true);
     for (int column = 0; column < CItemRow::kColumns; ++column)
         header->resizeSection(column, kWidths[column]);
-    connect(m_table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-            [this](const QModelIndex& row) { Choose(row); });
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        const QModelIndexList rows = m_table->selectionModel()->selectedRows();
+        if (!rows.empty())
+            Choose(rows.front());
+    });
     connect(m_table->verticalScrollBar(), &QAbstractSlider::actionTriggered, this,
             [this] { m_isFollowing = false; });
+}
+
+/// The first press of an arrow chooses the row that the keyboard stands on, not the one after it.
+bool CListViewRight::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool isPress = watched == m_table && event->type() == QEvent::KeyPress;
+    const int key = isPress ? static_cast<QKeyEvent*>(event)->key() : 0;
+    const bool isArrow = key == Qt::Key_Down || key == Qt::Key_Up;
+    if (!isArrow || m_table->selectionModel()->hasSelection() || m_order->rowCount() == 0)
+        return QWidget::eventFilter(watched, event);
+    m_table->selectRow(std::max(m_table->currentIndex().row(), 0));
+    return true;
 }
 
 void CListViewRight::MakeFindBox()
@@ -79,7 +96,7 @@ void CListViewRight::MakeFindBox()
     m_find->setPlaceholderText(QStringLiteral("Find in this list (Ctrl+F)"));
     m_find->setAccessibleName(QStringLiteral("Find in this list"));
     m_find->setClearButtonEnabled(true);
-    connect(m_find, &QLineEdit::textChanged, m_order, &CItemOrder::Look);
+    connect(m_find, &QLineEdit::textChanged, this, &CListViewRight::Look);
     connect(m_find, &QLineEdit::returnPressed, this, [this] {
         m_table->setFocus();
         m_table->selectRow(0);
@@ -91,6 +108,23 @@ void CListViewRight::MakeFindBox()
                 m_find->clear();
                 m_table->setFocus();
             });
+}
+
+/// A row that is no longer looked for leaves none chosen in its place, as the table would.
+void CListViewRight::Look(const QString& text)
+{
+    QItemSelectionModel* selection = m_table->selectionModel();
+    const QModelIndexList before = selection->selectedRows();
+    const QPersistentModelIndex chosen =
+        before.empty() ? QModelIndex() : m_order->mapToSource(before.front());
+    {
+        const QSignalBlocker choosesNothing(this);
+        m_order->Look(text);
+        if (!m_order->mapFromSource(chosen).isValid())
+            selection->clear();
+    }
+    if (const QModelIndex still = m_order->mapFromSource(chosen); still.isValid())
+        m_table->scrollTo(still);
 }
 
 void CListViewRight::Clear()
@@ -110,7 +144,8 @@ void CListViewRight::SetCell(unsigned cell, const std::u16string& text)
         return;
     if (cell == kFirstCell)
         m_items->Begin();
-    m_items->SetLast(static_cast<int>(cell - kFirstCell), std::u16string_view(text).substr(0, kLongestText));
+    m_items->SetLast(static_cast<int>(cell - kFirstCell),
+                     std::u16string_view(text).substr(0, kLongestLine + 1));
 }
 
 void CListViewRight::MarkOrphan()
@@ -151,8 +186,6 @@ void CListViewRight::EndFill()
 
 void CListViewRight::Choose(const QModelIndex& row)
 {
-    if (!row.isValid())
-        return;
     m_isFollowing = false;
     if (!m_folderKey.empty())
         emit ItemChosen(m_folderKey, m_order->mapToSource(row).row() + 1);

@@ -46,9 +46,13 @@ signals:
     /// The user looks at the item of that number (from 1) of the folder listed.
     void ItemChosen(const std::u16string& folderKey, std::int32_t number);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void MakeTable();
     void MakeFindBox();
+    void Look(const QString& text);
     void EndFill();
     void Choose(const QModelIndex& row);
     void FollowRows();

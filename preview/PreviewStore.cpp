@@ -17,8 +17,11 @@ CPreviewStore::CPreviewStore(IComponentFactory& component, const std::filesystem
 std::u16string CPreviewStore::CUse::Add(const CRef<IStoreFolder>& folder, std::u16string_view path)
 {
     std::u16string key = u"\\\\" + m_store.m_name + std::u16string(path);
-    while (!m_store.m_folders.emplace(key, folder).second)
-        key += u'\0';
+    if (m_store.m_folders.emplace(key, folder).second)
+        return key;
+    const std::uint32_t number = ++m_store.m_repeats[key];
+    key += u'\0' + platform::FromUtf8(std::to_string(number));
+    m_store.m_folders.emplace(key, folder);
     return key;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
@@ -34,6 +35,9 @@ public:
     /// many short uses, and never while something is asked of another thread.
     class CUse {
     public:
+        /// The longest that one should last.
+        static constexpr auto kTurn = std::chrono::milliseconds(10);
+
         explicit CUse(CPreviewStore& store) : m_lock(store.m_mutex), m_store(store) {}
         /// The folder whose sub-folders the user sees at the top.
         writer::CRef<writer::IStoreFolder> Root() { return m_store.m_store->GetRootFolder(); }
@@ -53,7 +57,9 @@ private:
     writer::CRef<writer::IStoreSession> m_session;
     writer::CRef<writer::IMessageStore> m_store;
     std::u16string m_name;
-    std::unordered_map<std::u16string, writer::CRef<writer::IStoreFolder>> m_folders;
+    std::unordered_map<std::u16string, writer::CRef<writer::IStoreFolder>> m_folders;  ///< by key
+    std::unordered_map<std::u16string, std::uint32_t>
+        m_repeats;  ///< of a key that several folders would have
 };
 
 }  // namespace pastille::preview

@@ -3,8 +3,6 @@
 namespace pastille::preview {
 namespace {
 
-constexpr std::size_t kLongestLine = 4096;
-
 bool Misleads(QChar c)
 {
     const auto unit = c.unicode();

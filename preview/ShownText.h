@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <cstddef>
 #include <string_view>
 
 namespace pastille::preview {
@@ -10,8 +11,11 @@ namespace pastille::preview {
 /// writing, become U+FFFD. For eyes only.
 QString ShownText(QString text);
 
-/// The same on one line, for a cell: line breaks and tabs become blanks. A text of more than 4,096 characters
-/// is cut, with an ellipsis at its end.
+/// UTF-16 units that a line shows at most.
+inline constexpr std::size_t kLongestLine = 4096;
+
+/// The same on one line, for a cell: line breaks and tabs become blanks. A longer text is cut, with an
+/// ellipsis at its end.
 QString ShownLine(std::u16string_view text);
 
 }  // namespace pastille::preview

@@ -47,6 +47,8 @@ public:
     const PlacedItem& Placed() const { return m_placed; }
     const BodyLocator& Bodies() const { return m_bodies; }
     CSourceItem& Source() { return m_source; }
+    /// True when it is a mail that the list has a row for.
+    bool HasRow() const { return m_placed.IsMail() && m_mailWriter.HasRow(); }
 
 private:
     enum class Origin { Node, Orphan, Embedded };

@@ -103,7 +103,7 @@ bool CItemWalk::ProcessWorkItem(std::size_t index, std::uint32_t parentNid)
         return false;
     ReadItem(index, parentNid);
     const PlacedItem& placed = m_reader.Placed();
-    if (m_orphanMode && placed.IsMail() && !m_work[index].IsEmbedded())
+    if ((m_orphanMode || placed.isInFallback) && m_reader.HasRow())
         m_run.frontEnd.Send(platform::OrphanRowMessage{});
     const auto allows = [this](std::uint64_t bytes) { return m_work.SpendBytes(bytes); };
     const bool goesOn = !placed.IsMail() || WriteBody(m_reader.Source(), m_reader.Bodies(),

@@ -18,6 +18,8 @@ public:
 
     /// Forgets the message before and its recorded values. A message that `showsRow` is false for has no row.
     void BeginMessage(bool showsRow = true);
+    /// True when the list has a row for the message.
+    bool HasRow() const { return m_showsRow && (m_fromSeen || m_toSeen || m_subjectShown); }
     /// Takes note of the message's importance, sensitivity and follow-up icon. Wanted for every record of the
     /// message, before it is written: their rows are written only while a value is on record.
     void Record(const SourceProperty& property);

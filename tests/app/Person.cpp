@@ -264,12 +264,17 @@ void CPerson::ChoosesInFileDialog(const QString& typed)
     for (int attempt = 0; attempt < 4; ++attempt) {
         // The list of files has the focus at times, and takes some letters for commands.
         OnUi([&] {
-            QTest::mouseClick(nameField(), Qt::LeftButton);
-            nameField()->setFocus();
-            nameField()->clear();
+            if (QLineEdit* field = nameField()) {
+                QTest::mouseClick(field, Qt::LeftButton);
+                field->setFocus();
+                field->clear();
+            }
         });
         Types(typed);
-        OnUi([&] { QTest::keyClick(nameField(), Qt::Key_Return); });
+        OnUi([&] {
+            if (QLineEdit* field = nameField())
+                QTest::keyClick(field, Qt::Key_Return);
+        });
         if (WaitUntil([&] { return nameField() == nullptr; }, std::chrono::seconds(5)))
             return;
     }

@@ -5,8 +5,6 @@
 #include <QWebEngineView>
 #include <QtTest/QTest>
 
-#include "platform/FileSystem.h"
-
 namespace pastille::tests {
 
 StoreMessage HtmlMail(std::string_view html, std::u16string_view plain)
@@ -18,8 +16,8 @@ StoreMessage HtmlMail(std::string_view html, std::u16string_view plain)
     return mail;
 }
 
-CBodyPane::CBodyPane(std::vector<StoreMessage> mails)
-    : m_component(platform::HostFileSystem(), m_folder.Path() / "profiles")
+CBodyPane::CBodyPane(std::vector<StoreMessage> mails, platform::IFileSystem& files)
+    : m_component(files, m_folder.Path() / "profiles")
 {
     const auto path = m_folder.Path() / "store.pst";
     StoreDescription description;
@@ -39,7 +37,19 @@ CBodyPane::CBodyPane(std::vector<StoreMessage> mails)
 
 CBodyPane::~CBodyPane()
 {
+    Close();
+    // What still reads ends by itself.
+    EXPECT_TRUE(CPerson::WaitUntil([this] { return m_store.use_count() == 1; }));
+}
+
+void CBodyPane::Close()
+{
     CPerson::OnUi([this] { m_view.reset(); });
+}
+
+QWebEngineView* CBodyPane::Web()
+{
+    return m_view->findChild<QWebEngineView*>();
 }
 
 void CBodyPane::Asks(std::int32_t number)
@@ -52,7 +62,7 @@ QString CBodyPane::Text()
     if (auto* const text = m_view->findChild<QPlainTextEdit*>())
         return text->toPlainText();
     // The answer comes later: each look sees that of an earlier one.
-    if (auto* const view = m_view->findChild<QWebEngineView*>())
+    if (auto* const view = Web())
         view->page()->toPlainText([this](const QString& text) { m_text = text; });
     return m_text;
 }
@@ -67,7 +77,7 @@ bool CBodyPane::Shows(const QString& text)
 void CBodyPane::Clicks()
 {
     CPerson::OnUi([this] {
-        auto* const view = m_view->findChild<QWebEngineView*>();
+        auto* const view = Web();
         QTest::mouseClick(view->focusProxy(), Qt::LeftButton, {}, view->rect().center());
     });
 }

@@ -7,10 +7,13 @@
 #include <memory>
 
 #include "component/BuiltInComponent.h"
+#include "platform/FileSystem.h"
 #include "preview/DisplayBody.h"
 #include "tests/app/Person.h"
 #include "tests/support/FaultyFileSystem.h"
 #include "tests/support/StoreBuilder.h"
+
+class QWebEngineView;
 
 namespace pastille::tests {
 
@@ -20,7 +23,9 @@ StoreMessage HtmlMail(std::string_view html, std::u16string_view plain = {});
 /// A body view of its own window, which looks at the folder "Mails" of a store.
 class CBodyPane {
 public:
-    explicit CBodyPane(std::vector<StoreMessage> mails);
+    /// `files` gives the store.
+    explicit CBodyPane(std::vector<StoreMessage> mails,
+                       platform::IFileSystem& files = platform::HostFileSystem());
     ~CBodyPane();
     CBodyPane(const CBodyPane&) = delete;
     CBodyPane& operator=(const CBodyPane&) = delete;
@@ -33,6 +38,10 @@ public:
     QString Text();
     /// On the windows' thread only.
     preview::CDisplayBody& View() { return *m_view; }
+    /// On the windows' thread only; nullptr without the engine and before the first body.
+    QWebEngineView* Web();
+    /// Takes the view away.
+    void Close();
     /// Clicks into the middle of the document.
     void Clicks();
     /// Waits until the middle of the document is of a colour.

@@ -7,9 +7,12 @@
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <thread>
 
+#include "preview/BodyWebView.h"
 #include "tests/preview/BodyPane.h"
 
 namespace pastille::tests {
@@ -147,10 +150,7 @@ TEST(BodyTest, AMailThatTheEngineDiesOfIsNotItsEnd)
     CBodyPane pane({HtmlMail("<p>deadly"), HtmlMail("<p>next")});
     pane.Asks(1);
     pane.Shows(QStringLiteral("deadly"));
-    CPerson::OnUi([&] {
-        ::kill(static_cast<pid_t>(pane.View().findChild<QWebEngineView*>()->page()->renderProcessPid()),
-               SIGKILL);
-    });
+    CPerson::OnUi([&] { ::kill(static_cast<pid_t>(pane.Web()->page()->renderProcessPid()), SIGKILL); });
     pane.Shows(QString());
     pane.Asks(2);
     pane.Shows(QStringLiteral("next"));
@@ -195,6 +195,10 @@ TEST(BodyTest, ImagesAreThoseOfTheMail)
         {showing("cid:two%40x",
                  {Picture(u"p.png", Qt::red, u"one@x"), Picture(u"p.png", Qt::green, u"<two@x>")}),
          Qt::green},
+        // Not to be taken for the parts of an address.
+        {showing("cid:a?b%20c#d",
+                 {Picture(u"p.png", Qt::red, u"a"), Picture(u"p.png", Qt::green, u"a?b c#d")}),
+         Qt::green},
         // Of one that has no content id the file name counts, and of no other.
         {showing("cid:P.png@01D", {Picture(u"p.png", Qt::red, u"other"), Picture(u"p.png", Qt::blue, u"")}),
          Qt::blue},
@@ -216,6 +220,84 @@ TEST(BodyTest, ImagesAreThoseOfTheMail)
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         EXPECT_TRUE(pane.IsColoured(cases[i].seen));
     }
+}
+
+TEST(BodyTest, ImagesThatTakeLongAreWaitedFor)
+{
+    std::vector<std::uint64_t> wanted;
+    int restarts = 0;
+    std::unique_ptr<preview::CBodyWebView> view;
+    CPerson::OnUi([&] {
+        view = std::make_unique<preview::CBodyWebView>(
+            nullptr, [&](const QString&, std::uint64_t ticket) { wanted.push_back(ticket); },
+            [&] { ++restarts; });
+        view->show();
+        view->ShowDocument("<img src='cid:a'>", Qt::white);
+    });
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return !wanted.empty(); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(5500));
+    CPerson::OnUi([&] {
+        EXPECT_EQ(wanted.size(), 1u);
+        EXPECT_EQ(restarts, 0);
+        EXPECT_TRUE(view->page()->isLoading());
+        view->GiveImage(wanted.front(), {});
+    });
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return !view->page()->isLoading(); }));
+    CPerson::OnUi([&] { view.reset(); });
+}
+
+/// A disk whose reads can be made to hang, for seconds at most.
+class CHangingDisk {
+public:
+    CHangingDisk()
+    {
+        m_files.faults.onSourceRead = [this](std::uint64_t) {
+            for (int wait = 0; hangs && wait < 500; ++wait) {
+                isHanging = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+        };
+    }
+    platform::IFileSystem& Files() { return m_files; }
+
+    std::atomic<bool> hangs = false;
+    std::atomic<bool> isHanging = false;
+
+private:
+    CFaultyFileSystem m_files;
+};
+
+TEST(BodyTest, ImagesOfAMailThatIsLeftAreWaitedForNoMore)
+{
+    StoreMessage mail = HtmlMail("<p>seen<img src='cid:a'><img src='cid:b'><img src='cid:c'>");
+    mail.attachments = {Picture(u"p.png", Qt::red, u"a"), Picture(u"p.png", Qt::red, u"b")};
+    CHangingDisk disk;
+    CBodyPane pane({mail, BrokenMail()}, disk.Files());
+    disk.hangs = true;
+    pane.Asks(1);
+    ASSERT_TRUE(CPerson::WaitUntil([&] { return disk.isHanging.load(); }));
+    const auto isLoading = [&] { return pane.Web()->page()->isLoading(); };
+    // Lets the body through and holds its images.
+    disk.hangs = false;
+    ASSERT_TRUE(CPerson::WaitUntil(isLoading));
+    disk.hangs = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    pane.Asks(2);
+    disk.hangs = false;
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return !isLoading(); }));
+}
+
+TEST(BodyTest, AReadThatHangsDoesNotKeepTheViewFromClosing)
+{
+    CHangingDisk disk;
+    CBodyPane pane({HtmlMail("<p>one")}, disk.Files());
+    disk.hangs = true;
+    pane.Asks(1);
+    ASSERT_TRUE(CPerson::WaitUntil([&] { return disk.isHanging.load(); }));
+    const auto begin = std::chrono::steady_clock::now();
+    pane.Close();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    disk.hangs = false;
 }
 
 /// Where a mail must not get to; tells of every connection.
@@ -353,7 +435,7 @@ TEST(TextOnlyBodyTest, WithoutTheEngineTheTextIsShown)
                     HtmlMail(std::string(100'000, '<') + "<p>x", u"four")});
     ASSERT_EQ(CPerson::OnUi([&] {
                   pane.Asks(1);
-                  return pane.View().findChild<QWebEngineView*>();
+                  return pane.Web();
               }),
               nullptr);
     pane.Shows(QStringLiteral("one\ntwo"));

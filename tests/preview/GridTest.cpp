@@ -8,9 +8,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "preview/GridLoader.h"
 #include "preview/UPDialog.h"
 #include "tests/preview/ShownGrid.h"
 
@@ -201,6 +203,74 @@ TEST(GridTest, UnreadableItemsHaveNoValues)
         }
     }
     EXPECT_TRUE(sawBoth);
+}
+
+TEST(GridTest, WhatAGridKeepsHasItsLimits)
+{
+    const auto store = StoreOf([](IStoreFolder& folder) {
+        for (int number = 0; number < 40; ++number) {
+            AddItem(folder, u"IPM.StickyNote", [](IMessageItem& item) {
+                item.SetText(property::Subject, u"Note");
+                item.SetText(property::Body, std::u16string(100'000, u'x'));
+            });
+        }
+    });
+    std::vector<preview::CGridItem> items;
+    const auto load = [&](preview::GridLimits limits) {
+        items.clear();
+        const auto job = preview::MakeGridLoader(
+            GridFamily::Notes, store->Open(), CPreviewedStore::Key(u"\\Items"),
+            [&](preview::CUPJob&, std::vector<preview::CGridItem> more) {
+                items.insert(items.end(), more.begin(), more.end());
+            },
+            limits);
+        EXPECT_EQ(CPerson::OnUi([&] {
+                      const auto dialog = std::make_unique<CUPDialog>(nullptr, QString(), true, job);
+                      return dialog->Run();
+                  }),
+                  CUPDialog::kSucceeded);
+    };
+    constexpr int kContent = 9;
+    // Texts get shorter, and end; the rows stay.
+    load({.textUnits = 3000});
+    ASSERT_EQ(items.size(), 40u);
+    EXPECT_EQ(items[0].Name(), u"No…");
+    EXPECT_EQ(items[0].Value(kContent), u"xx…");
+    EXPECT_EQ(items[39].Value(kContent), u"");
+    EXPECT_EQ(items[39].RowCount(), 16);
+    std::size_t size = 0;
+    for (const preview::CGridItem& item : items)
+        size += item.TextSize();
+    EXPECT_LE(size, 3000u);
+    // Items end.
+    load({.values = 2 * 18});
+    ASSERT_EQ(items.size(), 3u);
+    EXPECT_EQ(items[1].Value(kContent).size(), 32'769u);
+    EXPECT_EQ(items[2].RowCount(), 0);
+    EXPECT_NE(items[2].Name(), u"");
+}
+
+TEST(GridTest, ALongTextCostsOnlyItsBeginning)
+{
+    constexpr std::size_t kLong = 4u << 20;
+    const auto store = StoreOf([](IStoreFolder& folder) {
+        AddItem(folder, u"IPM.StickyNote",
+                [](IMessageItem& item) { item.SetText(property::Body, std::u16string(kLong, u'x')); });
+    });
+    CFaultyFileSystem files;
+    std::atomic<int> reads = 0;
+    files.faults.onSourceRead = [&](std::uint64_t) { ++reads; };
+    component::CBuiltInComponent component(files, store->Path().parent_path() / "profiles");
+    auto opened = std::make_shared<preview::CPreviewStore>(component, store->Path(), "windows-1252");
+    {
+        preview::CPreviewStore::CUse use(*opened);
+        use.Add(use.Root()->GetFolders()->GetFolder(std::u16string(u"Items")), u"\\Items");
+    }
+    CShownGrid grid;
+    reads = 0;
+    grid.Fill(GridFamily::Notes, opened);
+    EXPECT_EQ(grid.Categories().size(), 1u);
+    EXPECT_LT(reads, 200) << "of 1,000 blocks and more";
 }
 
 TEST(GridTest, CancelEndsWithinASecond)

@@ -123,6 +123,16 @@ TEST(ListOfAFolder, TellsWhichItemIsLookedAtWhateverTheOrderShown)
         list.Press(key);
         EXPECT_EQ(list.Chosen(), std::vector<std::int32_t>{number});
     }
+    // What the keyboard stands on is chosen first.
+    CPerson::OnUi([] { ItemTable()->setCurrentIndex(QModelIndex()); });
+    CPerson::OnUi([] {
+        ItemTable()->selectionModel()->setCurrentIndex(ItemTable()->model()->index(0, 0),
+                                                       QItemSelectionModel::Clear);
+    });
+    list.Press(Qt::Key_Down);
+    EXPECT_EQ(list.Chosen(), std::vector<std::int32_t>{1});
+    CPerson::OnUi([] { ItemTable()->selectRow(1); });
+    list.Chosen();
     // By subject, whatever the case: Alpha, beta, gamma.
     CPerson::OnUi([] { ItemTable()->sortByColumn(2, Qt::AscendingOrder); });
     EXPECT_EQ(ItemRows().value(0).section(" | ", 2, 2), "Alpha");
@@ -135,7 +145,8 @@ TEST(ListOfAFolder, TellsWhichItemIsLookedAtWhateverTheOrderShown)
     list.Chosen();
     CPerson::OnUi([&] { list.Pane().findChild<QLineEdit*>()->setText("GAM"); });
     EXPECT_EQ(ItemRows().size(), 1);
-    list.Chosen();
+    EXPECT_EQ(list.Chosen(), std::vector<std::int32_t>())
+        << "what is not looked for leaves the choice to the user";
     CPerson::OnUi([] { ItemTable()->selectionModel()->clear(); });
     list.Press(Qt::Key_Down);
     EXPECT_EQ(list.Chosen(), std::vector<std::int32_t>{3});
@@ -178,6 +189,8 @@ TEST(ListOfARun, HasARowForEachMail)
     EXPECT_EQ(image(0), image(1));
     CPerson::OnUi([&] { list.Pane().MarkOrphan(); });
     EXPECT_NE(image(0), image(1));
+    CPerson::OnUi([] { ItemTable()->sortByColumn(3, Qt::AscendingOrder); });
+    EXPECT_EQ(ItemRows().value(1).section(" | ", 3), "3 /1 /2011");
     list.Press(Qt::Key_Down);
     EXPECT_EQ(list.Chosen(), std::vector<std::int32_t>()) << "a run's rows have no store yet";
     CPerson::OnUi([&] { list.Pane().Clear(); });

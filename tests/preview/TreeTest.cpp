@@ -10,6 +10,7 @@
 #include "tests/app/Desktop.h"
 #include "tests/preview/MadeStore.h"
 #include "tests/preview/Panes.h"
+#include "tests/support/StoreBuilder.h"
 #include "writer/ItemProperties.h"
 
 namespace pastille::tests {
@@ -166,6 +167,31 @@ TEST(TreeOfAStore, MendsWhatARunCouldNotTellRight)
     EXPECT_TRUE(CPerson::WaitUntil([&] { return TreeTexts() == expected; }))
         << TreeTexts().join(u'\n').toStdString();
     EXPECT_EQ(tree.Choose(expected[3].trimmed()), QString("1 \\\\Mailbox\\A\\B\\Below\u202Ename"));
+}
+
+/// A store that a program has not made: its folders may share one name.
+TEST(TreeOfAStore, HasEachOfManyFoldersOfOneName)
+{
+    constexpr qsizetype kFolders = 1'000;
+    StoreDescription description;
+    description.folders.assign(kFolders, {.name = u"Twin"});
+    const CTemporaryFolder folder;
+    CBuiltStore(description).WriteTo(folder.Path() / "twins.pst");
+    component::CBuiltInComponent component(platform::HostFileSystem(), folder.Path() / "profiles");
+    CTree tree;
+    std::atomic<bool> isOpen{false};
+    CPerson::OnUi([&] {
+        tree.Pane().ShowStore({[&] {
+                                   return std::make_shared<preview::CPreviewStore>(
+                                       component, folder.Path() / "twins.pst", "windows-1252");
+                               },
+                               [&](const auto&) { isOpen = true; },
+                               [](const std::string& reason) { ADD_FAILURE() << reason; }, true});
+    });
+    EXPECT_TRUE(CPerson::WaitUntil([&] {
+        return isOpen &&
+               FolderTree()->findItems("Twin(0)", Qt::MatchExactly | Qt::MatchRecursive).size() == kFolders;
+    }));
 }
 
 TEST(TreeOfTheFrame, KeepsItsStoreWhenAnotherCannotBeOpened)

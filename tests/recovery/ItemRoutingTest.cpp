@@ -64,6 +64,7 @@ TEST(ItemRouting, WhatHasNoFolderGoesToLostAndFound)
                                  &platform::FolderMessage::folderId),
               1);
     EXPECT_EQ(scenario.component.Folder(u"\\Lost & Found")->Saved().size(), 4u);
+    EXPECT_EQ(scenario.frontEnd.All<platform::OrphanRowMessage>().size(), 3u) << "of the mails";
     for (const FakeItem* item : scenario.component.Folder(u"\\Lost & Found")->Saved()) {
         if (item->messageClass != u"IPM.Contact") {
             EXPECT_EQ(item->Text("Subject"), u"subject") << "properties and body follow the item";

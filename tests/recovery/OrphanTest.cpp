@@ -67,6 +67,8 @@ TEST(Orphans, EachGoesToTheirFolderWhateverItIs)
         EXPECT_EQ(item->Text("Subject"), u"subject");
     EXPECT_EQ(scenario.component.CountCalls("AddFolder:Orphaned Mails"), 1u);
     EXPECT_EQ(scenario.Announced(platform::FolderMessage::kOrphanedMails), 1u);
+    // Of the items the three mails have rows.
+    EXPECT_EQ(scenario.frontEnd.All<platform::OrphanRowMessage>().size(), 3u);
     const std::u16string log = scenario.Log();
     EXPECT_EQ(scenario.CountInLog(kLogLine), 1u);
     EXPECT_LT(log.find(kLogLine), log.find(u"Contact Subject: "));
