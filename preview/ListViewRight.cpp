@@ -78,15 +78,20 @@ void CListViewRight::MakeTable()
             [this] { m_isFollowing = false; });
 }
 
-/// The first press of an arrow chooses the row that the keyboard stands on, not the one after it.
+/// The first press of an arrow chooses the row that the keyboard stands on, not the one after it; Home and
+/// End go to the first and the last row, not column.
 bool CListViewRight::eventFilter(QObject* watched, QEvent* event)
 {
     const bool isPress = watched == m_table && event->type() == QEvent::KeyPress;
     const int key = isPress ? static_cast<QKeyEvent*>(event)->key() : 0;
-    const bool isArrow = key == Qt::Key_Down || key == Qt::Key_Up;
-    if (!isArrow || m_table->selectionModel()->hasSelection() || m_order->rowCount() == 0)
+    const bool isFirst =
+        (key == Qt::Key_Down || key == Qt::Key_Up) && !m_table->selectionModel()->hasSelection();
+    if ((!isFirst && key != Qt::Key_Home && key != Qt::Key_End) || m_order->rowCount() == 0)
         return QWidget::eventFilter(watched, event);
-    m_table->selectRow(std::max(m_table->currentIndex().row(), 0));
+    if (isFirst)
+        m_table->selectRow(std::max(m_table->currentIndex().row(), 0));
+    else
+        m_table->selectRow(key == Qt::Key_Home ? 0 : m_order->rowCount() - 1);
     return true;
 }
 

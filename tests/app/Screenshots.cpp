@@ -50,7 +50,7 @@ void TakeSearch(CDesktop& desktop, CPerson& person, CCamera& camera)
     opens();
     person.Sees("Fin&d");
     camera.Takes("wizard-4-search");
-    desktop.Host().removableDrive = drives.front();
+    desktop.Host().removableDrive = drives.back();  // the one in the box
     person.Clicks("Fin&d");
     camera.TakesBox("wizard-4-search-removable-drive");
     desktop.Host().removableDrive = "";

@@ -40,6 +40,7 @@ public:
     preview::CDisplayBody& View() { return *m_view; }
     /// On the windows' thread only; nullptr without the engine and before the first body.
     QWebEngineView* Web();
+    const std::shared_ptr<preview::CPreviewStore>& Store() const { return m_store; }
     /// Takes the view away.
     void Close();
     /// Clicks into the middle of the document.

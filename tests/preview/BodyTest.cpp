@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "preview/BodyWebView.h"
+#include "preview/BodyWorker.h"
 #include "tests/preview/BodyPane.h"
 
 namespace pastille::tests {
@@ -246,6 +247,39 @@ TEST(BodyTest, ImagesThatTakeLongAreWaitedFor)
     CPerson::OnUi([&] { view.reset(); });
 }
 
+TEST(BodyTest, ImagesThatAreWantedNoMoreAreAnswered)
+{
+    CBodyPane pane({});
+    std::vector<std::uint64_t> answered;
+    QObject receiver;
+    receiver.moveToThread(qApp->thread());
+    std::unique_ptr<preview::CBodyWorker> worker;
+    {
+        // Nothing can be read meanwhile.
+        const preview::CPreviewStore::CUse use(*pane.Store());
+        CPerson::OnUi([&] {
+            worker = std::make_unique<preview::CBodyWorker>(
+                receiver, [](std::uint64_t, preview::MailBody) {},
+                [&](std::uint64_t ticket, const std::vector<std::byte>& image) {
+                    answered.push_back(ticket);
+                    EXPECT_TRUE(image.empty());
+                });
+            worker->AskBody({1, pane.Store(), u"none", 1});
+            worker->AskImage(1, u"a", 1);
+            worker->AskImage(1, u"b", 2);
+            worker->AskBody({2, pane.Store(), u"none", 2});
+            worker->AskImage(2, u"c", 3);
+            worker->RestartImages();
+            worker->AskImage(2, u"c", 4);
+        });
+    }
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return answered.size() == 4; }));
+    CPerson::OnUi([&] {
+        worker.reset();
+        EXPECT_EQ(answered, (std::vector<std::uint64_t>{1, 2, 3, 4}));
+    });
+}
+
 /// A disk whose reads can be made to hang, for seconds at most.
 class CHangingDisk {
 public:
@@ -266,26 +300,6 @@ public:
 private:
     CFaultyFileSystem m_files;
 };
-
-TEST(BodyTest, ImagesOfAMailThatIsLeftAreWaitedForNoMore)
-{
-    StoreMessage mail = HtmlMail("<p>seen<img src='cid:a'><img src='cid:b'><img src='cid:c'>");
-    mail.attachments = {Picture(u"p.png", Qt::red, u"a"), Picture(u"p.png", Qt::red, u"b")};
-    CHangingDisk disk;
-    CBodyPane pane({mail, BrokenMail()}, disk.Files());
-    disk.hangs = true;
-    pane.Asks(1);
-    ASSERT_TRUE(CPerson::WaitUntil([&] { return disk.isHanging.load(); }));
-    const auto isLoading = [&] { return pane.Web()->page()->isLoading(); };
-    // Lets the body through and holds its images.
-    disk.hangs = false;
-    ASSERT_TRUE(CPerson::WaitUntil(isLoading));
-    disk.hangs = true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    pane.Asks(2);
-    disk.hangs = false;
-    EXPECT_TRUE(CPerson::WaitUntil([&] { return !isLoading(); }));
-}
 
 TEST(BodyTest, AReadThatHangsDoesNotKeepTheViewFromClosing)
 {

@@ -208,7 +208,7 @@ TEST(GridTest, UnreadableItemsHaveNoValues)
 TEST(GridTest, WhatAGridKeepsHasItsLimits)
 {
     const auto store = StoreOf([](IStoreFolder& folder) {
-        for (int number = 0; number < 40; ++number) {
+        for (int number = 0; number < 60; ++number) {
             AddItem(folder, u"IPM.StickyNote", [](IMessageItem& item) {
                 item.SetText(property::Subject, u"Note");
                 item.SetText(property::Body, std::u16string(100'000, u'x'));
@@ -232,16 +232,16 @@ TEST(GridTest, WhatAGridKeepsHasItsLimits)
     };
     constexpr int kContent = 9;
     // Texts get shorter, and end; the rows stay.
-    load({.textUnits = 3000});
-    ASSERT_EQ(items.size(), 40u);
+    load({.textUnits = 2100});
+    ASSERT_EQ(items.size(), 60u);
     EXPECT_EQ(items[0].Name(), u"No…");
     EXPECT_EQ(items[0].Value(kContent), u"xx…");
-    EXPECT_EQ(items[39].Value(kContent), u"");
-    EXPECT_EQ(items[39].RowCount(), 16);
+    EXPECT_EQ(items[59].Value(kContent), u"");
+    EXPECT_EQ(items[59].RowCount(), 16);
     std::size_t size = 0;
     for (const preview::CGridItem& item : items)
         size += item.TextSize();
-    EXPECT_LE(size, 3000u);
+    EXPECT_LE(size, 2100u);
     // Items end.
     load({.values = 2 * 18});
     ASSERT_EQ(items.size(), 3u);
