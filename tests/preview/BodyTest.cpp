@@ -129,11 +129,14 @@ TEST(BodyTest, LargeAndDeepMailsCostNothingButThemselves)
                     HtmlMail(std::string(50 * kMiB, '<')), PlainMail(std::u16string(3 * kMiB, u'x')),
                     PlainMail(u"after")});
     for (const std::int32_t number : {2, 3, 4}) {
+        SCOPED_TRACE(number);
+        pane.Asks(number);
+        // However long that one keeps its process busy, the next ones come.
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+        pane.Asks(6);
+        pane.Shows(QStringLiteral("after"));
         pane.Asks(1);
         pane.Shows(QStringLiteral("before"));
-        pane.Asks(number);
-        EXPECT_TRUE(CPerson::WaitUntil([&] { return !pane.Text().startsWith(QStringLiteral("before")); }))
-            << number;
     }
     pane.Asks(5);
     EXPECT_TRUE(CPerson::WaitUntil([&] { return pane.Text().startsWith(QStringLiteral("xxx")); }));
