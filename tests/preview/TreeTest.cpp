@@ -212,5 +212,29 @@ TEST(TreeOfTheFrame, KeepsItsStoreWhenAnotherCannotBeOpened)
     EXPECT_EQ(ItemRows(), QStringList());
 }
 
+TEST(TreeOfTheFrame, LeadsByTabThroughPanesThatAreSeenOnASmallScreen)
+{
+    CDesktop desktop;
+    desktop.StartsAtTheFrame();
+    CPerson person;
+    // The list is another one than the frame began with.
+    CPerson::OnUi([&] {
+        desktop.App().MainFrame()->SwitchUpperPane(0);
+        desktop.App().MainFrame()->SwitchUpperPane(1);
+        desktop.App().MainFrame()->resize(640, 480);
+        FolderTree()->setFocus();
+    });
+    for (const char* name : {"Items", "Find in this list"}) {
+        person.Presses(Qt::Key_Tab);
+        CPerson::Settle();
+        EXPECT_EQ(CPerson::OnUi([] { return CPerson::Window()->focusWidget()->accessibleName(); }), name);
+    }
+    CPerson::OnUi([] {
+        const auto* body = CPerson::Window()->findChild<QWidget*>("CDisplayBody");
+        EXPECT_GE(body->height(), 90);
+        EXPECT_LE(body->mapTo(CPerson::Window(), QPoint(0, body->height())).y(), CPerson::Window()->height());
+    });
+}
+
 }  // namespace
 }  // namespace pastille::tests
