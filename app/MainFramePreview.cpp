@@ -133,9 +133,7 @@ void CMainFrame::ShowItems(preview::GridFamily family, const std::u16string& fol
     if (List() != nullptr)
         SwitchUpperPane(kGrid);
     m_body->ShowBlank();
-    auto* grid = qobject_cast<preview::CGridView*>(m_upper);
-    grid->Clear();
-    grid->Fill(family, m_store, folderKey);
+    qobject_cast<preview::CGridView*>(m_upper)->Fill(family, m_store, folderKey);
 }
 
 void CMainFrame::AskForStore()

@@ -22,11 +22,6 @@ CGridView::CGridView(QWidget* parent)
     setFocusProxy(m_tree);
 }
 
-void CGridView::Clear()
-{
-    Empty(GridFamily::Contacts);
-}
-
 void CGridView::Empty(GridFamily family)
 {
     ++m_fill;

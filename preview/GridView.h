@@ -22,7 +22,6 @@ class CGridView final : public QWidget {
 public:
     explicit CGridView(QWidget* parent);
 
-    void Clear();
     /// Fills the grid anew with every item of the folder, under a modal progress dialog that can be
     /// cancelled. Returns when that is closed; events are handled meanwhile, so the view may be gone then.
     /// What cannot be read shows no value.
