@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,6 +26,14 @@ inline constexpr std::uint16_t kGuidIndexPublicStrings = 2;
 inline constexpr std::uint16_t kFirstGuidIndex = 3;        ///< of the GUID stream
 inline constexpr std::uint16_t kFirstPropertyId = 0x8000;  ///< of the entry with index 0
 }  // namespace namemap
+
+/// The name of a named property: a long id, or a string, in a property set. [MS-OXCDATA] 2.6.1
+struct PropertyName {
+    Guid set;
+    std::uint32_t lid = 0;  ///< of a numeric name
+    std::u16string text;    ///< of a string name; a numeric name has none
+    auto operator<=>(const PropertyName&) const = default;
+};
 
 /// NAMEID. [MS-PST] 2.4.7.1
 struct NameId {

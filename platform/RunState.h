@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace pastille::platform {
@@ -39,11 +40,18 @@ private:
     std::condition_variable m_opened;
 };
 
+/// What a source file is for a mail client.
+enum class SourceKind { Pst, Ost };
+
 /// What the user chose for one run.
 struct RunSettings {
     std::filesystem::path sourcePath;
     std::filesystem::path destinationFolder;
     bool smartScan = false;
+    /// Complete recovery: every item with every property, once, in its newest version.
+    bool complete = false;
+    /// Of a source whose header does not tell it; looked at by a complete recovery only.
+    std::optional<SourceKind> kind = std::nullopt;
     std::string codePage = "windows-1252";  ///< of 8-bit texts, a name that ICU knows
 };
 

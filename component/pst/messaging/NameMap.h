@@ -7,17 +7,11 @@
 #include <vector>
 
 #include "component/pst/ltp/PropertyBag.h"
-#include "format/Guid.h"
+#include "format/NameId.h"
 
 namespace pastille::component::pst {
 
-/// The name of a named property: a long id, or a string, in a property set.
-struct PropertyName {
-    format::Guid set;
-    std::uint32_t lid = 0;  ///< of a numeric name
-    std::u16string text;    ///< of a string name; a numeric name has none
-    auto operator<=>(const PropertyName&) const = default;
-};
+using format::PropertyName;
 
 /// A store's Name-to-ID map: names and the property ids from 0x8000 on that stand for them in this file.
 /// [MS-PST] 2.4.7

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace pastille::store::complete {
+
+/// A page of the node tree that entries came from. 24 bytes.
+struct NodePage {
+    std::uint64_t offset;  ///< in the source file
+    std::uint64_t bid;     ///< that the page gives itself; grows over a store's life
+    bool isSound;          ///< its CRC is right
+    bool isAtHome;         ///< its signature is right for its place
+};
+
+/// One NBT entry. 32 bytes. [MS-PST] 2.2.2.7.7.4
+struct NodeVersion {
+    std::uint64_t bidData;
+    std::uint64_t bidSub;  ///< 0: no subnodes
+    std::uint32_t nid;
+    std::uint32_t parent;  ///< nidParent
+    std::uint32_t page;    ///< as CNodeIndex numbers it; the newest one that has this entry
+    std::uint32_t isLive;  ///< the newest page that covers the node has this entry
+};
+static_assert(sizeof(NodeVersion) == 32);
+
+/// The nodes that the scan has found, each with all its versions.
+class CNodeIndex {
+public:
+    /// The number of the page.
+    std::uint32_t AddPage(const NodePage& page);
+    void Append(const NodeVersion& version) { m_versions.push_back(version); }
+    /// Orders the versions: by rising NID; of one node the live one first, then the newest before the older
+    /// ones, entries of sound pages before the others. Of equal entries the newest stays.
+    void Finish();
+    void Clear();
+
+    /// All versions of all nodes in that order.
+    std::span<const NodeVersion> Versions() const { return m_versions; }
+    /// The versions of one node; empty when it was not found.
+    std::span<const NodeVersion> VersionsOf(std::uint32_t nid) const;
+    const NodePage& PageOf(const NodeVersion& version) const { return m_pages[version.page]; }
+
+private:
+    std::vector<NodeVersion> m_versions;
+    std::vector<NodePage> m_pages;
+};
+
+}  // namespace pastille::store::complete
