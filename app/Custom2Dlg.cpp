@@ -1,6 +1,7 @@
 #include "app/Custom2Dlg.h"
 
 #include <QButtonGroup>
+#include <QCheckBox>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -17,6 +18,7 @@ CCustom2Dlg::CCustom2Dlg(QWidget* parent, RepairChoices& choices, WizardPage ori
     : CWizardPage(QStringLiteral("CCustom2Dlg"), parent), m_choices(choices)
 {
     m_choices.settings.smartScan = false;
+    m_choices.settings.complete = false;
     AddMethods();
     AddDestination();
 
@@ -51,12 +53,23 @@ void CCustom2Dlg::AddMethods()
         if (checked)
             m_choices.settings.smartScan = id == 1;
     });
+    AddCompleteRecovery();
     Body().addWidget(MakeText(QStringLiteral(
         "Normal Scan: Linear yet advanced PST repair method. This scan is suitable when your PST file has "
         "minor corruptions or when Outlook refuses to open due to PST errors.\n\nSmart Scan: Extremely "
         "advanced PST repair mode. This scan is ideal when your PST file has severe corruption, your PST "
         "file is broken, you are looking to recover deleted emails, contacts, tasks etc..")));
     Body().addStretch();
+}
+
+void CCustom2Dlg::AddCompleteRecovery()
+{
+    auto* box = new QCheckBox(Text(strings::kCompleteRecovery), this);
+    box->setShortcut(QKeySequence(Qt::ALT | Qt::Key_C));
+    box->setToolTip(
+        QStringLiteral("Every item of any kind, with all its properties, once, in its newest version"));
+    connect(box, &QCheckBox::toggled, this, [this](bool checked) { m_choices.settings.complete = checked; });
+    Body().addWidget(box);
 }
 
 void CCustom2Dlg::AddDestination()

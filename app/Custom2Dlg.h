@@ -7,7 +7,7 @@ class QVBoxLayout;
 
 namespace pastille::app {
 
-/// The last page: how to scan, and the folder for the new store. "&Repair" is enabled when there is a folder
+/// The last page: how to scan, whether to recover everything, and the folder for the new store. "&Repair" is enabled when there is a folder
 /// of the path that the folder dialog has handed over; of a name that is no UTF-8 it hands over another one.
 class CCustom2Dlg final : public CWizardPage {
     Q_OBJECT
@@ -21,6 +21,7 @@ protected:
 
 private:
     void AddMethods();
+    void AddCompleteRecovery();
     void AddDestination();
     void Browse();
 

@@ -244,6 +244,7 @@ void CMainFrame::RunIsOver(const std::filesystem::path& store)
     m_progress.End();
     m_status->clear();
     m_app.Choices().settings.smartScan = false;
+    m_app.Choices().settings.complete = false;
     UpdateCommands();
     if (!store.empty())
         ShowStore(store, false);

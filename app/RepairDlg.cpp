@@ -103,8 +103,10 @@ void CRepairDlg::Arrange()
 
 void CRepairDlg::Begin(const platform::RunSettings& settings)
 {
-    ShowValue(*m_scan, "Selected Scan",
-              Text(settings.smartScan ? strings::kSmartScan : strings::kNormalScan));
+    QString scan = Text(settings.smartScan ? strings::kSmartScan : strings::kNormalScan);
+    if (settings.complete)
+        scan += QStringLiteral(", ") + Text(strings::kCompleteRecovery);
+    ShowValue(*m_scan, "Selected Scan", scan);
     m_destination->ShowText(ShownPath(settings.destinationFolder));
     for (QLabel* label : {m_phase, m_caption, m_percent})
         ShowValue(*label, "", QString());

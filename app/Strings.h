@@ -44,6 +44,7 @@ inline constexpr std::u16string_view kLaunchFailed = u"Failed to launch Pastille
 inline constexpr std::u16string_view kNormalScan = u"Normal Scan";                                  // 193
 inline constexpr std::u16string_view kImoNotSupported =
     u"Currently selected outlook mode (IMO) is not supported.Please change it to C/W mode.";  // 194
+inline constexpr std::u16string_view kCompleteRecovery = u"Complete recovery";
 inline constexpr std::u16string_view kWarning = u"Warning";                                   // 195
 inline constexpr std::u16string_view kOutlookNotInstalled =
     u"Microsoft Office Outlook currently not installed or is not working,\n"

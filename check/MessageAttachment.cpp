@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "check/MessagingRules.h"
+#include "check/PropertyCheck.h"
 #include "check/TableCheck.h"
 #include "check/TableColumns.h"
 #include "check/TableCompare.h"
@@ -41,27 +42,20 @@ void CheckSize(const CPropertyContext& properties, CHeapNode& node)
 }
 
 /// The message that an object property leads to.
-void CheckEmbedded(const Property& object, CHeapNode& node, unsigned depth)
+void NoteEmbedded(const Property& object, CHeapNode& node, std::vector<EmbeddedMessage>& embedded)
 {
     const auto nid = object.stored.held.view.ReadOrZero<std::uint32_t>(0);
     const auto* const subnode = node.FindSubnode(nid);
     if (subnode == nullptr)
         return;  // the object's own finding
-    const auto type = format::Nid{nid}.Type();
-    if (type != format::NidType::NormalMessage) {
+    if (format::Nid{nid}.Type() != format::NidType::NormalMessage) {
         node.Note(rules::kAttachmentData, {}, "no message in subnode " + Hex(nid));
         return;
     }
-    const Place place{nid, &node.Where()};
-    CheckMessage(
-        node.Run(), {place, subnode->data, subnode->sub, false, depth + 1}, [&](CPropertyContext& message) {
-            const auto size = message.Number(pid::kMessageSize);
-            if (size && *size != object.size)
-                node.Note(rules::kEmbeddedSize, {}, Instead(static_cast<std::uint64_t>(object.size), *size));
-        });
+    embedded.push_back({node.Where().nid, nid, subnode->data, subnode->sub, object.size});
 }
 
-void CheckContent(const CPropertyContext& properties, CHeapNode& node, unsigned depth)
+void CheckContent(const CPropertyContext& properties, CHeapNode& node, std::vector<EmbeddedMessage>& embedded)
 {
     const auto method = properties.Number(pid::kAttachMethod);
     if (!method)
@@ -80,13 +74,13 @@ void CheckContent(const CPropertyContext& properties, CHeapNode& node, unsigned 
     if (!isRight)
         node.NoteMissing(rules::kAttachmentData, {}, "method " + std::to_string(*method));
     if (kind == Method::Embedded && isObject)
-        CheckEmbedded(*data, node, depth);
+        NoteEmbedded(*data, node, embedded);
 }
 
 class CAttachments {
 public:
-    CAttachments(CHeapNode& message, unsigned depth)
-        : m_message(message), m_depth(depth), m_isListed(message.Subnodes().size())
+    CAttachments(CHeapNode& message, std::vector<EmbeddedMessage>& embedded)
+        : m_message(message), m_embedded(embedded), m_isListed(message.Subnodes().size())
     {
     }
 
@@ -103,7 +97,7 @@ private:
     }
 
     CHeapNode& m_message;
-    unsigned m_depth;
+    std::vector<EmbeddedMessage>& m_embedded;
     std::vector<bool> m_isListed;
     bool m_isTableBroken = false;
 };
@@ -119,7 +113,7 @@ void CAttachments::CheckAttachment(const CDatabase::Subnode& subnode, CTable* ta
     NoteMissing(properties, node, rules::kAttachmentProperty,
                 {pid::kAttachSize, pid::kAttachMethod, pid::kRenderingPosition});
     CheckSize(properties, node);
-    CheckContent(properties, node, m_depth);
+    CheckContent(properties, node, m_embedded);
     if (table != nullptr)
         CompareRow(*table, *row, properties, kRowRules);
     node.ReportUnused();
@@ -172,9 +166,9 @@ bool CAttachments::CheckOthers(bool hasTable)
 
 }  // namespace
 
-bool CheckAttachments(CHeapNode& message, unsigned depth)
+bool CheckAttachments(CHeapNode& message, std::vector<EmbeddedMessage>& embedded)
 {
-    CAttachments attachments(message, depth);
+    CAttachments attachments(message, embedded);
     const auto* const table = message.FindSubnode(format::nids::kAttachmentTable.value);
     if (table != nullptr)
         attachments.CheckTable(*table);

@@ -1,5 +1,8 @@
 #include "check/MessageCheck.h"
 
+#include <deque>
+#include <vector>
+
 #include "check/LtpRules.h"
 #include "check/MessageAttachment.h"
 #include "check/MessagingRules.h"
@@ -13,8 +16,8 @@ namespace {
 
 namespace pid = format::pid;
 
-/// Few programs follow embedded messages deeper than this; the deepest that ours writes is not far below.
-constexpr unsigned kDeepest = 128;
+/// Embedded messages below one another that are looked at; the deepest that ours writes is not far below.
+constexpr unsigned kDeepest = 1024;
 constexpr std::uint32_t kAssociatedFlag = 0x40;
 constexpr std::uint32_t kAttachmentFlag = 0x10;
 constexpr std::uint64_t kSearchKeySize = 16;
@@ -84,15 +87,10 @@ void CheckRecipients(CHeapNode& node, bool isAssociated)
     table.Node().ReportUnused();
 }
 
-}  // namespace
-
-void CheckMessage(CMessagingRun& run, const MessageNode& message,
-                  const std::function<void(CPropertyContext&)>& visit)
+/// Checks a message but for those in it, which are added to `embedded`.
+void CheckOne(CMessagingRun& run, const MessageNode& message,
+              const std::function<void(CPropertyContext&)>& visit, std::vector<EmbeddedMessage>& embedded)
 {
-    if (message.depth > kDeepest) {
-        run.Note(rules::kMessageNesting, message.place);
-        return;
-    }
     CPropertyContext properties(run, message.place, message.data, message.sub);
     if (!properties.Open())
         return;
@@ -100,12 +98,79 @@ void CheckMessage(CMessagingRun& run, const MessageNode& message,
     CheckRequired(properties, node, message.isAssociated);
     CheckRtf(properties, node);
     CheckRecipients(node, message.isAssociated);
-    const bool hasAttachments = CheckAttachments(node, message.depth);
+    const bool hasAttachments = CheckAttachments(node, embedded);
     const auto flags = properties.Number(pid::kMessageFlags);
     if (flags && ((*flags & kAttachmentFlag) != 0) != hasAttachments)
         node.NoteMissing(rules::kMessageAttachFlag, {}, "flags " + Hex(*flags));
     visit(properties);
     node.ReportUnused();
+}
+
+/// A message inside others that is still to be checked.
+struct Pending {
+    const Place* attachment;
+    const Place* place;
+    EmbeddedMessage message;
+    unsigned depth;  ///< messages around it
+};
+
+/// Checks messages embedded in one another, one at a time.
+class CEmbeddedCheck {
+public:
+    explicit CEmbeddedCheck(CMessagingRun& run) : m_run(run) {}
+
+    std::vector<EmbeddedMessage>& Found() { return m_found; }
+    /// Checks what was found in the message at `outer`, and what is in that.
+    void Run(const Place& outer)
+    {
+        TakeFound(outer, 1);
+        while (!m_pending.empty()) {
+            const Pending next = m_pending.back();
+            m_pending.pop_back();
+            if (next.depth > kDeepest) {
+                m_run.Note(rules::kMessageNesting, *next.place);
+                continue;
+            }
+            Check(next);
+            TakeFound(*next.place, next.depth + 1);
+        }
+    }
+
+private:
+    void TakeFound(const Place& outer, unsigned depth)
+    {
+        for (const EmbeddedMessage& message : m_found) {
+            const Place& attachment = m_places.emplace_back(Place{message.attachment, &outer});
+            const Place& place = m_places.emplace_back(Place{message.nid, &attachment});
+            m_pending.push_back({&attachment, &place, message, depth});
+        }
+        m_found.clear();
+    }
+    void Check(const Pending& next)
+    {
+        const auto compareSize = [&](CPropertyContext& properties) {
+            const auto size = properties.Number(pid::kMessageSize);
+            if (size && *size != next.message.statedSize)
+                m_run.Note(rules::kEmbeddedSize, *next.attachment, {},
+                           Instead(next.message.statedSize, *size));
+        };
+        CheckOne(m_run, {*next.place, next.message.data, next.message.sub}, compareSize, m_found);
+    }
+
+    CMessagingRun& m_run;
+    std::vector<EmbeddedMessage> m_found;
+    std::vector<Pending> m_pending;
+    std::deque<Place> m_places;  ///< stay where they are: the inner ones point to the outer
+};
+
+}  // namespace
+
+void CheckMessage(CMessagingRun& run, const MessageNode& message,
+                  const std::function<void(CPropertyContext&)>& visit)
+{
+    CEmbeddedCheck embedded(run);
+    CheckOne(run, message, visit, embedded.Found());
+    embedded.Run(message.place);
 }
 
 }  // namespace pastille::check

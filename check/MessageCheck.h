@@ -14,7 +14,6 @@ struct MessageNode {
     std::uint64_t data;
     std::uint64_t sub;
     bool isAssociated = false;
-    unsigned depth = 0;  ///< messages that this one is embedded in
 };
 
 /// Checks a message with its recipients, attachments and the messages embedded in those. `visit` is called

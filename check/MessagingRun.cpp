@@ -16,8 +16,12 @@ std::string Instead(std::uint64_t found, std::uint64_t expected)
 
 std::string Place::Text(const std::string& detail) const
 {
-    std::string text = owner != nullptr ? owner->Text() + ", subnode " : std::string("node ");
-    text += Hex(nid);
+    std::vector<const Place*> path;
+    for (const Place* place = this; place != nullptr; place = place->owner)
+        path.push_back(place);
+    std::string text = "node " + Hex(path.back()->nid);
+    for (std::size_t i = path.size() - 1; i-- > 0;)
+        text += ", subnode " + Hex(path[i]->nid);
     return detail.empty() ? text : text + ", " + detail;
 }
 

@@ -19,36 +19,6 @@ constexpr std::size_t kMostProperties = 0x10000;    ///< of one context
 constexpr std::size_t kLongestMultiple = 1u << 20;  ///< whose elements are looked at
 constexpr std::size_t kLongestValue = 1u << 16;     ///< that Bytes hands out
 
-bool IsKnown(PropertyType type)
-{
-    switch (type) {
-        case PropertyType::Integer16:
-        case PropertyType::Integer32:
-        case PropertyType::Floating32:
-        case PropertyType::Floating64:
-        case PropertyType::Currency:
-        case PropertyType::FloatingTime:
-        case PropertyType::ErrorCode:
-        case PropertyType::Boolean:
-        case PropertyType::Object:
-        case PropertyType::Integer64:
-        case PropertyType::String8:
-        case PropertyType::String:
-        case PropertyType::Time:
-        case PropertyType::Guid:
-        case PropertyType::ServerId:
-        case PropertyType::Restriction:
-        case PropertyType::RuleAction:
-        case PropertyType::Binary:
-        case PropertyType::MultipleString8:
-        case PropertyType::MultipleString:
-        case PropertyType::MultipleBinary:
-            return true;
-        default:
-            return format::MultipleElementSize(type) != 0;
-    }
-}
-
 bool IsMultipleOfVaryingLength(PropertyType type)
 {
     return type == PropertyType::MultipleString || type == PropertyType::MultipleString8 ||
@@ -138,7 +108,7 @@ void CheckStoredValue(CHeapNode& node, const ValueName& name, const StoredBytes&
     const std::size_t element = format::MultipleElementSize(type);
     if (stored.isUnreadable)
         return;
-    if (!IsKnown(type))
+    if (!format::IsKnownType(type))
         node.Note(rules::kPropertyType, name.Text());
     else if (rule.fixedSize != 0 && stored.size != rule.fixedSize)
         node.Note(rules::kValueSize, name.Text(), Instead(stored.size, rule.fixedSize));

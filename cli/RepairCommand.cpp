@@ -73,12 +73,31 @@ void CRepairCommand::Declare(CLI::App& program)
         ->required()
         ->check(RefuseEmpty)
         ->option_text("FOLDER REQUIRED");
+    m_command->add_flag("--complete", m_complete,
+                        "Complete recovery: every item of any class with all its properties, once, in its "
+                        "newest version");
+    m_command
+        ->add_option("--kind", m_kind,
+                     "What the source is, when its header does not tell it: pst or ost; for --complete only")
+        ->check(CLI::IsMember({"pst", "ost"}))
+        ->needs("--complete")
+        ->option_text("KIND");
     m_command->add_flag("--verify", m_verify, "Check the new store in the end, as the command check does");
 }
 
 bool CRepairCommand::IsChosen() const
 {
     return m_command != nullptr && m_command->parsed();
+}
+
+platform::RunSettings CRepairCommand::Settings() const
+{
+    platform::RunSettings settings = m_options.Settings();
+    settings.destinationFolder = WholePath(m_destination);
+    settings.complete = m_complete;
+    if (!m_kind.empty())
+        settings.kind = m_kind == "ost" ? platform::SourceKind::Ost : platform::SourceKind::Pst;
+    return settings;
 }
 
 ExitStatus CRepairCommand::Execute(CommandContext& context)
@@ -96,9 +115,9 @@ ExitStatus CRepairCommand::Execute(CommandContext& context)
 
 void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const
 {
-    platform::RunSettings settings = m_options.Settings();
-    settings.destinationFolder = WholePath(m_destination);
+    const platform::RunSettings settings = Settings();
     report.sourcePath = settings.sourcePath;
+    report.complete = settings.complete;
     platform::RunState state;
     const CStopSignals signals(state.stopRequested);
     try {

@@ -19,12 +19,15 @@ public:
     ExitStatus Execute(CommandContext& context) override;
 
 private:
+    platform::RunSettings Settings() const;
     void Repair(CommandContext& context, CRunDisplay& display, RunReport& report) const;
     void Verify(CommandContext& context, CRunDisplay& display, RunReport& report) const;
 
     CLI::App* m_command = nullptr;  ///< owned by the program
     RunOptions m_options;
     std::string m_destination;
+    bool m_complete = false;
+    std::string m_kind;  ///< "pst", "ost" or empty
     bool m_verify = false;
 };
 

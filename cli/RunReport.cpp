@@ -94,6 +94,7 @@ void WriteJson(std::ostream& out, const RunReport& report)
     object["reason"] = report.reason == nullptr ? Json(nullptr) : Json(report.reason);
     object["messages"] = report.messages;
     object["source"] = PathOrNull(report.sourcePath);
+    object["complete"] = report.complete;
     object["output"] = PathOrNull(report.outputPath);
     object["log"] = PathOrNull(report.logPath);
     object["folders"] = report.folders ? Json(*report.folders) : Json(nullptr);

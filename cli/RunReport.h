@@ -20,6 +20,7 @@ struct RunReport {
     const char* reason = nullptr;       ///< what of the new store ended the run early, see ReasonText
     std::vector<std::string> messages;  ///< texts shown, UTF-8, in order
     std::filesystem::path sourcePath;
+    bool complete = false;             ///< what was asked for: a complete recovery
     std::filesystem::path outputPath;  ///< empty when the run did not come so far; likewise below
     std::filesystem::path logPath;
     std::optional<store::RunFigures> figures;        ///< once the source was recognised

@@ -11,6 +11,8 @@
 
 #include "component/Guard.h"
 #include "component/Item.h"
+#include "component/WholeMessage.h"
+#include "writer/WholeItems.h"
 
 namespace pastille::component {
 namespace {
@@ -25,7 +27,9 @@ using writer::IItemList;
 using writer::IMessageItem;
 using writer::IMessageStore;
 using writer::IObject;
+using writer::IPropertyNames;
 using writer::IStoreFolder;
+using writer::IWholeFolder;
 namespace folderkind = writer::folderkind;
 
 constexpr std::u16string_view kMailFolderClass = u"IPF.Note";
@@ -182,7 +186,7 @@ private:
     FolderHandle m_handle;
 };
 
-class CFolder final : public IStoreFolder, public IFolderSettings {
+class CFolder final : public IStoreFolder, public IFolderSettings, public IWholeFolder {
 public:
     explicit CFolder(FolderHandle handle) : m_handle(std::move(handle)) {}
 
@@ -216,7 +220,31 @@ public:
         });
     }
 
+    bool SetProperty(format::PropertyTag tag, std::span<const std::byte> value) override
+    {
+        return Put(tag, value);
+    }
+    bool SetProperty(format::PropertyTag tag, platform::IByteStream& value) override
+    {
+        return Put(tag, value);
+    }
+    CRef<writer::IWholeMessage> AddMessage(bool isAssociated) override
+    {
+        return Guarded<IWholeFolder>(
+            [&] { return MakeWholeMessage(m_handle.store, *m_handle.folder, isAssociated); });
+    }
+
 private:
+    template <class Content>
+    bool Put(format::PropertyTag tag, Content&& content)
+    {
+        auto& store = *m_handle.store;
+        return SetWholeProperty(store, pst::ObjectKind::Folder, tag, std::forward<Content>(content),
+                                [&](pst::PropertyValue value) {
+                                    return store.SetFolderProperty(*m_handle.folder, std::move(value));
+                                });
+    }
+
     FolderHandle m_handle;
 };
 
@@ -234,7 +262,7 @@ CRef<IObject> CFolderList::AddFolder(std::u16string_view name, const writer::Var
     });
 }
 
-class CStore final : public IMessageStore {
+class CStore final : public IMessageStore, public IPropertyNames {
 public:
     explicit CStore(std::shared_ptr<CPstStore> store) : m_store(std::move(store)) {}
 
@@ -247,6 +275,10 @@ public:
     void Commit() override
     {
         Guarded<IMessageStore>([&] { m_store->Commit(); });
+    }
+    std::uint16_t GetPropertyId(const format::PropertyName& name) override
+    {
+        return Guarded<IPropertyNames>([&] { return m_store->IdOfName(name); });
     }
 
 private:

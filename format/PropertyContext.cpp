@@ -30,6 +30,24 @@ PropertyStorageRule StorageRuleOf(PropertyType type)
     }
 }
 
+bool IsKnownType(PropertyType type)
+{
+    switch (type) {
+        case PropertyType::String8:
+        case PropertyType::String:
+        case PropertyType::ServerId:
+        case PropertyType::Restriction:
+        case PropertyType::RuleAction:
+        case PropertyType::Binary:
+        case PropertyType::MultipleString8:
+        case PropertyType::MultipleString:
+        case PropertyType::MultipleBinary:
+            return true;
+        default:
+            return StorageRuleOf(type).fixedSize != 0 || MultipleElementSize(type) != 0;
+    }
+}
+
 std::size_t MultipleElementSize(PropertyType type)
 {
     switch (type) {

@@ -29,6 +29,9 @@ struct PropertyStorageRule {
 /// Of an unknown type: varying length, in a heap item. [MS-PST] 2.3.3.3, 2.3.4.4.2
 PropertyStorageRule StorageRuleOf(PropertyType type);
 
+/// True of the types that a property can have. [MS-OXCDATA] 2.11.1
+bool IsKnownType(PropertyType type);
+
 /// Bytes of one element of a multi-valued type with fixed-size elements; 0 for all other types.
 std::size_t MultipleElementSize(PropertyType type);
 

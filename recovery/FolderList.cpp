@@ -143,6 +143,13 @@ const FolderRecord* CFolderList::Find(std::uint32_t nodeId) const
     return found == m_index.end() ? nullptr : &m_records[found->second];
 }
 
+const FolderRecord* CFolderList::ParentOf(std::uint32_t nodeId) const
+{
+    const auto found = m_index.find(nodeId);
+    const std::size_t parent = found == m_index.end() ? kUnderRoot : m_parents[found->second];
+    return parent == kUnderRoot ? nullptr : &m_records[parent];
+}
+
 std::optional<std::u16string> CFolderList::Path(std::uint32_t nodeId) const
 {
     if (m_rootId == nodeId)

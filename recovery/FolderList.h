@@ -45,6 +45,8 @@ public:
 
     const std::vector<FolderRecord>& Records() const { return m_records; }
     const FolderRecord* Find(std::uint32_t nodeId) const;
+    /// The folder of the list that a folder hangs under; nothing when that is the root. REQUIRES: arranged.
+    const FolderRecord* ParentOf(std::uint32_t nodeId) const;
     /// Path of a folder in the new store, "\" before each name; empty for the root; nothing when the node is
     /// no folder of the list. REQUIRES: arranged.
     std::optional<std::u16string> Path(std::uint32_t nodeId) const;

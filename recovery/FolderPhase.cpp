@@ -18,15 +18,6 @@ constexpr NamedKind kNamedKinds[] = {
     {u"Sync Issues", folderkind::kSyncIssues},
 };
 
-Variant FolderType(const FolderRecord& folder)
-{
-    for (const NamedKind& named : kNamedKinds) {
-        if (named.name == folder.name)
-            return named.kind;
-    }
-    return folder.containerClass;
-}
-
 struct SplitPath {
     std::u16string_view parent;
     std::u16string_view name;
@@ -42,6 +33,15 @@ SplitPath SplitAtName(std::u16string_view path)
 }
 
 }  // namespace
+
+Variant NewFolderType(const FolderRecord& folder)
+{
+    for (const NamedKind& named : kNamedKinds) {
+        if (named.name == folder.name)
+            return named.kind;
+    }
+    return folder.containerClass;
+}
 
 void CFolderPhase::Run()
 {
@@ -104,7 +104,7 @@ void CFolderPhase::MakeUnder(const CRef<IStoreFolder>& parent, std::u16string_vi
         ++m_recovery.figures.folders;
         return;
     }
-    siblings->AddFolder(name, FolderType(folder));
+    siblings->AddFolder(name, NewFolderType(folder));
     if (!siblings->GetFolder(index))
         return;
     ++m_recovery.figures.folders;

@@ -5,8 +5,13 @@
 
 #include "recovery/RecoveryRun.h"
 #include "store/OutLook.h"
+#include "writer/Variant.h"
 
 namespace pastille::recovery {
+
+/// What a new folder of the store is to be made as: the kind of a default folder for some names, else its
+/// container class.
+writer::Variant NewFolderType(const FolderRecord& folder);
 
 /// Phases 6 and 7: collects the source's folders from the node list and makes them in the new store.
 class CFolderPhase {

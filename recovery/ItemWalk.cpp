@@ -1,7 +1,6 @@
 #include "recovery/ItemWalk.h"
 
-#include <exception>
-
+#include "recovery/Guarded.h"
 #include "recovery/MailBody.h"
 
 namespace pastille::recovery {
@@ -13,18 +12,6 @@ constexpr unsigned kProgressStep = 0;
 constexpr unsigned kWholePercent = 100;
 /// Below this number of nodes the number done is shown as it is.
 constexpr std::uint32_t kFewNodes = 101;
-
-/// Does a step of an item's recovery: whatever the item does to this program costs that step and no other.
-/// Raises _com_error only when the file below the store cannot be written.
-template <class Step>
-void Guarded(Step step)
-try {
-    step();
-} catch (const _com_error& error) {
-    if (error.IsStorageFailure())
-        throw;
-} catch (const std::exception&) {
-}
 
 }  // namespace
 

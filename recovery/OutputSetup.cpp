@@ -150,6 +150,8 @@ void COutputSetup::OpenLog()
     m_run.state.logPath = m_names.log;
     log.Write(std::u16string(u"Validation Successful") +
               (m_run.settings.smartScan ? u" in SmartScan Scan\n\n" : u" in Normal Scan\n\n"));
+    if (m_run.settings.complete)
+        log.Write(text::kCompleteRecovery);
     log.Write(u"\r\n\nSource File Path:");
     log.Write(platform::PathText(m_run.settings.sourcePath));
     log.Write(u"\r\n\r\nDestination File Path:");

@@ -42,6 +42,7 @@ void CRecoveryPipeline::SetUpOutput(store::RunContext& run)
     m_recovery.clock = m_options.clock;
     m_failure.reset();
     m_failureShown = false;
+    m_account.reset();
     const SetupHost host{m_options.clock, m_options.helperProgram, m_options.startProgram};
     try {
         COutputSetup(run, m_recovery, m_component, host).Run();
@@ -61,14 +62,22 @@ void CRecoveryPipeline::WriteLog(std::u16string_view entry)
 
 void CRecoveryPipeline::CollectFolders(store::RunContext& run)
 try {
-    CFolderPhase(run, m_recovery).Run();
+    if (run.source.complete) {
+        m_complete = std::make_unique<complete::CCompleteRecovery>(run, m_recovery);
+        m_complete->CollectFolders();
+    } else {
+        CFolderPhase(run, m_recovery).Run();
+    }
 } catch (const _com_error& error) {
     Fail(run, error);
 }
 
 void CRecoveryPipeline::RecoverItems(store::RunContext& run)
 try {
-    CItemWalk(run, m_recovery).Run();
+    if (m_complete)
+        m_complete->RecoverItems();
+    else
+        CItemWalk(run, m_recovery).Run();
 } catch (const _com_error& error) {
     Fail(run, error);
 }
@@ -76,6 +85,7 @@ try {
 void CRecoveryPipeline::CloseOutput(store::RunContext& run)
 {
     CompleteStore(run);
+    ReportComplete(run);
     m_recovery.output.Release();
     bool isKept = true;
     if (run.state.failed && m_recovery.ownsOutputFile) {
@@ -97,6 +107,17 @@ try {
 } catch (const _com_error& error) {
     m_failureShown = run.state.failed;  // what came before, as a full disk mostly, has been told
     Fail(run, error);
+}
+
+/// Of the run as far as it came.
+void CRecoveryPipeline::ReportComplete(store::RunContext& run)
+{
+    if (!m_complete)
+        return;
+    m_account = m_complete->Account();
+    complete::WriteReport(run.fileSystem, run.state.outputFolder / complete::kReportFileName,
+                          complete::ReportText(*m_account, m_complete->Facts()));
+    m_complete.reset();
 }
 
 void CRecoveryPipeline::TellEarlyEnd(store::RunContext& run, bool isKept)

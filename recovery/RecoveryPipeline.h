@@ -3,11 +3,13 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
 
 #include "recovery/RecoveryRun.h"
 #include "recovery/RunLog.h"
+#include "recovery/complete/CompleteRecovery.h"
 #include "store/OutLook.h"
 #include "writer/ComError.h"
 #include "writer/Component.h"
@@ -43,17 +45,22 @@ public:
 
     /// Of the run made last.
     const RecoveryFigures& Figures() const { return m_recovery.figures; }
+    /// What that run expected, found and lost; nothing unless it was a complete recovery.
+    const std::optional<complete::CAccount>& Account() const { return m_account; }
     /// What of the component ended that run early; nothing when the component did not.
     const std::optional<writer::HRESULT>& Failure() const { return m_failure; }
 
 private:
     void Fail(store::RunContext& run, const writer::_com_error& error);
     void CompleteStore(store::RunContext& run);
+    void ReportComplete(store::RunContext& run);
     void TellEarlyEnd(store::RunContext& run, bool isKept);
 
     writer::IComponentFactory& m_component;
     RecoveryOptions m_options;
     RecoveryRun m_recovery;
+    std::unique_ptr<complete::CCompleteRecovery> m_complete;  ///< from phase 6 to the end of the run
+    std::optional<complete::CAccount> m_account;
     std::optional<writer::HRESULT> m_failure;
     bool m_failureShown = false;
 };

@@ -16,6 +16,8 @@ inline constexpr std::string_view kProfileBaseName = "Pastille";
 inline constexpr std::string_view kLogFileName = "LogInformation.log";
 
 namespace text {
+/// In the log, right behind its first line.
+inline constexpr std::u16string_view kCompleteRecovery = u"\r\nComplete recovery";
 inline constexpr std::u16string_view kError = u"Error";
 inline constexpr std::u16string_view kInformation = u"Information";
 inline constexpr std::u16string_view kComponentNotRegistered =

@@ -19,6 +19,11 @@ constexpr std::u16string_view kNotValid = u"Pst/Ost file is not valid.";
 constexpr std::u16string_view kNoTemporaryFile = u"Some problem is encounterd to create temporary file.";
 constexpr std::u16string_view kAborted = u"Recovery process aborted.\nRecovered at:";
 
+// Of the run log.
+constexpr std::u16string_view kScanEntry =
+    u"\r\n\r\n-------------Scanning source file----------------\r\nCollecting NBT Entries";
+constexpr std::u16string_view kBlockEntry = u"\r\nCollecting BBT Entries";
+
 constexpr unsigned kValidationStep = 1;
 constexpr unsigned kBlockScanStep = 2;
 constexpr unsigned kNodeScanStep = 3;
@@ -99,8 +104,12 @@ void COutLook::RunPhases(RunContext& run)
     OpenSource(run);
     Validate(run);
     m_recovery.SetUpOutput(run);
-    CollectNodes(run);
-    CollectBlocks(run);
+    if (run.settings.complete) {
+        ScanCompletely(run);
+    } else {
+        CollectNodes(run);
+        CollectBlocks(run);
+    }
     m_recovery.CollectFolders(run);
     m_recovery.RecoverItems(run);
 }
@@ -121,23 +130,61 @@ void COutLook::Validate(RunContext& run)
         return;
     run.BeginPhase(2);
     CSourceStore& source = run.source;
-    const FileKind kind = ReadFileKind(source.file);
-    std::optional<format::Variant> variant;
-    if (kind != FileKind::Unknown) {
-        variant = ProbeVariant(source.file, [&](std::uint64_t offset) {
-            run.ReportPercent(Percentage(offset, source.hundredth), kValidationStep);
-            return !run.state.MustStop();
-        });
-        if (!variant && run.state.MustStop())
+    const auto type = Recognise(run);
+    if (!type) {
+        if (run.state.MustStop())
             return;
-    }
-    if (!variant) {
         source.file.Close();
         run.ShowError(kNotValid);
         throw RunEnded{true};
     }
-    source.reader.Reset(format::LayoutOf(*variant), kind);
-    m_figures.variant = *variant;
+    source.reader.Reset(format::LayoutOf(type->variant), type->kind);
+    m_figures.variant = type->variant;
+    if (run.settings.complete) {
+        source.complete = std::make_unique<complete::CScannedSource>(source.file);
+        source.complete->type = *type;
+    }
+}
+
+/// Nothing too when it was stopped.
+std::optional<complete::FileType> COutLook::Recognise(RunContext& run)
+{
+    CSourceStore& source = run.source;
+    const auto proceed = [&](std::uint64_t offset) {
+        run.ReportPercent(Percentage(offset, source.hundredth), kValidationStep);
+        return !run.state.MustStop();
+    };
+    if (run.settings.complete)
+        return complete::RecogniseFile(source.file, run.settings.kind, proceed);
+    const FileKind kind = ReadFileKind(source.file);
+    if (kind == FileKind::Unknown)
+        return std::nullopt;
+    const auto variant = ProbeVariant(source.file, proceed);
+    return variant ? std::optional(complete::FileType{*variant, kind}) : std::nullopt;
+}
+
+/// In place of phases 4 and 5: one pass finds nodes and blocks.
+void COutLook::ScanCompletely(RunContext& run)
+{
+    if (run.state.MustStop() || run.state.failed)
+        return;
+    run.BeginPhase(4);
+    CSourceStore& source = run.source;
+    const bool isWhole = complete::ScanSource(*source.complete, [&](std::uint64_t offset) {
+        run.ReportPercent(Percentage(offset, source.hundredth), kNodeScanStep);
+        return !run.state.MustStop();
+    });
+    if (!isWhole)
+        return;
+    m_figures.nodes = source.complete->nodes.Versions().size();
+    m_figures.blocks = source.complete->blocks.Records().size();
+    m_recovery.WriteLog(kScanEntry);
+    run.BeginPhase(5);
+    m_recovery.WriteLog(kBlockEntry);
+    if (m_figures.nodes == 0 || m_figures.blocks == 0) {
+        run.ShowError(kNotValid);
+        run.state.failed = true;
+    }
 }
 
 void COutLook::CollectNodes(RunContext& run)
@@ -159,8 +206,7 @@ void COutLook::CollectNodes(RunContext& run)
         return;
     if (run.settings.smartScan)
         source.references.Build(source.nodes);
-    m_recovery.WriteLog(
-        u"\r\n\r\n-------------Scanning source file----------------\r\nCollecting NBT Entries");
+    m_recovery.WriteLog(kScanEntry);
     ++source.nodeCount;
 }
 
@@ -183,7 +229,7 @@ void COutLook::CollectBlocks(RunContext& run)
         return;
     }
     source.references.Clear();
-    m_recovery.WriteLog(u"\r\nCollecting BBT Entries");
+    m_recovery.WriteLog(kBlockEntry);
     source.hundredth = source.nodeCount / 100;
 }
 
@@ -222,10 +268,11 @@ void COutLook::CleanUp(RunContext& run)
     run.BeginClosing();
     run.source.blocks.Remove();
     run.source.file.Close();
-    m_figures.cryptMethod = run.source.reader.Method();
+    m_figures.cryptMethod = run.source.complete ? run.source.complete->method : run.source.reader.Method();
     m_figures.orphans = run.source.orphans.size();
     run.source.nodes.Clear();
     m_recovery.CloseOutput(run);
+    run.source.complete.reset();
     run.source.namedProperties.Clear();
     run.StopClock();
 }

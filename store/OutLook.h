@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "platform/FileSystem.h"
@@ -95,6 +96,8 @@ private:
     void RunPhases(RunContext& run);
     void OpenSource(RunContext& run);
     void Validate(RunContext& run);
+    std::optional<complete::FileType> Recognise(RunContext& run);
+    void ScanCompletely(RunContext& run);
     void CollectNodes(RunContext& run);
     void CollectBlocks(RunContext& run);
     bool BuildBlockTable(RunContext& run);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "store/Orphans.h"
 #include "store/ReferenceSet.h"
 #include "store/SourceFile.h"
+#include "store/complete/CompleteScan.h"
 
 namespace pastille::store {
 
@@ -36,6 +38,8 @@ struct CSourceStore {
     CReferenceSet references;  ///< from phase 4 to phase 5 of a Smart Scan
     /// Filled by the block scan of a Smart Scan, each block once; empty in a normal scan.
     std::vector<OrphanRecord> orphans;
+    /// What a complete recovery reads from, in place of the lists and tables above; else null.
+    std::unique_ptr<complete::CScannedSource> complete;
 };
 
 /// `done` / `divisor`, 0 when the divisor is 0.

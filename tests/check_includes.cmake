@@ -16,7 +16,7 @@ set(tests_may ${folders})
 set(bench_may ${folders})
 set(fuzz_may ${folders})
 # Of writer/ the component sees the interfaces alone.
-set(component_headers Component.h ItemProperties.h Reference.h Variant.h ComError.h OleDate.h)
+set(component_headers WholeItems.h Component.h ItemProperties.h Reference.h Variant.h ComError.h OleDate.h)
 
 set(faults "")
 foreach(folder ${folders})

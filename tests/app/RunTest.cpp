@@ -177,6 +177,22 @@ TEST(RunExample, LeadsFromTheFirstStartToTheCompletedStore)
     EXPECT_TRUE(std::filesystem::exists(to / "damaged Recovered0/damaged Recovered.pst"));
 }
 
+TEST(RunExample, IsACompleteRecoveryWhenThatIsTicked)
+{
+    CDesktop desktop;
+    desktop.Starts();
+    CPerson person;
+    const auto to = desktop.MakeFolder("to");
+    ChooseSource(person, ExampleStore());
+    person.Clicks("Complete recovery");
+    person.BrowsesTo(to);
+    person.Clicks("&Repair");
+    person.Sees("Total items :");
+    const Bytes log = FileBytes(to / "damaged Recovered/LogInformation.log");
+    EXPECT_NE(TextOf(log).find(u"\r\nComplete recovery\r\n"), std::u16string::npos);
+    EXPECT_FALSE(CPerson::OnUi([&] { return desktop.App().Choices().settings.complete; }));
+}
+
 TEST(RunResponse, OfTheWindowsIsQuickWhileManyItemsComeBack)
 {
     CDesktop desktop;

@@ -160,6 +160,8 @@ TEST_F(Wizard, ScanPageGoesBackToWhereItCameFromAndForgetsTheMethod)
         person.Sees("Select the appropriate scanning method");
         EXPECT_TRUE(person.IsChecked("Normal Scan"));
         EXPECT_FALSE(Choices().settings.smartScan);
+        EXPECT_FALSE(person.IsChecked("Complete recovery"));
+        EXPECT_FALSE(Choices().settings.complete);
         // The destination of an earlier visit is kept, but does not count as chosen.
         EXPECT_FALSE(person.CanClick("&Repair"));
         EXPECT_EQ(Choices().settings.destinationFolder, destinationBefore);
@@ -168,11 +170,13 @@ TEST_F(Wizard, ScanPageGoesBackToWhereItCameFromAndForgetsTheMethod)
         EXPECT_FALSE(person.CanClick("&Repair"));
         EXPECT_EQ(Choices().settings.destinationFolder, destinationBefore);
         person.Clicks("Smart Scan");
+        person.Clicks("Complete recovery");
         person.BrowsesTo(out);
         EXPECT_TRUE(person.CanClick("&Repair"));
         person.Clicks("Back");
         person.Sees(origin.heading);
         EXPECT_TRUE(Choices().settings.smartScan);
+        EXPECT_TRUE(Choices().settings.complete);
         EXPECT_TRUE(HasSource(file));
         person.Clicks("Back");
         person.Sees("Open Default PST File");
@@ -209,6 +213,10 @@ TEST_F(Wizard, IsLedByKeysFromTheStartToRepair)
     person.Presses(Qt::Key_Return);
     person.Sees("Normal Scan");
     alt(Qt::Key_S);
+    alt(Qt::Key_C);
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return Choices().settings.complete; }));
+    alt(Qt::Key_C);
+    EXPECT_TRUE(CPerson::WaitUntil([&] { return !Choices().settings.complete; }));
     alt(Qt::Key_W);
     person.SeesWindow("Select destination path to save recovered file.");
     person.ChoosesInFileDialog(Shown(folder));

@@ -75,7 +75,7 @@ TEST(BadInputs, EachFailsWithItsMessageAndLeavesNothingBehind)
             EXPECT_EQ(report.at("status"), "failed");
             EXPECT_EQ(report.at("messages"), nlohmann::json::array({input.message}));
             EXPECT_TRUE(report.contains("items"));
-            for (const char* key : {"status", "messages", "source", "smartScan"})
+            for (const char* key : {"status", "messages", "source", "smartScan", "complete"})
                 report.erase(key);
             for (const auto& [key, value] : report.items())
                 EXPECT_TRUE(value.is_null()) << key << " claims something";
@@ -103,12 +103,16 @@ TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
         {"repair", source, "--to", to, "--code-page", "windows-9999"},
         {"repair", source, "--to", to, "--code-page", ""},
         {"repair", source, "--to", to, "--harder"},
+        {"repair", source, "--to", to, "--kind", "pst"},
+        {"repair", source, "--to", to, "--complete", "--kind", "mbox"},
+        {"repair", source, "--to", to, "--complete", "--kind", ""},
         {"check"},
         {"check", ""},
         {"check", source, source},
         {"scan"},
         {"scan", ""},
         {"scan", source, "--to", to},
+        {"scan", source, "--complete"},
         {"scan", source, "--code-page", "windows-9999"},
     };
     const auto before = Listing(scratch.Path());
@@ -157,7 +161,8 @@ TEST(Usage, HelpAndVersionAreAnswersNotErrors)
         EXPECT_EQ(result.err, "");
     }
     const std::string help = RunHere({"repair", "--help"}, scratch.Path()).out;
-    for (const char* option : {"SOURCE", "--to", "--smart", "--code-page", "--json", "--quiet"})
+    for (const char* option :
+         {"SOURCE", "--to", "--smart", "--complete", "--kind", "--code-page", "--json", "--quiet"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }
 

@@ -78,10 +78,23 @@ TEST(RepairResult, JsonTellsWhereTheStoreLiesAndWhatItHolds)
     EXPECT_EQ(report.at("variant"), "unicode");
     EXPECT_EQ(report.at("cryptMethod"), "permute");
     EXPECT_EQ(report.at("orphans"), 0);
+    EXPECT_EQ(report.at("complete"), false);
     for (const char* key : {"nodes", "blocks", "folders"})
         EXPECT_GT(report.at(key), 0) << key;
     EXPECT_EQ(report.at("phaseSeconds").size(), 9);
     EXPECT_GT(report.at("phaseSeconds").at("nodeScan"), 0.0);
+}
+
+TEST(RepairResult, OfACompleteRecoveryIsMarkedAsOne)
+{
+    const RepairFixture fixture;
+    const CommandResult result = fixture.Run({"--complete", "--kind", "pst", "--json", "--quiet"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const auto report = nlohmann::json::parse(result.out);
+    EXPECT_EQ(report.at("complete"), true);
+    EXPECT_EQ(report.at("items").at("total"), 4);
+    const Bytes log = FileBytes(fixture.to / "mail Recovered/LogInformation.log");
+    EXPECT_NE(TextOf(log).find(u"\r\nComplete recovery\r\n"), std::u16string::npos);
 }
 
 TEST(RepairResult, TextTellsTheSame)

@@ -130,6 +130,12 @@ TEST(RunLog, StartsWithItsHeaderByteForByte)
 
     CRecoveredStore normal;
     EXPECT_TRUE(normal.Log().starts_with(u"Validation Successful in Normal Scan\n\n\r\n\nSource"));
+
+    CRecoveryScenario complete;
+    complete.settings.complete = true;
+    complete.Run();
+    EXPECT_TRUE(complete.Log().starts_with(
+        u"Validation Successful in Normal Scan\n\n\r\nComplete recovery\r\n\nSource File Path:"));
 }
 
 TEST(RunLog, TheRunGoesOnWithoutALog)

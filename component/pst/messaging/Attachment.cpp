@@ -25,6 +25,8 @@ constexpr std::size_t kCopyBytes = 1u << 18;
 /// Embedded messages below one another: few readers follow more.
 constexpr unsigned kDeepestNesting = 100;
 constexpr std::uint32_t kNotRendered = 0xFFFFFFFF;
+/// PtypObject states a size of 32 bits, signed like those of the properties.
+constexpr std::uint64_t kLargestObject = 0x7FFFFFFF;
 constexpr format::PropertyTag kDataTag{format::pid::kAttachDataBinary, PropertyType::Binary};
 
 /// The part of a file name behind its folders, whatever host it comes from.
@@ -41,10 +43,15 @@ std::u16string_view ExtensionOf(std::u16string_view name)
     return dot == std::u16string_view::npos ? std::u16string_view() : last.substr(dot);
 }
 
-CPropertyBag AttachmentProperties(std::u16string_view displayName, std::uint32_t method, std::uint32_t number)
+void RequireRoom(std::uint32_t number)
 {
     if (number >= kMostAttachments)
         throw CStoreError(Refusal::TooLarge);
+}
+
+CPropertyBag AttachmentProperties(std::u16string_view displayName, std::uint32_t method, std::uint32_t number)
+{
+    RequireRoom(number);
     CPropertyBag bag;
     bag.Set(Integer32Value(format::pid::kAttachMethod, method));
     bag.Set(Integer32Value(format::pid::kRenderingPosition, kNotRendered));
@@ -142,19 +149,55 @@ struct Extent {
 };
 
 /// What stands below a node. Ends at twice the deepest nesting, as messages and attachments alternate.
-Extent ExtentBelow(INodeDatabase& database, format::Bid sub, unsigned level)
+Extent ExtentBelow(INodeDatabase& database, format::Bid root)
 {
+    struct Level {
+        format::Bid sub;
+        unsigned depth;     ///< nodes above
+        unsigned messages;  ///< messages among those
+    };
     Extent extent;
-    if (level > 2 * kDeepestNesting + 2)
-        return extent;
-    VisitSubnodes(database, sub, [&](const NodeRecord& node) {
-        const Extent below = ExtentBelow(database, node.sub, level + 1);
-        extent.size += DataTreeSize(database, node.data) + below.size;
-        const unsigned own = node.nid.Type() == format::NidType::NormalMessage ? 1 : 0;
-        extent.nesting = std::max(extent.nesting, own + below.nesting);
-        return true;
-    });
+    std::vector<Level> pending{{root, 0, 0}};
+    while (!pending.empty()) {
+        const Level level = pending.back();
+        pending.pop_back();
+        VisitSubnodes(database, level.sub, [&](const NodeRecord& node) {
+            extent.size += DataTreeSize(database, node.data);
+            const unsigned own = node.nid.Type() == format::NidType::NormalMessage ? 1 : 0;
+            extent.nesting = std::max(extent.nesting, level.messages + own);
+            if (level.depth < 2 * kDeepestWholeNesting + 2)
+                pending.push_back({node.sub, level.depth + 1, level.messages + own});
+            return true;
+        });
+    }
     return extent;
+}
+
+bool HasInteger32(const CPropertyBag& bag, std::uint16_t id)
+{
+    const auto* const value = bag.Find(id);
+    return value != nullptr && value->tag.type == PropertyType::Integer32;
+}
+
+bool IsBytes(const PropertyValue* value)
+{
+    return value != nullptr && value->tag.type == PropertyType::Binary;
+}
+
+/// PidTagAttachMethod: the one given, unless there is none or nothing stands behind it.
+std::uint32_t FittingMethod(const AttachmentDraft& draft)
+{
+    if (draft.object) {
+        const bool isMessage = draft.object->nid.Type() == format::NidType::NormalMessage;
+        return isMessage ? attachmethod::kEmbeddedMessage : attachmethod::kOle;
+    }
+    const auto* const given = draft.properties.Find(format::pid::kAttachMethod);
+    const auto method = given == nullptr ? std::nullopt : AsInteger32(*given);
+    const bool hasBytes = IsBytes(draft.properties.Find(format::pid::kAttachDataBinary));
+    const bool isLost = method == attachmethod::kEmbeddedMessage || method == attachmethod::kOle;
+    if (!method || isLost || *method > attachmethod::kLargestKnown)
+        return hasBytes ? attachmethod::kByValue : attachmethod::kNone;
+    return *method;
 }
 
 bool IsShortNameChar(char16_t unit)
@@ -227,10 +270,45 @@ Attachment WriteEmbeddedMessage(CNdbWriter& writer, MessageDraft& message, std::
     return attachment;
 }
 
+AttachmentDraft::Object WriteObject(CNdbWriter& writer, platform::IByteStream& content)
+{
+    CDataTreeWriter tree(writer);
+    std::vector<std::byte> chunk(kCopyBytes);
+    while (const std::size_t got = content.Read(chunk)) {
+        if (tree.Size() + got > kLargestObject)
+            throw CStoreError(Refusal::TooLarge);
+        tree.Append(std::span(chunk).first(got));
+    }
+    const std::uint64_t size = tree.Size();
+    return {writer.AllocateNid(format::NidType::OleStream), tree.Finish(), {}, size, 0};
+}
+
+Attachment WriteWholeAttachment(CNdbWriter& writer, AttachmentDraft& draft, std::uint32_t number)
+{
+    RequireRoom(number);
+    CPropertyBag& bag = draft.properties;
+    bag.Set(Integer32Value(format::pid::kAttachMethod, FittingMethod(draft)));
+    bag.Set(Integer32Value(format::pid::kAttachNumber, number));
+    if (!HasInteger32(bag, format::pid::kRenderingPosition))
+        bag.Set(Integer32Value(format::pid::kRenderingPosition, kNotRendered));
+    CSubnodeTreeWriter subnodes;
+    if (const auto& object = draft.object) {
+        subnodes.Add(object->nid, object->data, object->sub);
+        bag.Set(ObjectValue(pid::kAttachDataObject, object->nid, SizeValue(object->size)));
+    } else if (AsInteger32(*bag.Find(format::pid::kAttachMethod)) == attachmethod::kByValue &&
+               !IsBytes(bag.Find(format::pid::kAttachDataBinary))) {
+        bag.Set(BinaryValue(format::pid::kAttachDataBinary, {}));
+    }
+    Attachment attachment = WriteAttachment(writer, bag, subnodes, draft.object ? draft.object->size : 0);
+    attachment.nesting = draft.object ? draft.object->nesting : 0;
+    attachment.isContactPhoto = bag.Has(pid::kAttachmentContactPhoto);
+    return attachment;
+}
+
 Attachment ReadAttachment(INodeDatabase& database, const NodeRecord& subnode)
 {
     const auto properties = CPropertyReader(database, subnode).ReadAll(format::kLargestHeapItem);
-    const Extent below = ExtentBelow(database, subnode.sub, 0);
+    const Extent below = ExtentBelow(database, subnode.sub);
     return {subnode.nid,
             subnode.data,
             subnode.sub,

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "component/pst/ltp/PropertyBag.h"
 #include "format/Ids.h"
 
 namespace pastille::component::pst {
@@ -22,12 +23,16 @@ struct Folder {
     std::unordered_map<std::u16string_view, Folder*> byName;  ///< the first child of each name
     std::vector<std::uint32_t> items;                         ///< NIDs of the messages in store order
     std::uint32_t unreadCount = 0;
+    std::uint32_t associatedCount = 0;   ///< messages in the associated contents
+    std::uint32_t associatedUnread = 0;  ///< those that have not been read
+    CPropertyBag properties;             ///< set from outside, beside those that the store keeps itself
 
     // Of a store opened for reading: whether `children` were read from the file. `items` is not read.
     bool childrenKnown = true;
     std::uint32_t unreadableChildren = 0;  ///< rows of the hierarchy table that lead to no folder
     // Of a store being written: what differs from the file.
     bool contentsChanged = true;
+    bool associatedChanged = false;
     bool hierarchyChanged = true;  ///< a child is new, or a child's row differs
     bool propertiesChanged = true;
 };

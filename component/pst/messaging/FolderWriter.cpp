@@ -2,6 +2,7 @@
 
 #include "component/pst/ltp/PropertyContextWriter.h"
 #include "component/pst/ltp/TableTemplates.h"
+#include "component/pst/messaging/MessagingIds.h"
 #include "format/PropertyIds.h"
 
 namespace pastille::component::pst {
@@ -32,9 +33,14 @@ void PutEmptyTable(CNdbWriter& writer, Nid nid, std::span<const format::TableCol
     PutTable(writer, nid, table);
 }
 
+/// What the store itself says of a folder, in its properties and in its row.
 CPropertyBag FolderProperties(const Folder& folder)
 {
     CPropertyBag bag;
+    if (folder.associatedCount != 0) {
+        bag.Set(Integer32Value(pid::kPstHiddenCount, folder.associatedCount));
+        bag.Set(Integer32Value(pid::kPstHiddenUnread, folder.associatedUnread));
+    }
     bag.Set(StringValue(format::pid::kDisplayName, folder.name));
     bag.Set(Integer32Value(format::pid::kContentCount, static_cast<std::uint32_t>(folder.items.size())));
     bag.Set(Integer32Value(format::pid::kContentUnreadCount, folder.unreadCount));
@@ -61,9 +67,10 @@ void PutEmptyFolderTables(CNdbWriter& writer, const Folder& folder)
 
 void PutFolderProperties(CNdbWriter& writer, const Folder& folder, const CPropertyBag& extra)
 {
-    CPropertyBag bag = FolderProperties(folder);
-    for (const PropertyValue& value : extra.Values())
-        bag.Set(value);
+    CPropertyBag bag = folder.properties;
+    for (const CPropertyBag& own : {FolderProperties(folder), extra})
+        for (const PropertyValue& value : own.Values())
+            bag.Set(value);
     const auto content = WritePropertyContext(writer, bag);
     // The root folder is its own parent.
     writer.PutNode(folder.nid, content.data, content.sub, folder.parent ? folder.parent->nid : folder.nid);
@@ -77,9 +84,9 @@ void PutHierarchyTable(CNdbWriter& writer, const Folder& folder)
     PutTable(writer, TableOf(folder, NidType::HierarchyTable), table);
 }
 
-void PutContentsTable(CNdbWriter& writer, const Folder& folder, CTableWriter& table)
+void PutContentsTable(CNdbWriter& writer, Nid nid, CTableWriter& table)
 {
-    PutTable(writer, TableOf(folder, NidType::ContentsTable), table);
+    PutTable(writer, nid, table);
 }
 
 }  // namespace pastille::component::pst

@@ -16,7 +16,7 @@ void PutEmptyFolderTables(CNdbWriter& writer, const Folder& folder);
 void PutFolderProperties(CNdbWriter& writer, const Folder& folder, const CPropertyBag& extra);
 /// Puts the hierarchy table, one row per sub-folder in the order of their making.
 void PutHierarchyTable(CNdbWriter& writer, const Folder& folder);
-/// Puts a contents table.
-void PutContentsTable(CNdbWriter& writer, const Folder& folder, CTableWriter& table);
+/// Puts a table of messages.
+void PutContentsTable(CNdbWriter& writer, format::Nid nid, CTableWriter& table);
 
 }  // namespace pastille::component::pst

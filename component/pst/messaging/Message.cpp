@@ -38,8 +38,14 @@ const std::vector<std::byte>& EmptyRecipientTable(CNdbWriter& writer)
     return bytes;
 }
 
-std::uint64_t AddRecipientTable(CNdbWriter& writer, CSubnodeTreeWriter& subnodes)
+std::uint64_t AddRecipientTable(CNdbWriter& writer, const CRecipients& recipients,
+                                CSubnodeTreeWriter& subnodes)
 {
+    if (!recipients.IsEmpty()) {
+        const auto content = WriteRecipients(writer, recipients);
+        subnodes.Add(format::nids::kRecipientTable, content.data, content.sub);
+        return content.dataSize + content.subnodeSize;
+    }
     const std::vector<std::byte>& table = EmptyRecipientTable(writer);
     subnodes.Add(format::nids::kRecipientTable, writer.AddDataBlock(table));
     return table.size();
@@ -69,8 +75,8 @@ WrittenMessage WriteMessage(CNdbWriter& writer, MessageDraft& draft)
     CPropertyBag& bag = draft.properties;
     StoreLongValues(writer, bag);
     CSubnodeTreeWriter subnodes;
-    std::uint64_t below =
-        AddRecipientTable(writer, subnodes) + AddAttachments(writer, draft.attachments, subnodes);
+    std::uint64_t below = AddRecipientTable(writer, draft.recipients, subnodes) +
+                          AddAttachments(writer, draft.attachments, subnodes);
     below += SizeOfTrees(bag);
 
     const auto* stored = bag.Find(format::pid::kMessageFlags);
@@ -99,6 +105,8 @@ MessageDraft ReadDraft(INodeDatabase& database, const NodeRecord& node)
     VisitSubnodes(database, node.sub, [&](const NodeRecord& subnode) {
         if (subnode.nid.Type() == format::NidType::Attachment)
             draft.attachments.push_back(ReadAttachment(database, subnode));
+        else if (subnode.nid == format::nids::kRecipientTable)
+            draft.recipients = ReadRecipients(database, subnode);
         return true;
     });
     return draft;

@@ -5,6 +5,7 @@
 
 #include "component/pst/ltp/PropertyBag.h"
 #include "component/pst/ltp/PropertyContextWriter.h"
+#include "component/pst/messaging/Recipients.h"
 #include "component/pst/ndb/NdbWriter.h"
 
 namespace pastille::component::pst {
@@ -24,6 +25,7 @@ struct Attachment {
 struct MessageDraft {
     CPropertyBag properties;
     std::vector<Attachment> attachments;
+    CRecipients recipients{};
 };
 
 /// A message written as the content of a node or subnode.

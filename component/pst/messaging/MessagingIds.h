@@ -15,6 +15,8 @@ inline constexpr std::uint16_t kAdditionalRenEntryIds = 0x36D8;
 inline constexpr std::uint16_t kPstLrNoRestrictions = 0x6633;
 inline constexpr std::uint16_t kReceiveFolderNid = 0x6605;
 inline constexpr std::uint16_t kSearchState = 0x660B;
+inline constexpr std::uint16_t kPstHiddenCount = 0x6635;   ///< associated messages of a folder
+inline constexpr std::uint16_t kPstHiddenUnread = 0x6636;  ///< those that have not been read
 inline constexpr std::uint16_t kLatestPstEnsure = 0x66FA;
 inline constexpr std::uint16_t kAttachmentContactPhoto = 0x7FFF;
 }  // namespace pid
@@ -24,12 +26,16 @@ namespace messageflag {
 inline constexpr std::uint32_t kRead = writer::property::kMessageFlagRead;
 inline constexpr std::uint32_t kUnsent = writer::property::kMessageFlagUnsent;
 inline constexpr std::uint32_t kHasAttachments = 0x10;
+inline constexpr std::uint32_t kAssociated = 0x40;
 }  // namespace messageflag
 
 /// Values of PidTagAttachMethod. [MS-OXCMSG] 2.2.2.9
 namespace attachmethod {
+inline constexpr std::uint32_t kNone = 0;
 inline constexpr std::uint32_t kByValue = 1;
 inline constexpr std::uint32_t kEmbeddedMessage = 5;
+inline constexpr std::uint32_t kOle = 6;
+inline constexpr std::uint32_t kLargestKnown = 7;
 }  // namespace attachmethod
 
 }  // namespace pastille::component::pst

@@ -6,6 +6,7 @@
 
 #include "component/pst/ltp/PropertyContextWriter.h"
 #include "component/pst/ltp/TableTemplates.h"
+#include "component/pst/messaging/CheckpointingStream.h"
 #include "component/pst/messaging/FolderWriter.h"
 #include "component/pst/messaging/MessagingIds.h"
 #include "component/pst/messaging/NewStore.h"
@@ -28,21 +29,6 @@ bool IsUnread(const std::optional<PropertyValue>& flags)
 {
     return !flags || (AsInteger32(*flags).value_or(0) & messageflag::kRead) == 0;
 }
-
-/// A long attachment must not keep what was saved before it from the disk.
-class CCheckpointingStream final : public platform::IByteStream {
-public:
-    CCheckpointingStream(CPstStore& store, platform::IByteStream& below) : m_store(store), m_below(below) {}
-    std::size_t Read(std::span<std::byte> into) override
-    {
-        m_store.CheckpointIfDue();
-        return m_below.Read(into);
-    }
-
-private:
-    CPstStore& m_store;
-    platform::IByteStream& m_below;
-};
 
 }  // namespace
 
@@ -228,11 +214,17 @@ std::uint16_t CPstStore::IdOfName(const PropertyName& name)
     return *id;
 }
 
-CTableWriter& CPstStore::ContentsTable(Folder& folder)
+/// The contents table of a folder, or that of its associated messages.
+CTableWriter& CPstStore::FolderTable(const Folder& folder, NidType type)
 {
-    auto& table = m_contents[folder.nid.value];
-    if (!table)
-        table = std::make_unique<CTableWriter>(Writer(), tabletemplate::kContentsTableColumns);
+    auto& table = m_contents[Nid::Make(type, folder.nid.Index()).value];
+    if (!table) {
+        const std::span<const format::TableColumn> columns =
+            type == NidType::ContentsTable
+                ? std::span<const format::TableColumn>(tabletemplate::kContentsTableColumns)
+                : std::span<const format::TableColumn>(tabletemplate::kAssociatedContentsTableColumns);
+        table = std::make_unique<CTableWriter>(Writer(), columns);
+    }
     return *table;
 }
 
@@ -243,7 +235,7 @@ Nid CPstStore::SaveMessage(Folder& folder, std::optional<Nid> message, MessageDr
         message && IsUnread(OpenProperties(MessageNode(*message))->Read(format::pid::kMessageFlags));
     const auto written = WriteMessage(writer, draft);
     const Nid nid = message ? *message : writer.AllocateNid(NidType::NormalMessage);
-    CTableWriter& table = ContentsTable(folder);
+    CTableWriter& table = FolderTable(folder, NidType::ContentsTable);
     // The folder counts the message only when its row and node are there.
     if (message)
         table.UpdateRow(nid.value, draft.properties);
@@ -275,18 +267,27 @@ Attachment CPstStore::AddEmbeddedMessage(MessageDraft& message, std::u16string_v
     return WriteEmbeddedMessage(Writer(), message, displayName, number);
 }
 
+void CPstStore::PutFolderTable(const Folder& folder, NidType type)
+{
+    const Nid nid = Nid::Make(type, folder.nid.Index());
+    if (const auto table = m_contents.find(nid.value); table != m_contents.end())
+        PutContentsTable(*m_writer, nid, *table->second);
+}
+
 void CPstStore::PutChangedFolders()
 {
     for (const auto& folder : m_folders.All()) {
-        if (const auto table = m_contents.find(folder->nid.value);
-            folder->contentsChanged && table != m_contents.end())
-            PutContentsTable(*m_writer, *folder, *table->second);
+        if (folder->contentsChanged)
+            PutFolderTable(*folder, NidType::ContentsTable);
+        if (folder->associatedChanged)
+            PutFolderTable(*folder, NidType::AssociatedContentsTable);
         if (folder->propertiesChanged)
             PutFolderProperties(*m_writer, *folder,
                                 folder->parent == nullptr ? DefaultFolderProperties() : CPropertyBag());
         if (folder->hierarchyChanged && folder->nid.Type() == NidType::NormalFolder)
             PutHierarchyTable(*m_writer, *folder);
         folder->contentsChanged = folder->propertiesChanged = folder->hierarchyChanged = false;
+        folder->associatedChanged = false;
     }
 }
 

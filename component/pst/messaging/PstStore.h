@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,6 +22,7 @@
 #include "component/pst/messaging/LongValues.h"
 #include "component/pst/messaging/Message.h"
 #include "component/pst/messaging/NameMap.h"
+#include "component/pst/messaging/StoreOwned.h"
 #include "component/pst/messaging/StringReader.h"
 #include "component/pst/ndb/NdbReader.h"
 #include "component/pst/ndb/NdbWriter.h"
@@ -122,6 +124,27 @@ public:
     Attachment AddEmbeddedMessage(MessageDraft& message, std::u16string_view displayName,
                                   std::uint32_t number);
 
+    // Objects brought over as they are. All raise CStoreError (ReadOnly) on a store opened for reading.
+
+    /// False of a property that the store keeps itself for such an object, or one of type Object. Raises
+    /// CStoreError (BadArgument) when no property can be of that type, or when no name has that id.
+    bool TakesProperty(ObjectKind kind, format::PropertyTag tag);
+    /// A value as it is set on an object; a long one goes into the store at once. Raises CStoreError
+    /// (BadArgument) when the bytes are no value of that type, (TooLarge) when there are more than 2^31 - 1.
+    PropertyValue MakeValue(format::PropertyTag tag, std::span<const std::byte> bytes);
+    PropertyValue MakeValue(format::PropertyTag tag, platform::IByteStream& stream);
+    /// Sets a property that the store takes for folders. False when its container class is of another type
+    /// than String, or more than 64 KiB.
+    bool SetFolderProperty(Folder& folder, PropertyValue value);
+    /// Saves a message into the contents or the associated contents of a folder. Completes the draft with
+    /// what every message has to have, and as WriteMessage does.
+    format::Nid AddWholeMessage(Folder& folder, bool isAssociated, MessageDraft& draft);
+    /// Writes a message as the content of an attachment.
+    AttachmentDraft::Object AddWholeEmbedded(MessageDraft& draft);
+    /// Copies a stream as the storage of an OLE attachment.
+    AttachmentDraft::Object AddObject(platform::IByteStream& stream);
+    Attachment AddWholeAttachment(AttachmentDraft& draft, std::uint32_t number);
+
 private:
     // Kinds of default folders whose EntryIDs the root folder keeps, and how many of them.
     static constexpr std::size_t kIpmKinds = 5;   ///< one property each
@@ -149,9 +172,12 @@ private:
     void ReadSubfolder(Folder& parent, CTableReader& table, std::size_t row);
     std::u16string CellText(CTableReader& table, std::size_t row, std::uint16_t id);
     std::u16string PropertyText(format::Nid nid, std::uint16_t id);
-    CTableWriter& ContentsTable(Folder& folder);
+    PropertyValue Verified(PropertyValue value);
+    format::Nid SaveAssociated(Folder& folder, MessageDraft& draft);
+    CTableWriter& FolderTable(const Folder& folder, format::NidType type);
     void FolderChanged(Folder& folder);
     CPropertyBag DefaultFolderProperties() const;
+    void PutFolderTable(const Folder& folder, format::NidType type);
     void PutChangedFolders();
     void PutNameMap();
 
@@ -169,7 +195,7 @@ private:
     std::array<format::Nid, kKindCount> m_defaultFolders{};
     format::Nid m_deletedItems = format::nids::kDeletedItems;
     Folder* m_rootFolder = nullptr;
-    std::unordered_map<std::uint32_t, std::unique_ptr<CTableWriter>> m_contents;  ///< by folder NID
+    std::unordered_map<std::uint32_t, std::unique_ptr<CTableWriter>> m_contents;  ///< by table NID
     CheckpointPolicy m_policy;
     std::chrono::steady_clock::time_point m_lastCheckpoint;
     std::uint64_t m_bytesAtCheckpoint = 0;

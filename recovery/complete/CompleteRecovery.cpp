@@ -1,0 +1,95 @@
+#include "recovery/complete/CompleteRecovery.h"
+
+#include <algorithm>
+
+namespace pastille::recovery::complete {
+namespace {
+
+constexpr unsigned kFolderStep = 4, kItemStep = 0;
+constexpr unsigned kWholePercent = 100;
+
+}  // namespace
+
+CCompleteRecovery::CCompleteRecovery(store::RunContext& run, RecoveryRun& recovery)
+    : m_run(run),
+      m_recovery(recovery),
+      m_source(*run.source.complete),
+      m_blocks(m_source),
+      m_pages(run.settings.codePage),
+      m_properties(m_names, m_allowance),
+      m_folders(m_source, m_blocks, recovery.folders, m_names, m_pages),
+      m_maker(run, recovery, m_folders, m_blocks, m_properties, m_pages, m_account),
+      m_messages(m_blocks, m_properties, m_pages, m_account),
+      m_items(run, recovery, m_source, m_blocks, m_folders, m_maker, m_messages, m_pages, m_account)
+{
+    // What a file holds lies in it once; versions of an item may share much of it.
+    constexpr std::uint64_t kMostRepeats = 16, kAlwaysAllowed = 1'000'000;
+    m_allowance.Allow(kMostRepeats * m_source.file.Size() + kAlwaysAllowed);
+    m_messages.Allow(kMostRepeats * m_source.blocks.Records().size() + kAlwaysAllowed);
+}
+
+void CCompleteRecovery::CollectFolders()
+{
+    if (m_run.state.MustStop() || m_run.state.failed)
+        return;
+    m_run.BeginPhase(6);
+    const auto proceed = [&](std::size_t passed) {
+        ReportProgress(passed, kFolderStep);
+        return !m_run.state.MustStop();
+    };
+    if (!m_folders.Collect(proceed))
+        return;
+    m_recovery.log.Write(u"\r\n\r\n---------Recovering name of folders and mail items---------");
+    m_run.BeginPhase(7);
+    m_names.SetTarget(writer::QueryInterface<writer::IPropertyNames>(m_recovery.output.store));
+    m_maker.MakeAll();
+}
+
+void CCompleteRecovery::RecoverItems()
+{
+    if (m_run.state.MustStop() || m_run.state.failed)
+        return;
+    m_run.BeginPhase(8);
+    if (!RecoverAll())
+        return;
+    m_items.AccountForMissing();
+    m_isFinished = true;
+    m_run.ReportPercent(kWholePercent, kItemStep);
+    m_maker.AnnounceAll();
+}
+
+/// False when the run was stopped.
+bool CCompleteRecovery::RecoverAll()
+{
+    const std::size_t passes = m_run.settings.smartScan ? 2 : 1;
+    const std::size_t all = m_source.nodes.Versions().size();
+    if (!m_items.RecoverLive([&](std::size_t done) { ReportProgress(done / passes, kItemStep); }))
+        return false;
+    if (!m_run.settings.smartScan)
+        return true;
+    m_maker.Orphans();
+    return m_items.RecoverDeleted(
+        [&](std::size_t done) { ReportProgress((all + done) / passes, kItemStep); });
+}
+
+void CCompleteRecovery::ReportProgress(std::size_t done, unsigned step)
+{
+    const std::size_t all = std::max<std::size_t>(m_source.nodes.Versions().size(), 1);
+    m_run.ReportPercent(
+        static_cast<unsigned>(std::min<std::size_t>(done * kWholePercent / all, kWholePercent)), step);
+}
+
+ReportFacts CCompleteRecovery::Facts() const
+{
+    return {.source = m_run.settings.sourcePath,
+            .output = m_run.state.outputPath,
+            .sourceSize = m_source.file.Size(),
+            .type = m_source.type,
+            .method = m_source.method,
+            .smartScan = m_run.settings.smartScan,
+            .isFinished = m_isFinished,
+            .attachments = m_messages.Attachments(),
+            .embeddedMessages = m_messages.EmbeddedMessages()};
+}
+
+}  // namespace pastille::recovery::complete

@@ -1,0 +1,305 @@
+#include "recovery/complete/ItemPass.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <unordered_set>
+#include <utility>
+
+#include "format/Ids.h"
+#include "format/PropertyIds.h"
+#include "platform/Text.h"
+#include "recovery/Guarded.h"
+#include "recovery/ItemClasses.h"
+#include "recovery/complete/FoundText.h"
+#include "writer/OleDate.h"
+
+namespace pastille::recovery::complete {
+namespace {
+
+using format::Nid;
+using format::NidType;
+using store::complete::CFoundObject;
+using store::complete::CFoundTable;
+using store::complete::FoundRow;
+using store::complete::NodeVersion;
+using store::complete::SourceFault;
+
+enum Cell : unsigned { kFromCell = 1, kToCell = 2, kSubjectCell = 3, kDateCell = 4 };
+
+bool IsAssociated(std::uint32_t nid)
+{
+    return Nid{nid}.Type() == NidType::AssociatedMessage;
+}
+
+/// Types of nodes that are no messages, whatever they hold. [MS-PST] 2.2.2.1
+bool IsOtherKind(NidType type)
+{
+    return type == NidType::Hid || type == NidType::Ltp ||
+           (type != NidType::OleStream && type <= NidType::RecipientTable &&
+            static_cast<unsigned>(type) != 0xA);
+}
+
+std::u16string DateText(CFoundObject& message)
+{
+    for (const std::uint16_t id : {format::pid::kMessageDeliveryTime, format::pid::kClientSubmitTime,
+                                   format::pid::kLastModificationTime}) {
+        const auto bytes = message.Bytes(id, sizeof(std::uint64_t));
+        if (bytes.size() != sizeof(std::uint64_t))
+            continue;
+        const auto date =
+            writer::CalendarDateOf(writer::OleDateFromFileTime(format::LoadLE<std::uint64_t>(bytes, 0)));
+        std::array<char, 64> text{};
+        std::snprintf(text.data(), text.size(), "%d /%d /%d", date.month, date.day, date.year);
+        return platform::FromUtf8(text.data());
+    }
+    return {};
+}
+
+}  // namespace
+
+bool IsItem(store::complete::CSourceBlocks& blocks, const store::complete::CScannedSource& source,
+            std::span<const NodeVersion> versions)
+{
+    const NidType type = Nid{versions.front().nid}.Type();
+    if (type == NidType::NormalMessage || type == NidType::AssociatedMessage)
+        return true;
+    if (IsOtherKind(type))
+        return false;
+    CFoundObject object(blocks, ReferenceOf(source, versions.front()));
+    return object.Open() && object.Find(format::pid::kMessageClass) != nullptr;
+}
+
+bool CItemPass::RecoverLive(const std::function<void(std::size_t)>& passed)
+{
+    return ForEachItem(passed, false);
+}
+
+bool CItemPass::RecoverDeleted(const std::function<void(std::size_t)>& passed)
+{
+    return ForEachItem(passed, true);
+}
+
+bool CItemPass::ForEachItem(const std::function<void(std::size_t)>& passed, bool isDeleted)
+{
+    std::size_t done = 0;
+    bool goesOn = true;
+    ForEachNode(m_source.nodes, [&](std::span<const NodeVersion> versions) {
+        const NodeVersion& newest = versions.front();
+        const bool isThere = newest.isLive != 0 || m_folders.ListingOf(newest.nid);
+        if (isThere != isDeleted && IsItem(m_blocks, m_source, versions))
+            Recover(versions, isDeleted);
+        done += versions.size();
+        passed(done);
+        return goesOn = !m_run.state.MustStop();
+    });
+    return goesOn;
+}
+
+void CItemPass::Recover(std::span<const NodeVersion> versions, bool isDeleted)
+{
+    const NodeVersion& newest = versions.front();
+    std::optional<SourceFault> fault;
+    for (std::size_t i = 0; i < versions.size(); ++i) {
+        CFoundObject message(m_blocks, ReferenceOf(m_source, versions[i]));
+        if (!message.Open()) {
+            NoteFirst(fault, message.Fault());
+            continue;
+        }
+        std::unique_ptr<CFoundObject> before;
+        const OlderVersion older = [&]() -> CFoundObject* {
+            for (std::size_t next = i + 1; !before && next < versions.size(); ++next) {
+                before = std::make_unique<CFoundObject>(m_blocks, ReferenceOf(m_source, versions[next]));
+                if (!before->Open())
+                    before.reset();
+            }
+            return before.get();
+        };
+        const MadeFolder* const folder = isDeleted ? &m_maker.DeletedVersions() : FolderOf(versions);
+        CopyInto(folder != nullptr ? *folder : m_maker.LostAndFound(),
+                 {.message = message,
+                  .nid = newest.nid,
+                  .listedIn = isDeleted ? 0 : KnownFolder(versions),
+                  .isAssociated = IsAssociated(newest.nid),
+                  .isNewest = i == 0 && (isDeleted || newest.isLive != 0),
+                  .older = older});
+        return;
+    }
+    if (!isDeleted)
+        m_unread.push_back({newest.nid, KnownFolder(versions), fault});
+}
+
+/// The folder that the node hangs under, else the one whose table lists it, else that of an older version.
+std::uint32_t CItemPass::KnownFolder(std::span<const NodeVersion> versions) const
+{
+    if (m_maker.Find(versions.front().parent) != nullptr)
+        return versions.front().parent;
+    const auto listing = m_folders.ListingOf(versions.front().nid);
+    if (listing && m_maker.Find(listing->Folder()) != nullptr)
+        return listing->Folder();
+    for (const NodeVersion& version : versions) {
+        if (m_maker.Find(version.parent) != nullptr)
+            return version.parent;
+    }
+    return 0;
+}
+
+const MadeFolder* CItemPass::FolderOf(std::span<const NodeVersion> versions) const
+{
+    const std::uint32_t folder = KnownFolder(versions);
+    return folder == 0 ? nullptr : m_maker.Find(folder);
+}
+
+void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
+{
+    CFoundObject& message = found.message;
+    const bool isAssociated = found.isAssociated, isNewest = found.isNewest;
+    const CItemText text(m_pages.PagesOf(message));
+    const ItemPlace place{folder.account,
+                          {found.nid, WithoutPrefixMark(TextOf(message, format::pid::kSubject, text)),
+                           TextOf(message, format::pid::kMessageClass, text), isAssociated}};
+    Outcome outcome = Outcome::Lost;
+    Guarded([&] {
+        const auto target = folder.whole->AddMessage(isAssociated);
+        CopyFromRow(found.listedIn, found.nid, message, *target, text);
+        outcome = m_messages.Copy(message, found.older, target, place);
+    });
+    if (outcome == Outcome::Lost)
+        m_account.Add({Loss::What::Item, folder.account, place.item, {}, {}, {}});
+    else if (!isNewest)
+        m_account.Add({Loss::What::OlderVersion, folder.account, place.item, {}, {}, {}});
+    if (outcome == Outcome::Whole && !isNewest)
+        outcome = Outcome::Partial;
+    m_account.CountItem(folder.account, isAssociated, outcome, true);
+    if (outcome == Outcome::Lost || isAssociated)
+        return;
+    ShowRow(place.item, message, text, folder);
+    const ItemFamily family = JudgeClass(place.item.messageClass).family;
+    ++m_recovery.figures.items[static_cast<std::size_t>(family)];
+    m_recovery.log.Write(
+        std::u16string(u"\r\n\r\n").append(TraitsOf(family).logLabel).append(LogName(place.item.subject)));
+    m_recovery.log.Write(outcome == Outcome::Whole ? u"\r\nStatus: Recovered\r\n"
+                                                   : u"\r\nStatus: Recovered in part\r\n");
+}
+
+/// The time of its last change stands in the row alone where a server keeps the item's own.
+void CItemPass::CopyFromRow(std::uint32_t folder, std::uint32_t nid, const CFoundObject& message,
+                            writer::IWholeMessage& target, const CItemText& text)
+{
+    constexpr std::uint16_t kId = format::pid::kLastModificationTime;
+    if (folder == 0 || message.Find(kId) != nullptr)
+        return;
+    CFoundTable* const table = TableOf(folder, IsAssociated(nid));
+    const auto row = table == nullptr ? std::nullopt : table->RowOf(nid);
+    const format::TableColumn* const column = row ? table->Info().FindId(kId) : nullptr;
+    if (column == nullptr)
+        return;
+    auto value = table->Cell(*row, *column);
+    m_messages.Properties().CopyValue(column->tag, value, target, text, [](auto, const auto&) {});
+}
+
+CFoundTable* CItemPass::TableOf(std::uint32_t folder, bool isAssociated)
+{
+    constexpr std::size_t kMostOpen = 8;
+    const NidType type = isAssociated ? NidType::AssociatedContentsTable : NidType::ContentsTable;
+    const std::uint32_t nid = Nid::Make(type, Nid{folder}.Index()).value;
+    for (const auto& [known, table] : m_tables) {
+        if (known == nid)
+            return table.get();
+    }
+    if (m_tables.size() == kMostOpen)
+        m_tables.erase(m_tables.begin());
+    const auto versions = m_source.nodes.VersionsOf(nid);
+    std::unique_ptr<CFoundTable> table;
+    if (!versions.empty())
+        table = std::make_unique<CFoundTable>(m_blocks, ReferenceOf(m_source, versions.front()));
+    if (table && !table->Open())
+        table.reset();
+    return m_tables.emplace_back(nid, std::move(table)).second.get();
+}
+
+void CItemPass::ShowRow(const KnownItem& item, CFoundObject& message, const CItemText& text,
+                        const MadeFolder& folder)
+{
+    platform::IFrontEnd& frontEnd = m_run.frontEnd;
+    frontEnd.Send(platform::FolderMessage{folder.id, folder.path, folder.containerClass});
+    if (JudgeClass(item.messageClass).family != ItemFamily::Mail)
+        return;
+    frontEnd.Send(
+        platform::ListCellMessage{kFromCell, TextOf(message, format::pid::kSentRepresentingName, text)});
+    frontEnd.Send(platform::ListCellMessage{kToCell, TextOf(message, format::pid::kDisplayTo, text)});
+    frontEnd.Send(platform::ListCellMessage{kSubjectCell, item.subject});
+    frontEnd.Send(platform::ListCellMessage{kDateCell, DateText(message)});
+    if (folder.id == platform::FolderMessage::kLostAndFound ||
+        folder.id == platform::FolderMessage::kOrphanedMails)
+        frontEnd.Send(platform::OrphanRowMessage{});
+}
+
+void CItemPass::AccountForMissing()
+{
+    std::uint32_t last = 0;
+    for (const ListedItem& listed : m_folders.Listed()) {
+        if (listed.item != last && m_source.nodes.VersionsOf(listed.item).empty())
+            m_unread.push_back({listed.item, listed.Folder(), std::nullopt});
+        last = listed.item;
+    }
+    std::ranges::sort(m_unread, [](const Unread& a, const Unread& b) {
+        return std::pair(a.folder, a.nid) < std::pair(b.folder, b.nid);
+    });
+    for (std::size_t begin = 0, end = 0; begin < m_unread.size(); begin = end) {
+        while (end < m_unread.size() && m_unread[end].folder == m_unread[begin].folder)
+            ++end;
+        DescribeUnread(m_unread[begin].folder, std::span(m_unread).subspan(begin, end - begin));
+    }
+    for (std::size_t i = 0; i < m_account.Folders().size(); ++i) {
+        const FolderAccount& folder = m_account.Folders()[i];
+        const std::uint64_t stated = folder.statedItems.value_or(0);
+        if (stated <= folder.items.expected)
+            continue;
+        const std::uint64_t missing = stated - folder.items.expected;
+        m_account[i].items.expected += missing;
+        m_account[i].items.lost += missing;
+        m_account.Add({Loss::What::UnknownItems, i, {}, {}, {}, {}, missing});
+    }
+}
+
+/// The rows of the folder's tables tell what its lost items were.
+void CItemPass::DescribeUnread(std::uint32_t folder, std::span<const Unread> unread)
+{
+    std::unordered_set<std::uint32_t> told;
+    const auto find = [&](std::uint32_t nid) {
+        return std::ranges::lower_bound(unread, nid, {}, &Unread::nid);
+    };
+    for (const NidType type : {NidType::ContentsTable, NidType::AssociatedContentsTable}) {
+        const auto versions = m_source.nodes.VersionsOf(Nid::Make(type, Nid{folder}.Index()).value);
+        if (folder == 0 || versions.empty())
+            continue;
+        CFoundTable table(m_blocks, ReferenceOf(m_source, versions.front()));
+        if (!table.Open())
+            continue;
+        CFoundObject none(m_blocks, {});
+        const CItemText text(m_pages.PagesOf(none));
+        table.ForEachRow([&](const FoundRow& row) {
+            const auto at = find(row.id);
+            if (at != unread.end() && at->nid == row.id && told.insert(row.id).second)
+                LoseUnread(*at, {row.id, WithoutPrefixMark(TextOf(table, row, format::pid::kSubject, text)),
+                                 TextOf(table, row, format::pid::kMessageClass, text), IsAssociated(row.id)});
+            return true;
+        });
+    }
+    for (const Unread& item : unread) {
+        if (!told.contains(item.nid))
+            LoseUnread(item, {item.nid, {}, {}, IsAssociated(item.nid)});
+    }
+}
+
+void CItemPass::LoseUnread(const Unread& unread, KnownItem item)
+{
+    const MadeFolder* const folder = m_maker.Find(unread.folder);
+    const std::size_t account = (folder != nullptr ? *folder : m_maker.LostAndFound()).account;
+    m_account.CountItem(account, item.isAssociated, Outcome::Lost, false);
+    m_account.Add({Loss::What::Item, account, std::move(item), {}, {}, unread.fault});
+}
+
+}  // namespace pastille::recovery::complete

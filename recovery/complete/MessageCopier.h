@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recovery/complete/Account.h"
+#include "recovery/complete/PropertyCopier.h"
+#include "store/complete/FoundTable.h"
+#include "writer/WholeItems.h"
+
+namespace pastille::recovery::complete {
+
+/// Of which item losses are told: where it goes and as far as it is known.
+struct ItemPlace {
+    std::size_t folder;  ///< of the account
+    KnownItem item;
+};
+
+/// Opens an older version of a message; nullptr when there is none that can be read. It stays open as long as
+/// the function lives.
+using OlderVersion = std::function<store::complete::CFoundObject*()>;
+
+/// Brings messages over whole: their properties, recipients and attachments, with the messages attached to
+/// them and so on. Tells the account what is missing.
+///
+/// References come from a damaged file: messages are followed kDeepest levels down and never into themselves,
+/// and the run's messages and attachments together are bounded.
+class CMessageCopier {
+public:
+    static constexpr std::size_t kDeepest = 1000;
+
+    /// All must outlive this object.
+    CMessageCopier(store::complete::CSourceBlocks& blocks, CPropertyCopier& properties, CCodePages& pages,
+                   CAccount& account)
+        : m_blocks(blocks), m_properties(properties), m_pages(pages), m_account(account)
+    {
+    }
+
+    /// Begins a run: how many attachments all messages together may have.
+    void Allow(std::uint64_t attachments) { m_attachmentsLeft = attachments; }
+    /// Copies a message and saves it. What of it cannot be read comes from its older version.
+    /// Raises _com_error only when the file below the new store cannot be written.
+    Outcome Copy(store::complete::CFoundObject& message, const OlderVersion& older,
+                 const writer::CRef<writer::IWholeMessage>& target, const ItemPlace& place);
+
+    CPropertyCopier& Properties() const { return m_properties; }
+    std::uint64_t Attachments() const { return m_attachments; }
+    std::uint64_t EmbeddedMessages() const { return m_embedded; }
+
+private:
+    void CopyContents(store::complete::CFoundObject& message, const OlderVersion& older,
+                      writer::IWholeMessage& target);
+    void CopyProperties(store::complete::CFoundObject& message, const OlderVersion& older,
+                        writer::IWholeMessage& target, const CItemText& text);
+    void CopyRecipients(store::complete::CFoundObject& message, writer::IWholeMessage& target,
+                        const CItemText& text);
+    void CopyAttachments(store::complete::CFoundObject& message, writer::IWholeMessage& target,
+                         const CItemText& text);
+    std::vector<std::uint32_t> AttachmentsInOrder(store::complete::CFoundObject& message,
+                                                  const CItemText& text);
+    void CopyAttachment(const store::complete::Subnode& subnode, writer::IWholeMessage& target,
+                        const CItemText& text);
+    bool CopyObject(store::complete::CFoundObject& attachment, const format::PropertyContextRecord& record,
+                    writer::IWholeAttachment& target);
+    bool CopyEmbedded(const store::complete::Subnode& subnode, writer::IWholeAttachment& target);
+    void Lose(Loss::What what, std::u16string name, const std::optional<store::complete::SourceFault>& fault,
+              std::optional<std::uint32_t> tag = std::nullopt);
+
+    store::complete::CSourceBlocks& m_blocks;
+    CPropertyCopier& m_properties;
+    CCodePages& m_pages;
+    CAccount& m_account;
+    std::uint64_t m_attachmentsLeft = 0;
+    std::uint64_t m_attachments = 0;
+    std::uint64_t m_embedded = 0;
+    // Of the message that is being copied:
+    const ItemPlace* m_place = nullptr;
+    bool m_isPartial = false;
+    std::vector<std::uint64_t> m_open;     ///< data BIDs of the messages around the innermost one
+    std::vector<std::u16string> m_within;  ///< names of the attachments that they are
+};
+
+}  // namespace pastille::recovery::complete

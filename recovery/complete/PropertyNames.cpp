@@ -1,0 +1,88 @@
+#include "recovery/complete/PropertyNames.h"
+
+#include <utility>
+#include <vector>
+
+#include "format/WideText.h"
+
+namespace pastille::recovery::complete {
+namespace {
+
+using namespace format;
+
+/// All that the ids from 0x8000 on can name.
+constexpr std::size_t kMostStreamBytes = 0x8000 * NameId::kSize;
+constexpr std::size_t kMostTextBytes = 16u << 20;
+
+std::optional<Guid> SetOf(std::uint16_t index, CByteView guids)
+{
+    switch (index) {
+        case namemap::kGuidIndexNone:
+            return Guid{};
+        case namemap::kGuidIndexMapi:
+            return propset::kMapi;
+        case namemap::kGuidIndexPublicStrings:
+            return propset::kPublicStrings;
+        default:
+            return DecodeGuid(guids,
+                              static_cast<std::uint64_t>(index - namemap::kFirstGuidIndex) * kGuidSize);
+    }
+}
+
+std::optional<PropertyName> NameOf(const NameId& record, CByteView guids, CByteView strings)
+{
+    const auto set = SetOf(record.guidIndex, guids);
+    if (!set)
+        return std::nullopt;
+    if (!record.isString)
+        return PropertyName{*set, record.number, {}};
+    const auto text = StringNameAt(strings, record.number);
+    if (!text || text->Size() < 2)
+        return std::nullopt;
+    return PropertyName{*set, 0, WideText(text->Bytes())};
+}
+
+std::u16string UnknownName(std::uint16_t id)
+{
+    constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
+    std::u16string text = u"Unknown 0x";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        text += kDigits[(id >> shift) & 0xF];
+    return text;
+}
+
+}  // namespace
+
+void CPropertyNames::Read(store::complete::CFoundObject& map)
+{
+    const auto guids = map.Bytes(namemap::kGuidStreamId, kMostStreamBytes);
+    const auto entries = map.Bytes(namemap::kEntryStreamId, kMostStreamBytes);
+    const auto strings = map.Bytes(namemap::kStringStreamId, kMostTextBytes);
+    for (const NameId& record : DecodeNameIds(CByteView(entries))) {
+        const std::uint32_t id = namemap::kFirstPropertyId + std::uint32_t{record.index};
+        auto name = NameOf(record, CByteView(guids), CByteView(strings));
+        if (name && id <= 0xFFFE)
+            m_names.try_emplace(static_cast<std::uint16_t>(id), *std::move(name));
+    }
+}
+
+const PropertyName* CPropertyNames::Find(std::uint16_t sourceId) const
+{
+    const auto at = m_names.find(sourceId);
+    return at == m_names.end() ? nullptr : &at->second;
+}
+
+std::uint16_t CPropertyNames::TargetId(std::uint16_t sourceId)
+{
+    if (sourceId < namemap::kFirstPropertyId)
+        return sourceId;
+    if (const auto known = m_ids.find(sourceId); known != m_ids.end())
+        return known->second;
+    const PropertyName* const name = Find(sourceId);
+    const std::uint16_t id = m_target->GetPropertyId(
+        name != nullptr ? *name : PropertyName{propset::kPublicStrings, 0, UnknownName(sourceId)});
+    m_ids.emplace(sourceId, id);
+    return id;
+}
+
+}  // namespace pastille::recovery::complete
