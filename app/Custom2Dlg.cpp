@@ -69,7 +69,7 @@ void CCustom2Dlg::AddCompleteRecovery()
     box->setToolTip(
         QStringLiteral("Every item of any kind, with all its properties, once, in its newest version"));
     connect(box, &QCheckBox::toggled, this, [this](bool checked) { m_choices.settings.complete = checked; });
-    Body().addWidget(box);
+    Body().addWidget(box, 0, Qt::AlignLeft);
 }
 
 void CCustom2Dlg::AddDestination()

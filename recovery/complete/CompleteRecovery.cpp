@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "recovery/complete/OrphanPass.h"
+
 namespace pastille::recovery::complete {
 namespace {
 
@@ -68,8 +70,9 @@ bool CCompleteRecovery::RecoverAll()
     if (!m_run.settings.smartScan)
         return true;
     m_maker.Orphans();
-    return m_items.RecoverDeleted(
-        [&](std::size_t done) { ReportProgress((all + done) / passes, kItemStep); });
+    const auto passed = [&](std::size_t done) { ReportProgress((all + done) / passes, kItemStep); };
+    return m_items.RecoverDeleted(passed) &&
+           COrphanPass(m_run, m_source, m_blocks, m_folders, m_maker, m_items, m_pages).Run();
 }
 
 void CCompleteRecovery::ReportProgress(std::size_t done, unsigned step)

@@ -13,6 +13,7 @@
 #include "recovery/Guarded.h"
 #include "recovery/ItemClasses.h"
 #include "recovery/complete/FoundText.h"
+#include "recovery/complete/ItemIdentity.h"
 #include "writer/OleDate.h"
 
 namespace pastille::recovery::complete {
@@ -159,6 +160,8 @@ void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
     const ItemPlace place{folder.account,
                           {found.nid, WithoutPrefixMark(TextOf(message, format::pid::kSubject, text)),
                            TextOf(message, format::pid::kMessageClass, text), isAssociated}};
+    if (m_run.settings.smartScan)
+        m_identities.insert(IdentityOf(message, text));
     Outcome outcome = Outcome::Lost;
     Guarded([&] {
         const auto target = folder.whole->AddMessage(isAssociated);
@@ -181,6 +184,12 @@ void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
         std::u16string(u"\r\n\r\n").append(TraitsOf(family).logLabel).append(LogName(place.item.subject)));
     m_recovery.log.Write(outcome == Outcome::Whole ? u"\r\nStatus: Recovered\r\n"
                                                    : u"\r\nStatus: Recovered in part\r\n");
+}
+
+bool CItemPass::IsKnown(CFoundObject& message, const CItemText& text) const
+{
+    const std::uint64_t identity = IdentityOf(message, text);
+    return identity != 0 && m_identities.contains(identity);
 }
 
 /// The time of its last change stands in the row alone where a server keeps the item's own.
@@ -236,6 +245,12 @@ void CItemPass::ShowRow(const KnownItem& item, CFoundObject& message, const CIte
         frontEnd.Send(platform::OrphanRowMessage{});
 }
 
+void CItemPass::AddUnread(std::unordered_set<std::uint32_t>& nids) const
+{
+    for (const Unread& item : m_unread)
+        nids.insert(item.nid);
+}
+
 void CItemPass::AccountForMissing()
 {
     std::uint32_t last = 0;
@@ -244,6 +259,7 @@ void CItemPass::AccountForMissing()
             m_unread.push_back({listed.item, listed.Folder(), std::nullopt});
         last = listed.item;
     }
+    std::erase_if(m_unread, [&](const Unread& item) { return m_foundAsOrphans.contains(item.nid); });
     std::ranges::sort(m_unread, [](const Unread& a, const Unread& b) {
         return std::pair(a.folder, a.nid) < std::pair(b.folder, b.nid);
     });

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -64,6 +65,12 @@ public:
     };
     /// Copies a message into a folder, and tells account, log and front end.
     void CopyInto(const MadeFolder& folder, const Found& found);
+    /// True when a message of that identity was copied before, in a newer version.
+    bool IsKnown(store::complete::CFoundObject& message, const CItemText& text) const;
+    /// Adds the live items of which no version could be read.
+    void AddUnread(std::unordered_set<std::uint32_t>& nids) const;
+    /// The item of that node id came back from an orphan.
+    void NoteFound(std::uint32_t nid) { m_foundAsOrphans.insert(nid); }
 
 private:
     /// An item that could not be read.
@@ -95,6 +102,8 @@ private:
     CCodePages& m_pages;
     CAccount& m_account;
     std::vector<Unread> m_unread;
+    std::unordered_set<std::uint64_t> m_identities;  ///< of the items copied, in a Smart Scan
+    std::unordered_set<std::uint32_t> m_foundAsOrphans;
     /// Tables of folders that were asked for last, by the node ids of the tables. Null: none can be read.
     std::vector<std::pair<std::uint32_t, std::unique_ptr<store::complete::CFoundTable>>> m_tables;
 };

@@ -9,6 +9,7 @@
 #include "format/Ids.h"
 #include "format/PropertyIds.h"
 #include "recovery/Guarded.h"
+#include "recovery/Texts.h"
 #include "recovery/complete/FoundText.h"
 
 namespace pastille::recovery::complete {
@@ -30,6 +31,8 @@ constexpr std::uint16_t kAttachData = format::pid::kAttachDataBinary;
 /// Where an attachment's name stands. [MS-OXCMSG] 2.2.2
 constexpr std::array kNameIds{format::pid::kAttachLongFilename, format::pid::kAttachFilename,
                               format::pid::kDisplayName};
+/// Of a message whose own is lost.
+constexpr std::u16string_view kMailClass = u"IPM.Note";
 constexpr std::u16string_view kIncompleteMark = u" (incomplete)";
 
 /// The name with the mark before its extension.
@@ -109,7 +112,11 @@ void CMessageCopier::CopyProperties(CFoundObject& message, const OlderVersion& o
         lostIds.insert(tag.id);
         Lose(Loss::What::Property, {}, fault, tag.Value());
     });
-    if (message.Fault())
+    if (message.Records().empty())
+        target.SetProperty({format::pid::kSubject, PropertyType::String}, StoredText(kPlaceholderSubject));
+    if (message.Find(format::pid::kMessageClass) == nullptr)
+        target.SetProperty({format::pid::kMessageClass, PropertyType::String}, StoredText(kMailClass));
+    if (message.Fault() || message.Records().empty())
         Lose(Loss::What::Properties, {}, message.Fault());
     CFoundObject* const before = lostIds.empty() && !message.Fault() ? nullptr : older();
     if (before == nullptr)

@@ -69,24 +69,32 @@ private:
 
     void Add(const format::BlockEntry& entry)
     {
-        const std::uint64_t bid = entry.reference.bid;
-        std::uint64_t offset = entry.reference.offset;
-        if (!IsTrailerOf(bid, offset, entry.size)) {
-            const auto moved = std::find_if(m_shifts.begin(), m_shifts.end(), [&](std::uint64_t shift) {
-                return IsTrailerOf(bid, offset + shift, entry.size);
-            });
-            if (moved != m_shifts.end())
-                offset += *moved;
-        }
+        const std::uint64_t offset = PlaceOf(entry);
         if (m_traces.occupied.Overlaps(offset, entry.size))
             return;
-        const bool isAtHome = offset == entry.reference.offset;
         if (m_told.size() == m_told.capacity()) {
             Compact();
             if (m_told.size() > m_told.capacity() / 2)
                 m_told.reserve(2 * m_told.capacity());
         }
-        m_told.emplace_back(bid, offset, entry.size, isAtHome ? BlockRecord::kAtHome : 0);
+        const bool isAtHome = offset == entry.reference.offset;
+        m_told.emplace_back(entry.reference.bid, offset, entry.size, isAtHome ? BlockRecord::kAtHome : 0);
+    }
+
+    std::uint64_t PlaceOf(const format::BlockEntry& entry)
+    {
+        const auto [bid, offset] = entry.reference;
+        // Where the block before has not moved, this one begins in its place, whatever is the matter with its
+        // end.
+        const std::uint64_t before = std::min<std::uint64_t>(offset, m_layout.blockAlignment);
+        if (m_shifts.empty() || IsTrailerOf(bid, offset, entry.size) ||
+            m_traces.occupied.Overlaps(offset - before, before))
+            return offset;
+        for (const std::uint64_t shift : m_shifts) {
+            if (IsTrailerOf(bid, offset + shift, entry.size))
+                return offset + shift;
+        }
+        return offset;
     }
 
     /// Whether a trailer that names the BID ends the place.

@@ -99,7 +99,7 @@ TEST_F(WizardPages, HaveOneSizeAndAreReachedByTabInReadingOrder)
     person.Clicks("Next");
     IsAt(person, {"CCustom2Dlg",
                   "Select the appropriate scanning method",
-                  {"Normal Scan", "Select destination path :", "Browse...", "Back"}});
+                  {"Normal Scan", "Complete recovery", "Select destination path :", "Browse...", "Back"}});
     person.ClosesWindow();
     person.IsAtTheFrame();
 }

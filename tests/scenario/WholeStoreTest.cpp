@@ -156,6 +156,13 @@ TEST_F(WholeCompare, TellsWhatIsMissingExtraTwiceAndMoved)
     copy = source;
     copy.folders.erase("/Inbox/Empty");
     EXPECT_EQ(Found(), "folder '/Inbox/Empty' is missing\n");
+    source.folders["/Views"].isBeside = true;
+    copy = source;
+    copy.folders.erase("/Views");
+    EXPECT_EQ(Found(), "");
+    source.folders["/Views"].items = {source.folders["/Inbox"].items[0]};
+    EXPECT_NE(Found().find("folder '/Views' is missing\nmissing: "), std::string::npos) << Found();
+    source.folders.erase("/Views");
     copy = source;
     copy.folders["/Calendar"];
     EXPECT_EQ(Found(), "");

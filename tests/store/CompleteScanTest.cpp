@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <map>
 #include <set>
 
@@ -91,28 +90,28 @@ struct Truth {
     const format::VariantLayout* layout;
 };
 
-/// Larger than a window, with blocks of every size.
+/// A store that lies across the end of a window, with blocks of every size.
 CBuiltStore LargeStore(Variant variant)
 {
     StoreFolder folder{.name = u"Large"};
     CRandom random(7);
-    for (std::uint32_t i = 0; i < 40; ++i) {
+    for (std::uint32_t i = 0; i < 16; ++i) {
         StoreMessage mail = OrdinaryMail(random, i);
         mail.label = "mail" + std::to_string(i);
-        if (i % 4 == 0)
+        if (i % 8 == 0)
             mail.attachments.push_back(
-                {.fileName = u"a.bin", .data = FixedBytes(i, 270'000 + 77 * i), .inSubnode = true});
+                {.fileName = u"a.bin", .data = FixedBytes(i, 140'077), .inSubnode = true});
         folder.messages.push_back(std::move(mail));
     }
     StoreDescription description = InFolders({folder});
     description.format = FormatOf(variant);
+    description.atStart = [](CStoreFile& store) { store.SkipTo(store::ScanWindow::kLength - 100'000); };
     return CBuiltStore(description);
 }
 
 std::size_t Middle(const CBuiltStore& store)
 {
-    // Inside a block, well behind the first window's start and before its end.
-    const StorePlace& place = store.Directory().Find("mail20/data");
+    const StorePlace& place = store.Directory().Find("mail10/data");
     return static_cast<std::size_t>(place.offset + 5);
 }
 
@@ -201,7 +200,7 @@ TEST(CompleteScan, ADamagedBlockIsWherePagesOrItsTrailerSay)
     for (const Variant variant : kAllVariants) {
         SCOPED_TRACE(VariantName(variant));
         CBuiltStore store = LargeStore(variant);
-        const StorePlace& place = store.Directory().Find("mail20/data");
+        const StorePlace& place = store.Directory().Find("mail10/data");
         store.Damage().FlipBits(place.offset + 3, 1);
         const auto expectPlace = [&](const Bytes& bytes, std::uint64_t offset, const char* how) {
             const CScanned scanned(bytes, variant);
@@ -327,8 +326,9 @@ TEST(CompleteScan, WhereALeafIsLostTheNextOlderOneSpeaks)
         format.nodesPerPage = 3;
         std::vector<std::uint64_t> leaves;
         const auto write = [&](CStoreFile& store) {
-            store.WriteNbtPage({{0x84, 8, 0, 0x122}, {0xA4, 12, 0, 0x122}, {0xC4, 16, 0, 0x122}},
+            store.WriteNbtPage({{0xA4, 12, 0, 0x122}, {0xB4, 8, 0, 0x122}, {0xC4, 16, 0, 0x122}},
                                {.bid = 0x11});
+            store.WriteBlock(FixedBytes(1, 100));
             for (const std::uint32_t nid : {0x24u, 0x44u, 0x64u, 0xA4u, 0xC4u, 0xE4u, 0x104u})
                 store.AddNode({nid, 40, 0, 0x122});
         };
@@ -341,7 +341,7 @@ TEST(CompleteScan, WhereALeafIsLostTheNextOlderOneSpeaks)
         std::fill_n(lost.begin() + static_cast<std::ptrdiff_t>(leaves[1]), layout.pageSize, std::byte{0});
         const auto byOlder = CScanned(lost, variant).Nodes(true);
         EXPECT_EQ(byOlder.at(0xA4)[0], 12u);
-        EXPECT_TRUE(byOlder.contains(0x84)) << "nothing says that it has been deleted";
+        EXPECT_TRUE(byOlder.contains(0xB4)) << "nothing says that it has been deleted";
         EXPECT_FALSE(byOlder.contains(0xE4));
         Bytes flipped = sound;
         flipped[leaves[1] + layout.nodeEntrySize + layout.keyWidth] ^= std::byte{4};
@@ -349,7 +349,7 @@ TEST(CompleteScan, WhereALeafIsLostTheNextOlderOneSpeaks)
         const auto byDamaged = damaged.Nodes(true);
         EXPECT_EQ(byDamaged.at(0xA4)[0], 40u) << "the page whose CRC is wrong is newer";
         EXPECT_EQ(byDamaged.at(0xC4)[0], 44u);
-        EXPECT_FALSE(byDamaged.contains(0x84));
+        EXPECT_FALSE(byDamaged.contains(0xB4));
         EXPECT_FALSE(damaged.source.nodes.PageOf(damaged.source.nodes.VersionsOf(0xA4)[0]).isSound);
         Bytes holed = sound;
         std::fill_n(holed.begin() + static_cast<std::ptrdiff_t>(leaves[1]), layout.nodeEntrySize,
@@ -431,31 +431,36 @@ TEST(CompleteScan, AFileIsRecognisedByItsPages)
     EXPECT_FALSE(recognise({}));
     EXPECT_FALSE(recognise(Bytes(300'000)));
     EXPECT_FALSE(recognise(Bytes(300'000, std::byte{0x81})));
-    EXPECT_FALSE(recognise(FixedBytes(3, 5'000'000)));
+    EXPECT_FALSE(recognise(FixedBytes(3, 1'500'000)));
     Bytes text;
     for (int i = 0; i < 20'000; ++i)
         Append(text, std::as_bytes(std::span("Dear all, nothing in here is a store. ", 38)));
     EXPECT_FALSE(recognise(text));
 }
 
-TEST(CompleteScan, HostileTrailersCostNoMoreThanTheBytes)
+TEST(CompleteScan, AMultitudeOfFalseTrailersHidesNothing)
 {
-    // Every 16 bytes a trailer of the largest block; none is right.
     for (const Variant variant : kAllVariants) {
+        SCOPED_TRACE(VariantName(variant));
         const format::VariantLayout& layout = format::LayoutOf(variant);
-        Bytes bytes = LargeStore(variant).Content();
+        const CBuiltStore store = LargeStore(variant);
+        Bytes bytes(7);
+        Append(bytes, store.Content());
         const std::size_t first = bytes.size();
-        bytes.resize(first + (std::size_t{4} << 20), std::byte{1});
+        bytes.resize(first + 150'000, std::byte{1});
         for (std::size_t at = first; at + 32 <= bytes.size(); at += layout.blockTrailerSize) {
             const auto trailer = std::span(bytes).subspan(at, layout.blockTrailerSize);
             format::StoreLE<std::uint16_t>(trailer, 0, static_cast<std::uint16_t>(layout.largestBlock));
             format::StoreLE<std::uint32_t>(trailer, layout.blockBidOffset, static_cast<std::uint32_t>(at));
         }
-        const auto start = std::chrono::steady_clock::now();
+        const Truth truth(store.Content());
         const CScanned scanned(bytes, variant);
-        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-        EXPECT_LT(spent.count(), 20) << "summing each block alone takes minutes";
-        EXPECT_EQ(scanned.Nodes(true), Truth(LargeStore(variant).Content()).nodes);
+        for (const format::BlockEntry& entry : truth.blocks) {
+            const auto place = scanned.source.blocks.Find(entry.reference.bid, false);
+            ASSERT_TRUE(place && place->isSound) << entry.reference.bid;
+            EXPECT_EQ(place->offset, entry.reference.offset + 7);
+        }
+        EXPECT_EQ(scanned.Nodes(true), truth.nodes);
     }
 }
 

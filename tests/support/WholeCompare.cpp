@@ -373,8 +373,11 @@ void CompareFolders(const WholeStore& source, const WholeStore& copy, Lines& lin
 {
     for (const auto& [path, folder] : source.folders) {
         const auto other = copy.folders.find(path);
-        if (other == copy.folders.end())
+        const bool isNeeded = !folder.isBeside || !folder.items.empty();
+        if (other == copy.folders.end() && isNeeded)
             lines.push_back("folder '" + path + "' is missing");
+        else if (other == copy.folders.end())
+            continue;
         else if (!path.empty())
             Compare(WholeKind::Folder, Reduced(WholeKind::Folder, folder.properties),
                     Reduced(WholeKind::Folder, other->second.properties), "folder '" + path + "': ", lines);
@@ -419,9 +422,12 @@ std::vector<std::string> Differences(const WholeStore& source, const WholeStore&
 
 std::string Joined(const std::vector<std::string>& lines)
 {
+    constexpr std::size_t kMost = 60;
     std::string text;
-    for (const std::string& line : lines)
-        text += line + "\n";
+    for (std::size_t i = 0; i < std::min(lines.size(), kMost); ++i)
+        text += lines[i] + "\n";
+    if (lines.size() > kMost)
+        text += "and " + std::to_string(lines.size() - kMost) + " more\n";
     return text;
 }
 

@@ -20,10 +20,10 @@ bool IsStoresOwn(WholeKind kind, std::uint16_t id);
 ///
 /// Looks over what IsStoresOwn names, the attachment bit of PidTagMessageFlags, what every message must have
 /// (class, flags, times, search key) or attachment (method, rendering position) when only `copy` has it, and
-/// folders of `copy` without items that `source` lacks.
+/// folders without items that only `copy` has, or only `source` beside its IPM subtree.
 std::vector<std::string> Differences(const WholeStore& source, const WholeStore& copy);
 
-/// The lines, one below the other.
+/// The lines, one below the other, and how many more there are than a person reads.
 std::string Joined(const std::vector<std::string>& lines);
 
 }  // namespace pastille::tests

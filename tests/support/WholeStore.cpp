@@ -121,7 +121,7 @@ public:
         ReadFolders();
         FindSubtree();
         for (const auto& [nid, folder] : m_folders)
-            m_store.folders.try_emplace(PathOf(nid), WholeFolder{folder.properties, {}});
+            m_store.folders.try_emplace(PathOf(nid), WholeFolder{folder.properties, {}, IsBeside(nid)});
         for (const NodeRecord& node : m_nodes) {
             if (node.nid.Type() == NidType::NormalMessage || node.nid.Type() == NidType::AssociatedMessage)
                 m_store.folders[PathOf(node.parent)].items.push_back(ReadItem(node));
@@ -262,6 +262,19 @@ private:
                 most = children;
             }
         }
+    }
+
+    bool IsBeside(Nid nid) const
+    {
+        if (nid == format::nids::kRootFolder)
+            return false;
+        for (unsigned level = 0; level < kDeepestFolder && nid != m_subtree; ++level) {
+            const auto folder = m_folders.find(nid);
+            if (folder == m_folders.end() || nid == format::nids::kRootFolder)
+                return true;
+            nid = folder->second.parent;
+        }
+        return nid != m_subtree;
     }
 
     std::string PathOf(Nid nid) const

@@ -48,6 +48,7 @@ struct WholeMessage {
 struct WholeFolder {
     WholeObject properties{};
     std::vector<WholeMessage> items{};  ///< by rising node id
+    bool isBeside = false;              ///< it lies neither in the IPM subtree nor is it one of the two roots
 };
 
 struct WholeStore {

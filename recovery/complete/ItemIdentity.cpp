@@ -1,0 +1,112 @@
+#include "recovery/complete/ItemIdentity.h"
+
+#include <array>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "format/Ids.h"
+#include "format/PropertyIds.h"
+#include "recovery/complete/FoundText.h"
+
+namespace pastille::recovery::complete {
+namespace {
+
+using store::complete::CFoundObject;
+using store::complete::CFoundTable;
+using store::complete::FoundRow;
+
+/// FNV-1a, over everything that is put in.
+class CHash {
+public:
+    void Put(std::span<const std::byte> bytes)
+    {
+        for (const std::byte byte : bytes)
+            Mix(std::to_integer<std::uint8_t>(byte));
+        Mix(0xFF);
+    }
+    void Put(std::u16string_view text) { Put(StoredText(text)); }
+    std::uint64_t Value() const { return m_value; }
+
+private:
+    void Mix(std::uint8_t byte) { m_value = (m_value ^ byte) * 0x100000001B3; }
+    std::uint64_t m_value = 0xCBF29CE484222325;
+};
+
+constexpr std::array kTimeIds{format::pid::kMessageDeliveryTime, format::pid::kClientSubmitTime};
+
+}  // namespace
+
+std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
+{
+    constexpr std::size_t kLongestKey = 1024;
+    CHash hash;
+    if (const auto key = message.Bytes(format::pid::kSearchKey, kLongestKey); !key.empty()) {
+        hash.Put(key);
+        return hash.Value();
+    }
+    bool isKnown = false;
+    for (const std::uint16_t id : kTimeIds) {
+        const auto time = message.Bytes(id, sizeof(std::uint64_t));
+        isKnown = isKnown || !time.empty();
+        hash.Put(time);
+    }
+    hash.Put(TextOf(message, format::pid::kSubject, text));
+    hash.Put(TextOf(message, format::pid::kSenderName, text));
+    return isKnown ? hash.Value() : 0;
+}
+
+namespace {
+
+/// Of a row and of a message alike; 0 when there is too little to tell it by.
+template <class Time, class Text>
+std::uint64_t RowKey(const Time& timeOf, const Text& textOf)
+{
+    CHash hash;
+    bool isTimed = false;
+    for (const std::uint16_t id : kTimeIds) {
+        const std::vector<std::byte> time = timeOf(id);
+        isTimed = isTimed || !time.empty();
+        hash.Put(time);
+    }
+    const std::u16string subject = textOf(format::pid::kSubject);
+    hash.Put(subject);
+    hash.Put(textOf(format::pid::kMessageClass));
+    return isTimed && !subject.empty() ? hash.Value() : 0;
+}
+
+}  // namespace
+
+void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unordered_set<std::uint32_t>& lost,
+                    const CItemText& text)
+{
+    table.ForEachRow([&](const FoundRow& row) {
+        if (!lost.contains(row.id))
+            return true;
+        const auto time = [&](std::uint16_t id) {
+            const auto* const column = table.Info().FindId(id);
+            return column == nullptr ? std::vector<std::byte>() : table.Cell(row, *column).bytes;
+        };
+        const auto key = RowKey(time, [&](std::uint16_t id) { return TextOf(table, row, id, text); });
+        if (key == 0)
+            return true;
+        const auto [at, isNew] = m_rows.try_emplace(key, ListedItem{row.id, folder});
+        if (!isNew)
+            at->second.reset();
+        return true;
+    });
+}
+
+std::optional<ListedItem> CLostRows::Take(CFoundObject& message, const CItemText& text)
+{
+    const auto time = [&](std::uint16_t id) { return message.Bytes(id, sizeof(std::uint64_t)); };
+    const auto key = RowKey(time, [&](std::uint16_t id) { return TextOf(message, id, text); });
+    const auto at = m_rows.find(key);
+    if (key == 0 || at == m_rows.end() || !at->second)
+        return std::nullopt;
+    const auto row = at->second;
+    m_rows.erase(at);
+    return row;
+}
+
+}  // namespace pastille::recovery::complete
