@@ -49,7 +49,8 @@ static_assert(sizeof(BlockRecord) == 16);
 class CBlockIndex {
 public:
     void Append(const BlockRecord& record) { m_records.push_back(record); }
-    /// Orders the records and drops repeats. Nothing may be appended afterwards.
+    /// Orders the records and drops repeats; of one BID the first 64 in the file stay. What is appended later
+    /// is not found until it is called again.
     void Finish();
     void Clear() { std::vector<BlockRecord>().swap(m_records); }
 

@@ -190,7 +190,10 @@ TEST(RunExample, IsACompleteRecoveryWhenThatIsTicked)
     person.Sees("Total items :");
     const Bytes log = FileBytes(to / "damaged Recovered/LogInformation.log");
     EXPECT_NE(TextOf(log).find(u"\r\nComplete recovery\r\n"), std::u16string::npos);
-    EXPECT_FALSE(CPerson::OnUi([&] { return desktop.App().Choices().settings.complete; }));
+    person.Answers("Information", "Total items :", "OK");
+    person.IsAtTheFrame();
+    EXPECT_TRUE(CPerson::WaitUntil(
+        [&] { return !CPerson::OnUi([&] { return desktop.App().Choices().settings.complete; }); }));
 }
 
 TEST(RunResponse, OfTheWindowsIsQuickWhileManyItemsComeBack)
