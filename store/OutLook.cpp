@@ -181,7 +181,7 @@ void COutLook::ScanCompletely(RunContext& run)
     m_recovery.WriteLog(kScanEntry);
     run.BeginPhase(5);
     m_recovery.WriteLog(kBlockEntry);
-    if (m_figures.nodes == 0 || m_figures.blocks == 0) {
+    if (m_figures.blocks == 0) {
         run.ShowError(kNotValid);
         run.state.failed = true;
     }

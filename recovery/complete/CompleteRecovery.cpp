@@ -63,11 +63,13 @@ void CCompleteRecovery::RecoverItems()
 /// False when the run was stopped.
 bool CCompleteRecovery::RecoverAll()
 {
-    const std::size_t passes = m_run.settings.smartScan ? 2 : 1;
+    // Where no node is left, what lies in blocks is all that there is.
+    const bool isSmart = m_run.settings.smartScan || m_source.nodes.Versions().empty();
+    const std::size_t passes = isSmart ? 2 : 1;
     const std::size_t all = m_source.nodes.Versions().size();
     if (!m_items.RecoverLive([&](std::size_t done) { ReportProgress(done / passes, kItemStep); }))
         return false;
-    if (!m_run.settings.smartScan)
+    if (!isSmart)
         return true;
     m_maker.Orphans();
     const auto passed = [&](std::size_t done) { ReportProgress((all + done) / passes, kItemStep); };

@@ -34,6 +34,25 @@ private:
 };
 
 constexpr std::array kTimeIds{format::pid::kMessageDeliveryTime, format::pid::kClientSubmitTime};
+constexpr std::uint32_t kAssociatedFlag = 0x40;  // of PidTagMessageFlags
+
+/// Of a row and of a message alike; 0 when there is too little to tell it by.
+template <class Time, class Text>
+std::uint64_t RowKey(const Time& timeOf, const Text& textOf, bool isAssociated)
+{
+    CHash hash;
+    bool isTimed = false;
+    for (const std::uint16_t id : kTimeIds) {
+        const std::vector<std::byte> time = isAssociated ? std::vector<std::byte>() : timeOf(id);
+        isTimed = isTimed || !time.empty();
+        hash.Put(time);
+    }
+    const std::u16string subject = textOf(format::pid::kSubject);
+    hash.Put(subject);
+    hash.Put(textOf(format::pid::kMessageClass));
+    hash.Put(isAssociated ? u"associated" : u"");
+    return (isTimed || isAssociated) && !subject.empty() ? hash.Value() : 0;
+}
 
 }  // namespace
 
@@ -41,41 +60,21 @@ std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
 {
     constexpr std::size_t kLongestKey = 1024;
     CHash hash;
-    if (const auto key = message.Bytes(format::pid::kSearchKey, kLongestKey); !key.empty()) {
-        hash.Put(key);
-        return hash.Value();
-    }
     bool isKnown = false;
+    // A mail sent to oneself lies there twice, with one search key.
     for (const std::uint16_t id : kTimeIds) {
         const auto time = message.Bytes(id, sizeof(std::uint64_t));
         isKnown = isKnown || !time.empty();
         hash.Put(time);
     }
+    if (const auto key = message.Bytes(format::pid::kSearchKey, kLongestKey); !key.empty()) {
+        hash.Put(key);
+        return hash.Value();
+    }
     hash.Put(TextOf(message, format::pid::kSubject, text));
     hash.Put(TextOf(message, format::pid::kSenderName, text));
     return isKnown ? hash.Value() : 0;
 }
-
-namespace {
-
-/// Of a row and of a message alike; 0 when there is too little to tell it by.
-template <class Time, class Text>
-std::uint64_t RowKey(const Time& timeOf, const Text& textOf)
-{
-    CHash hash;
-    bool isTimed = false;
-    for (const std::uint16_t id : kTimeIds) {
-        const std::vector<std::byte> time = timeOf(id);
-        isTimed = isTimed || !time.empty();
-        hash.Put(time);
-    }
-    const std::u16string subject = textOf(format::pid::kSubject);
-    hash.Put(subject);
-    hash.Put(textOf(format::pid::kMessageClass));
-    return isTimed && !subject.empty() ? hash.Value() : 0;
-}
-
-}  // namespace
 
 void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unordered_set<std::uint32_t>& lost,
                     const CItemText& text)
@@ -87,7 +86,9 @@ void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unorder
             const auto* const column = table.Info().FindId(id);
             return column == nullptr ? std::vector<std::byte>() : table.Cell(row, *column).bytes;
         };
-        const auto key = RowKey(time, [&](std::uint16_t id) { return TextOf(table, row, id, text); });
+        const bool isAssociated = (folder & ListedItem::kAssociated) != 0;
+        const auto key = RowKey(
+            time, [&](std::uint16_t id) { return TextOf(table, row, id, text); }, isAssociated);
         if (key == 0)
             return true;
         const auto [at, isNew] = m_rows.try_emplace(key, ListedItem{row.id, folder});
@@ -100,7 +101,9 @@ void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unorder
 std::optional<ListedItem> CLostRows::Take(CFoundObject& message, const CItemText& text)
 {
     const auto time = [&](std::uint16_t id) { return message.Bytes(id, sizeof(std::uint64_t)); };
-    const auto key = RowKey(time, [&](std::uint16_t id) { return TextOf(message, id, text); });
+    const bool isAssociated = (message.Number(format::pid::kMessageFlags).value_or(0) & kAssociatedFlag) != 0;
+    const auto key = RowKey(
+        time, [&](std::uint16_t id) { return TextOf(message, id, text); }, isAssociated);
     const auto at = m_rows.find(key);
     if (key == 0 || at == m_rows.end() || !at->second)
         return std::nullopt;

@@ -160,7 +160,7 @@ void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
     const ItemPlace place{folder.account,
                           {found.nid, WithoutPrefixMark(TextOf(message, format::pid::kSubject, text)),
                            TextOf(message, format::pid::kMessageClass, text), isAssociated}};
-    if (m_run.settings.smartScan)
+    if (m_run.settings.smartScan || m_source.nodes.Versions().empty())
         m_identities.insert(IdentityOf(message, text));
     Outcome outcome = Outcome::Lost;
     Guarded([&] {

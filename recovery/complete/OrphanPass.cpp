@@ -53,9 +53,9 @@ void COrphanPass::Recover(const store::complete::OrphanMessage& orphan)
     CFoundObject message(m_blocks, orphan.reference);
     const bool isOpen = message.Open();
     const CItemText text(m_pages.PagesOf(message));
-    if (isOpen && m_items.IsKnown(message, text))
-        return;
     const auto row = isOpen ? m_lostRows.Take(message, text) : std::nullopt;
+    if (!row && isOpen && m_items.IsKnown(message, text))
+        return;
     const MadeFolder* folder = row ? m_maker.Find(row->Folder()) : nullptr;
     CItemPass::Found found{.message = message};
     if (folder != nullptr) {

@@ -73,6 +73,7 @@ bool CSourceFolders::Collect(const std::function<bool(std::size_t)>& proceed)
     FindParents();
     if (!AddFolders(proceed))
         return false;
+    CompleteFromTables();
     FindRoot();
     DropEmptyOutsiders();
     for (FolderRecord& record : m_records)
@@ -168,8 +169,6 @@ void CSourceFolders::AddFolder(std::span<const NodeVersion> versions)
     m_found.emplace(newest.nid, found);
     if (newest.nid == format::nids::kRootFolder.value)
         return;
-    if (record.name.empty())
-        record.name = NameFromTables(newest.nid, record.parentId);
     m_records.push_back(std::move(record));
 }
 
@@ -197,41 +196,67 @@ void CSourceFolders::ReadTable(std::uint32_t table, std::uint32_t folder)
     }
 }
 
-/// The name that the parent's table of folders gives to one whose own properties are lost.
-std::u16string CSourceFolders::NameFromTables(std::uint32_t folder, std::uint32_t parent)
+/// What the tables of folders say of those whose own properties are lost.
+void CSourceFolders::CompleteFromTables()
 {
-    std::u16string name;
-    for (const NodeVersion& version :
-         m_source.nodes.VersionsOf(TableOf(parent, NidType::HierarchyTable).value)) {
-        CFoundTable table(m_blocks, ReferenceOf(m_source, version));
-        if (!table.Open())
-            continue;
-        CFoundObject none(m_blocks, {});
-        const CItemText text(m_pages.PagesOf(none));
-        table.ForEachRow([&](const FoundRow& row) {
-            if (row.id == folder)
-                name = TextOf(table, row, format::pid::kDisplayName, text);
-            return row.id != folder;
-        });
-        if (!name.empty())
-            return name;
+    std::unordered_map<std::uint32_t, FolderRecord> wanted;
+    for (const std::uint32_t parent : m_parents) {
+        const bool isLost = IsFolder(parent) && parent != format::nids::kRootFolder.value;
+        if (isLost && m_source.nodes.VersionsOf(parent).empty())
+            wanted.emplace(parent, FolderRecord{parent, 0, {}, {}});
     }
-    return std::u16string(kNamelessFolder);
+    for (const FolderRecord& record : m_records) {
+        if (record.name.empty())
+            wanted.emplace(record.nodeId, record);
+    }
+    std::erase_if(m_records, [](const FolderRecord& record) { return record.name.empty(); });
+    for (const NodeVersion& version : m_source.nodes.Versions()) {
+        if (!wanted.empty() && Nid{version.nid}.Type() == NidType::HierarchyTable)
+            ReadHierarchy(version, wanted);
+    }
+    for (auto& [nid, record] : wanted) {
+        if (record.name.empty())
+            record.name = kNamelessFolder;
+        if (m_found.try_emplace(nid).second)
+            ReadTables(nid);
+        m_records.push_back(std::move(record));
+    }
+    std::ranges::sort(m_records, {}, &FolderRecord::nodeId);
 }
 
+void CSourceFolders::ReadHierarchy(const NodeVersion& version,
+                                   std::unordered_map<std::uint32_t, FolderRecord>& wanted)
+{
+    CFoundTable table(m_blocks, ReferenceOf(m_source, version));
+    if (!table.Open())
+        return;
+    CFoundObject none(m_blocks, {});
+    const CItemText text(m_pages.PagesOf(none));
+    table.ForEachRow([&](const FoundRow& row) {
+        const auto at = wanted.find(row.id);
+        if (at == wanted.end() || !at->second.name.empty())
+            return true;
+        at->second.name = TextOf(table, row, format::pid::kDisplayName, text);
+        at->second.containerClass = TextOf(table, row, format::pid::kContainerClass, text);
+        if (at->second.parentId == 0)
+            at->second.parentId = TableOf(version.nid, NidType::NormalFolder).value;
+        return true;
+    });
+}
+
+/// Of folders with such a name the one with the most folders: a mailbox has one for public folders too.
 void CSourceFolders::FindRoot()
 {
-    const auto isFolder = [&](std::uint32_t nid) { return m_found.contains(nid); };
-    if (m_root != 0 && isFolder(m_root))
+    if (m_root != 0 && m_found.contains(m_root))
         return;
+    std::unordered_map<std::uint32_t, std::size_t> children;
+    for (const FolderRecord& record : m_records)
+        ++children[record.parentId];
     m_root = 0;
-    for (const std::u16string_view name : kRootNames) {
-        for (const FolderRecord& record : m_records) {
-            if (record.name == name) {
-                m_root = record.nodeId;
-                return;
-            }
-        }
+    for (const FolderRecord& record : m_records) {
+        const bool isNamed = std::ranges::find(kRootNames, record.name) != kRootNames.end();
+        if (isNamed && (m_root == 0 || children[record.nodeId] > children[m_root]))
+            m_root = record.nodeId;
     }
 }
 

@@ -70,7 +70,9 @@ private:
     void DropEmptyOutsiders();
     void ReadTables(std::uint32_t folder);
     void ReadTable(std::uint32_t table, std::uint32_t folder);
-    std::u16string NameFromTables(std::uint32_t folder, std::uint32_t parent);
+    void CompleteFromTables();
+    void ReadHierarchy(const store::complete::NodeVersion& version,
+                       std::unordered_map<std::uint32_t, FolderRecord>& wanted);
 
     store::complete::CScannedSource& m_source;
     store::complete::CSourceBlocks& m_blocks;

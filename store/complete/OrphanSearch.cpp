@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <unordered_map>
 
 #include "format/Block.h"
 #include "format/Ids.h"
@@ -64,6 +65,9 @@ private:
     bool IsOwnAttachment(const Subnode& subnode) const;
     void Match();
     Tree* BestTree(const Context& context);
+    Tree* NearbyTree(const Context& context);
+    Tree* TreeOfValues(const Context& context);
+    bool Fits(const Context& context, const Tree& tree) const;
     std::optional<std::uint64_t> Distance(const Context& context, Tree& tree);
     std::uint64_t BytesBelow(std::uint64_t bidSub, bool isAtHome, unsigned level);
     std::vector<OrphanMessage> Result() const;
@@ -74,7 +78,8 @@ private:
     CReferences m_references;
     std::optional<CReferences> m_ofNodes;  ///< as it was when the nodes alone were marked
     std::vector<Context> m_contexts;
-    std::vector<Tree> m_trees;  ///< by BID
+    std::vector<Tree> m_trees;                                           ///< by BID
+    std::unordered_multimap<std::uint32_t, std::size_t> m_treesByValue;  ///< by the ids of value subnodes
     std::size_t m_subnodesLeft = 0;
 };
 
@@ -189,6 +194,10 @@ void COrphanSearch::Match()
         return a.valueNids.size() > b.valueNids.size();
     };
     std::stable_sort(m_contexts.begin(), m_contexts.end(), needsMore);
+    for (std::size_t i = 0; i < m_trees.size(); ++i) {
+        for (const std::uint32_t nid : m_trees[i].valueNids)
+            m_treesByValue.emplace(nid, i);
+    }
     constexpr std::size_t kMostSubnodes = 10'000'000;
     m_subnodesLeft = kMostSubnodes;
     for (Context& context : m_contexts) {
@@ -203,6 +212,12 @@ void COrphanSearch::Match()
 
 Tree* COrphanSearch::BestTree(const Context& context)
 {
+    Tree* const nearby = NearbyTree(context);
+    return nearby != nullptr ? nearby : TreeOfValues(context);
+}
+
+Tree* COrphanSearch::NearbyTree(const Context& context)
+{
     // A message is written at once: its blocks have BIDs that are not far from each other.
     constexpr std::uint64_t kFarthest = 4096;
     const std::uint64_t bid = context.reference.bidData;
@@ -210,8 +225,6 @@ Tree* COrphanSearch::BestTree(const Context& context)
     Tree* best = nullptr;
     std::uint64_t bestDistance = std::numeric_limits<std::uint64_t>::max();
     for (; at != m_trees.end() && at->bid <= bid + kFarthest; ++at) {
-        if (at->isTaken || at->isAtHome != context.reference.isAtHome)
-            continue;
         const auto distance = Distance(context, *at);
         if (distance && *distance < bestDistance) {
             bestDistance = *distance;
@@ -221,14 +234,35 @@ Tree* COrphanSearch::BestTree(const Context& context)
     return best;
 }
 
+/// A tree that stayed when its message was written anew lies anywhere, but has the values' subnodes, whose
+/// ids hardly any other message has. The newest one fits best.
+Tree* COrphanSearch::TreeOfValues(const Context& context)
+{
+    Tree* best = nullptr;
+    if (context.valueNids.empty())
+        return best;
+    const auto [begin, end] = m_treesByValue.equal_range(context.valueNids.front());
+    for (auto at = begin; at != end; ++at) {
+        Tree& tree = m_trees[at->second];
+        if (Fits(context, tree) && (best == nullptr || tree.bid > best->bid))
+            best = &tree;
+    }
+    return best;
+}
+
+bool COrphanSearch::Fits(const Context& context, const Tree& tree) const
+{
+    return !tree.isTaken && tree.isAtHome == context.reference.isAtHome &&
+           context.hasAttachments == tree.hasAttachments &&
+           std::ranges::includes(context.valueNids, tree.valueNids) &&
+           std::ranges::includes(tree.nids, context.valueNids);
+}
+
 /// How far a tree is from being the context's; nothing when it cannot be. One of the stated size is nearer
 /// than any other.
 std::optional<std::uint64_t> COrphanSearch::Distance(const Context& context, Tree& tree)
 {
-    const bool fits = std::ranges::includes(context.valueNids, tree.valueNids) &&
-                      std::ranges::includes(tree.nids, context.valueNids) &&
-                      context.hasAttachments == tree.hasAttachments;
-    if (!fits)
+    if (!Fits(context, tree))
         return std::nullopt;
     if (!tree.isCounted) {
         tree.bytes = BytesBelow(tree.bid, tree.isAtHome, 0);
