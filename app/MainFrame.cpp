@@ -232,10 +232,9 @@ void CMainFrame::ShowRunBox(const QString& text, const QString& caption, QMessag
     ShowBox(this, text, caption, icon);
 }
 
-void CMainFrame::ShowCompletion(const recovery::SummaryCounts& counts,
-                                const std::filesystem::path& outputFolder)
+void CMainFrame::ShowCompletion(const RunResult& result)
 {
-    CSuccessfullyRecoveredDlg(this, m_app.Host(), counts, outputFolder).exec();
+    CSuccessfullyRecoveredDlg(this, m_app.Host(), result).exec();
 }
 
 void CMainFrame::RunIsOver(const std::filesystem::path& store)

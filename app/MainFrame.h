@@ -83,8 +83,7 @@ private:
     void ShowPercent(unsigned percent) override;
     void EndProgress() override;
     void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) override;
-    void ShowCompletion(const recovery::SummaryCounts& counts,
-                        const std::filesystem::path& outputFolder) override;
+    void ShowCompletion(const RunResult& result) override;
     void ShowRecovered(const RunPreview& recovered) override;
     void ClearList() override;
     void ShowCounts(const recovery::SummaryCounts& counts) override;

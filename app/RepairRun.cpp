@@ -150,7 +150,12 @@ void CRepairRun::Conclude()
         TellOfOutput("The new store cannot be opened: ");
         return;
     }
-    OnWindows([&] { m_windows.ShowCompletion(counts, m_state->outputFolder); });
+    RunResult result{.counts = counts, .outputFolder = m_state->outputFolder};
+    if (const auto& account = m_recovery.Account()) {
+        result.account = account->Total();
+        result.report = m_state->outputFolder / recovery::complete::kReportFileName;
+    }
+    OnWindows([&] { m_windows.ShowCompletion(result); });
 }
 
 void CRepairRun::TellOfOutput(const char* text)

@@ -29,6 +29,15 @@ struct RunPreview {
     std::vector<Message> messages;
 };
 
+/// What a run that has ended well has brought.
+struct RunResult {
+    recovery::SummaryCounts counts;
+    std::filesystem::path outputFolder;
+    /// Of a complete recovery: all folders, and where its report lies.
+    std::optional<recovery::complete::ItemCounts> account = std::nullopt;
+    std::filesystem::path report = {};
+};
+
 /// The windows that show a run. Everything is called on their thread; the run waits meanwhile.
 class IRunWindows {
 public:
@@ -43,8 +52,7 @@ public:
     /// The items of the new store have been counted.
     virtual void ShowCounts(const recovery::SummaryCounts& counts) = 0;
     virtual void ShowRunBox(const QString& text, const QString& caption, QMessageBox::Icon icon) = 0;
-    virtual void ShowCompletion(const recovery::SummaryCounts& counts,
-                                const std::filesystem::path& outputFolder) = 0;
+    virtual void ShowCompletion(const RunResult& result) = 0;
     /// The last call of a run; another one may be started from now on. `store`: the new store; empty when
     /// there is none to look at.
     virtual void RunIsOver(const std::filesystem::path& store) = 0;
@@ -96,7 +104,7 @@ private:
     std::unique_ptr<recovery::CRunSummary> m_summary;
     bool m_completed = false;
     bool m_isOutputLost = false;  ///< the user has been told that the new store cannot be opened
-    RunPreview m_collected;  ///< not shown yet
+    RunPreview m_collected;       ///< not shown yet
     std::chrono::steady_clock::time_point m_shown;
     std::atomic<bool> m_silent{false};
     std::thread m_worker;

@@ -31,9 +31,7 @@ QLayout* Line(std::initializer_list<QWidget*> widgets)
 
 }  // namespace
 
-CSuccessfullyRecoveredDlg::CSuccessfullyRecoveredDlg(QWidget* parent, IHost& host,
-                                                     const recovery::SummaryCounts& counts,
-                                                     const std::filesystem::path& outputFolder)
+CSuccessfullyRecoveredDlg::CSuccessfullyRecoveredDlg(QWidget* parent, IHost& host, const RunResult& result)
     : QDialog(parent), m_host(host)
 {
     setObjectName(QStringLiteral("CSuccessfullyRecoveredDlg"));
@@ -49,8 +47,10 @@ CSuccessfullyRecoveredDlg::CSuccessfullyRecoveredDlg(QWidget* parent, IHost& hos
     grid->setSpacing(12);
     grid->addWidget(picture, 0, 0, Qt::AlignTop | Qt::AlignLeft);
     grid->addWidget(MakeHeading(), 0, 1);
-    grid->addWidget(MakeCounts(counts), 1, 1);
-    AddLinks(*grid, outputFolder);
+    grid->addWidget(MakeCounts(result.counts), 1, 1);
+    AddLinks(*grid, result.outputFolder);
+    if (result.account)
+        AddAccount(*grid, result);
     grid->addWidget(buttons, grid->rowCount(), 0, 1, 2);
     buttons->button(QDialogButtonBox::Ok)->setFocus();
 }
@@ -102,6 +102,27 @@ void CSuccessfullyRecoveredDlg::AddLinks(QGridLayout& grid, const std::filesyste
         Line({howTo,
               MakeBoldLabel(this, QStringLiteral(" to see the procedure for \"How to import PST file?\"."))}),
         3, 0, 1, 2);
+}
+
+/// What the source told of, and what of it came back.
+void CSuccessfullyRecoveredDlg::AddAccount(QGridLayout& grid, const RunResult& result)
+{
+    const recovery::complete::ItemCounts& account = *result.account;
+    const QString counts = QStringLiteral(
+                               "Complete recovery, hidden items included: %1 expected,\n%2 written, %3 of "
+                               "them in part; %4 lost.")
+                               .arg(account.expected)
+                               .arg(account.written)
+                               .arg(account.partial)
+                               .arg(account.lost);
+    QLabel* label = MakeLabel(this, counts);
+    label->setObjectName(QStringLiteral("account"));
+    QWidget* report =
+        MakeLink(QStringLiteral("report"), ShownPath(result.report), FileAddress(result.report));
+    grid.addWidget(label, 4, 0, 1, 2);
+    grid.addLayout(Line({MakeBoldLabel(this, QStringLiteral("What is missing stands in the ")), report,
+                         MakeBoldLabel(this, QStringLiteral("."))}),
+                   5, 0, 1, 2);
 }
 
 QWidget* CSuccessfullyRecoveredDlg::MakeLink(const QString& text, const QString& toolTip,

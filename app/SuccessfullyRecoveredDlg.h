@@ -3,7 +3,7 @@
 #include <QDialog>
 
 #include "app/Host.h"
-#include "recovery/RunSummary.h"
+#include "app/RepairRun.h"
 
 class QGridLayout;
 
@@ -15,13 +15,13 @@ class CSuccessfullyRecoveredDlg final : public QDialog {
 
 public:
     /// The host must outlive the dialog.
-    CSuccessfullyRecoveredDlg(QWidget* parent, IHost& host, const recovery::SummaryCounts& counts,
-                              const std::filesystem::path& outputFolder);
+    CSuccessfullyRecoveredDlg(QWidget* parent, IHost& host, const RunResult& result);
 
 private:
     QWidget* MakeHeading();
     QWidget* MakeCounts(const recovery::SummaryCounts& counts);
     void AddLinks(QGridLayout& grid, const std::filesystem::path& outputFolder);
+    void AddAccount(QGridLayout& grid, const RunResult& result);
     QWidget* MakeLink(const QString& text, const QString& toolTip, const QString& address);
 
     IHost& m_host;

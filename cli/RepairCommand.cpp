@@ -7,6 +7,7 @@
 #include "platform/RunState.h"
 #include "recovery/RecoveryPipeline.h"
 #include "recovery/RunSummary.h"
+#include "recovery/complete/AccountReport.h"
 
 #include <CLI/CLI.hpp>
 
@@ -128,6 +129,9 @@ void CRepairCommand::Repair(CommandContext& context, CRunDisplay& display, RunRe
             report.figures = engine.Figures();
         if (display.LastPhase() > kSetUpPhase)
             report.folders = recovery.Figures().folders;
+        report.account = recovery.Account();
+        if (report.account)
+            report.accountPath = ExistingOrEmpty(state.outputFolder / recovery::complete::kReportFileName);
         if (recovery.Failure())
             report.reason = ReasonText(*recovery.Failure());
     } catch (const std::exception& error) {

@@ -1,6 +1,7 @@
 #include "cli/RunReport.h"
 
 #include "cli/TerminalText.h"
+#include "platform/Text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -66,6 +67,55 @@ void AddSummary(Json& object, const std::optional<recovery::SummaryCounts>& summ
         object["items"][count.key] = (*summary).*count.value;
 }
 
+using recovery::complete::FolderAccount;
+using recovery::complete::ItemCounts;
+
+struct AccountColumn {
+    const char* name;
+    std::uint64_t ItemCounts::*value;
+};
+constexpr std::array kAccountColumns{
+    AccountColumn{"expected", &ItemCounts::expected}, AccountColumn{"found", &ItemCounts::found},
+    AccountColumn{"written", &ItemCounts::written},   AccountColumn{"partial", &ItemCounts::partial},
+    AccountColumn{"lost", &ItemCounts::lost},
+};
+
+void WriteAccountLine(std::ostream& out, const ItemCounts& counts, const std::string& name)
+{
+    for (const AccountColumn& column : kAccountColumns)
+        out << std::right << std::setw(9) << counts.*column.value;
+    out << "  " << name << '\n';
+}
+
+/// Folder by folder; hidden items count with the others.
+void WriteAccount(std::ostream& out, const recovery::complete::CAccount& account)
+{
+    out << "\nComplete recovery (hidden items included):\n";
+    for (const AccountColumn& column : kAccountColumns)
+        out << std::right << std::setw(9) << column.name;
+    out << "  folder\n";
+    for (const FolderAccount& folder : account.Folders()) {
+        ItemCounts counts = folder.items;
+        counts.Add(folder.associated);
+        if (counts.expected != 0)
+            WriteAccountLine(
+                out, counts,
+                folder.path.empty() ? "\\" : Printable(platform::ToUtf8(folder.path), LineBreaks::Escape));
+    }
+    WriteAccountLine(out, account.Total(), "in all");
+}
+
+void AddAccount(Json& object, const RunReport& report)
+{
+    object["report"] = PathOrNull(report.accountPath);
+    object["account"] = nullptr;
+    if (!report.account)
+        return;
+    const ItemCounts total = report.account->Total();
+    for (const AccountColumn& column : kAccountColumns)
+        object["account"][column.name] = total.*column.value;
+}
+
 }  // namespace
 
 void WriteText(std::ostream& out, const RunReport& report)
@@ -74,12 +124,16 @@ void WriteText(std::ostream& out, const RunReport& report)
         out << "Output: " << Printable(report.outputPath.native(), LineBreaks::Escape) << '\n';
     if (!report.logPath.empty())
         out << "Log:    " << Printable(report.logPath.native(), LineBreaks::Escape) << '\n';
+    if (!report.accountPath.empty())
+        out << "Report: " << Printable(report.accountPath.native(), LineBreaks::Escape) << '\n';
     if (report.summary) {
         out << '\n';
         for (const Count& count : kCounts)
             out << std::left << std::setw(14) << (std::string(count.label) + " :")
                 << (*report.summary).*count.value << '\n';
     }
+    if (report.account)
+        WriteAccount(out, *report.account);
     if (report.check) {
         out << "\nCheck:\n";
         WriteText(out, *report.check);
@@ -99,6 +153,7 @@ void WriteJson(std::ostream& out, const RunReport& report)
     object["log"] = PathOrNull(report.logPath);
     object["folders"] = report.folders ? Json(*report.folders) : Json(nullptr);
     AddSummary(object, report.summary);
+    AddAccount(object, report);
     AddFigures(object, report.figures);
     object["check"] = report.check ? Json::parse(JsonText(*report.check)) : Json(nullptr);
     out << object.dump(2, ' ', true, Json::error_handler_t::replace) << std::endl;

@@ -10,6 +10,7 @@
 #include "cli/CheckReport.h"
 #include "cli/RunStatus.h"
 #include "recovery/RunSummary.h"
+#include "recovery/complete/Account.h"
 #include "store/OutLook.h"
 
 namespace pastille::cli {
@@ -26,7 +27,10 @@ struct RunReport {
     std::optional<store::RunFigures> figures;        ///< once the source was recognised
     std::optional<std::uint64_t> folders;            ///< of the source, that exist in the new store
     std::optional<recovery::SummaryCounts> summary;  ///< when the new store could be counted
-    std::optional<CheckReport> check;                ///< of the new store, when that was asked for
+    /// Of a complete recovery, with the file that tells every loss.
+    std::optional<recovery::complete::CAccount> account;
+    std::filesystem::path accountPath;
+    std::optional<CheckReport> check;  ///< of the new store, when that was asked for
 };
 
 /// For people: where the result lies and what it holds.

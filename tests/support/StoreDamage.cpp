@@ -81,6 +81,13 @@ CStoreDamage& CStoreDamage::Insert(std::uint64_t offset, std::uint64_t count)
     return Write(offset, noise);
 }
 
+CStoreDamage& CStoreDamage::Remove(std::uint64_t offset, std::uint64_t count)
+{
+    const std::uint64_t end = m_file.Size();
+    Write(offset, Read(offset + count, end - offset - count));
+    return Truncate(end - count);
+}
+
 CStoreDamage& CStoreDamage::FlipRandomBits(std::size_t count, std::uint32_t seed)
 {
     std::mt19937 random(seed);
@@ -173,6 +180,15 @@ CStoreDamage& CStoreDamage::BreakSignatures(PlaceKind kind)
                                      ? place.offset + m_layout.signatureOffset
                                      : place.offset + place.extent - m_layout.blockTrailerSize + 2;
         FlipBits(at, 0x5A).FlipBits(at + 1, 0x5A);
+    }
+    return *this;
+}
+
+CStoreDamage& CStoreDamage::FlipPageSums()
+{
+    for (const StorePlace& place : m_directory.places) {
+        if (place.kind > PlaceKind::AMap && place.kind < PlaceKind::Data)
+            FlipBits(place.offset + m_layout.pageCrcOffset, 4);
     }
     return *this;
 }

@@ -27,6 +27,8 @@ public:
     CStoreDamage& ZeroRun(std::uint64_t size, unsigned percent, std::uint32_t seed);
     /// Moves everything from `offset` on by `count` bytes of noise.
     CStoreDamage& Insert(std::uint64_t offset, std::uint64_t count);
+    /// Takes `count` bytes out: everything behind them moves to the front.
+    CStoreDamage& Remove(std::uint64_t offset, std::uint64_t count);
     CStoreDamage& FlipRandomBits(std::size_t count, std::uint32_t seed);
 
     // The header.
@@ -47,6 +49,8 @@ public:
     CStoreDamage& DropOldNodePages();
     CStoreDamage& Drop(const std::string& name);
     CStoreDamage& BreakSignatures(PlaceKind kind);
+    /// One bit of the CRC in each page of both trees.
+    CStoreDamage& FlipPageSums();
     CStoreDamage& SetPageCount(PlaceKind kind, std::uint16_t count);
     /// Zeroes the trailers of all data blocks.
     CStoreDamage& DropBlockTrailers();

@@ -21,7 +21,7 @@ using format::NidType;
 using format::PropertyType;
 
 constexpr std::uint64_t kLargestValue = std::uint64_t{1} << 30;
-constexpr unsigned kDeepestMessage = 100;
+constexpr unsigned kDeepestMessage = 1100;
 constexpr unsigned kDeepestFolder = 300;
 constexpr std::uint32_t kMethodEmbedded = 5;
 
