@@ -16,6 +16,8 @@ namespace {
 
 namespace pid = format::pid;
 
+/// Few programs follow embedded messages deeper than this.
+constexpr unsigned kDeepestCommon = 128;
 /// Embedded messages below one another that are looked at; the deepest that ours writes is not far below.
 constexpr unsigned kDeepest = 1024;
 constexpr std::uint32_t kAssociatedFlag = 0x40;
@@ -127,10 +129,10 @@ public:
         while (!m_pending.empty()) {
             const Pending next = m_pending.back();
             m_pending.pop_back();
-            if (next.depth > kDeepest) {
+            if (next.depth == kDeepestCommon + 1)
                 m_run.Note(rules::kMessageNesting, *next.place);
+            if (next.depth > kDeepest)
                 continue;
-            }
             Check(next);
             TakeFound(*next.place, next.depth + 1);
         }

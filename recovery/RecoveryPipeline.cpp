@@ -1,5 +1,6 @@
 #include "recovery/RecoveryPipeline.h"
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -109,14 +110,21 @@ try {
     Fail(run, error);
 }
 
-/// Of the run as far as it came.
+/// Of the run as far as it came. A report that cannot be made does not spoil the store.
 void CRecoveryPipeline::ReportComplete(store::RunContext& run)
 {
     if (!m_complete)
         return;
-    m_account = m_complete->Account();
-    complete::WriteReport(run.fileSystem, run.state.outputFolder / complete::kReportFileName,
-                          complete::ReportText(*m_account, m_complete->Facts()));
+    bool isWritten = false;
+    try {
+        m_account = m_complete->Account();
+        isWritten = complete::WriteReport(run.fileSystem, run.state.outputFolder / complete::kReportFileName,
+                                          complete::ReportText(*m_account, m_complete->Facts()));
+    } catch (const std::exception&) {
+        m_account.reset();
+    }
+    if (!isWritten)
+        m_recovery.log.Write(u"\r\n\r\nThe report could not be written.");
     m_complete.reset();
 }
 

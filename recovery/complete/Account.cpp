@@ -13,12 +13,10 @@ void ItemCounts::Add(const ItemCounts& other)
     lost += other.lost;
 }
 
-std::size_t CAccount::FolderAt(std::u16string_view path, std::uint32_t node)
+std::size_t CAccount::AddFolder(std::u16string_view path, std::uint32_t node)
 {
-    const auto [at, isNew] = m_index.try_emplace(std::u16string(path), m_folders.size());
-    if (isNew)
-        m_folders.push_back({std::u16string(path), node, {}, {}, std::nullopt});
-    return at->second;
+    m_folders.push_back({std::u16string(path), node, {}, {}, std::nullopt});
+    return m_folders.size() - 1;
 }
 
 void CAccount::CountItem(std::size_t folder, bool isAssociated, Outcome outcome, bool isFound)

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "store/complete/SourceBlocks.h"
@@ -23,7 +22,7 @@ enum class Outcome : std::uint8_t {
 /// be opened in the source but not be written.
 struct ItemCounts {
     std::uint64_t expected = 0;
-    std::uint64_t found = 0;    ///< their properties could be read
+    std::uint64_t found = 0;    ///< something of them could be read
     std::uint64_t written = 0;  ///< into the new store, whole or partial
     std::uint64_t partial = 0;
     std::uint64_t lost = 0;
@@ -61,6 +60,7 @@ struct Loss {
         OlderVersion,  ///< nothing is missing, but the newest version could not be read
         Folder,        ///< its properties; the items come back
         UnknownItems,  ///< that the folder counts but of which nothing else tells
+        Names,         ///< of properties; the values come back under names that tell their ids
     };
     What what;
     std::size_t folder;  ///< of CAccount
@@ -68,16 +68,17 @@ struct Loss {
     std::optional<std::uint32_t> tag;  ///< of the property in the source
     std::u16string name;               ///< of the attachment
     std::optional<store::complete::SourceFault> fault;
-    std::uint64_t count = 1;  ///< of unknown items
+    std::uint64_t count = 1;  ///< of unknown items, of names
 };
 
 /// What a complete recovery expected, found, wrote and lost. Losses beyond kMostLosses are only counted.
 class CAccount {
 public:
     static constexpr std::size_t kMostLosses = 100'000;
+    static constexpr std::size_t kRoot = 0;  ///< the root's account, which is added first
 
-    /// The account of a folder of the new store; a new one when its path has none yet.
-    std::size_t FolderAt(std::u16string_view path, std::uint32_t node = 0);
+    /// A new account, for a folder of the new store. Two folders may show the same path.
+    std::size_t AddFolder(std::u16string_view path, std::uint32_t node = 0);
     FolderAccount& operator[](std::size_t folder) { return m_folders[folder]; }
     const std::vector<FolderAccount>& Folders() const { return m_folders; }
 
@@ -86,14 +87,17 @@ public:
     const std::vector<Loss>& Losses() const { return m_losses; }
     /// Losses that are not in the list.
     std::uint64_t MoreLosses() const { return m_moreLosses; }
+    /// An older or second copy of an item that came was not written.
+    void NoteLeftOut() { ++m_leftOut; }
+    std::uint64_t LeftOut() const { return m_leftOut; }
     /// Of all folders; associated items with the others.
     ItemCounts Total() const;
 
 private:
     std::vector<FolderAccount> m_folders;
-    std::unordered_map<std::u16string, std::size_t> m_index;
     std::vector<Loss> m_losses;
     std::uint64_t m_moreLosses = 0;
+    std::uint64_t m_leftOut = 0;
 };
 
 }  // namespace pastille::recovery::complete

@@ -47,6 +47,8 @@ const char* NameOf(Loss::What what)
             return "folder";
         case Loss::What::UnknownItems:
             return "unknown-items";
+        case Loss::What::Names:
+            return "property-names";
     }
     return "";
 }
@@ -175,6 +177,8 @@ std::string ReportText(const CAccount& account, const ReportFacts& facts)
     report["total"] = Counts(account.Total());
     report["attachments"] = facts.attachments;
     report["attachedMessages"] = facts.embeddedMessages;
+    report["copiesLeftOut"] = account.LeftOut();
+    report["damagedNodePages"] = facts.damagedNodePages;
     report["moreLosses"] = account.MoreLosses();
     // The lists go entry by entry: as one object they would take many times their text.
     std::string text = Dump(report, 2);

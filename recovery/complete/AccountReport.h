@@ -25,6 +25,7 @@ struct ReportFacts {
     bool isFinished = false;  ///< the run came to its end
     std::uint64_t attachments = 0;
     std::uint64_t embeddedMessages = 0;
+    std::uint64_t damagedNodePages = 0;  ///< of the source's node tree, that are there but not whole
 };
 
 /// The report as JSON (UTF-8), as docs/report.md describes it.

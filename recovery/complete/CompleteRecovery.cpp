@@ -27,7 +27,9 @@ CCompleteRecovery::CCompleteRecovery(store::RunContext& run, RecoveryRun& recove
     // What a file holds lies in it once; versions of an item may share much of it.
     constexpr std::uint64_t kMostRepeats = 16, kAlwaysAllowed = 1'000'000;
     m_allowance.Allow(kMostRepeats * m_source.file.Size() + kAlwaysAllowed);
-    m_messages.Allow(kMostRepeats * m_source.blocks.Records().size() + kAlwaysAllowed);
+    // Each attachment has a block of its own, and the versions of a message share what did not change.
+    const std::uint64_t blocks = m_source.blocks.Records().size();
+    m_messages.Allow(kMostRepeats * blocks, blocks);
 }
 
 void CCompleteRecovery::CollectFolders()
@@ -55,6 +57,8 @@ void CCompleteRecovery::RecoverItems()
     if (!RecoverAll())
         return;
     m_items.AccountForMissing();
+    if (!m_names.IsRead() && m_names.UnknownIds() != 0)
+        m_account.Add({Loss::What::Names, CAccount::kRoot, {}, {}, {}, {}, m_names.UnknownIds()});
     m_isFinished = true;
     m_run.ReportPercent(kWholePercent, kItemStep);
     m_maker.AnnounceAll();
@@ -74,7 +78,7 @@ bool CCompleteRecovery::RecoverAll()
     m_maker.Orphans();
     const auto passed = [&](std::size_t done) { ReportProgress((all + done) / passes, kItemStep); };
     return m_items.RecoverDeleted(passed) &&
-           COrphanPass(m_run, m_source, m_blocks, m_folders, m_maker, m_items, m_pages).Run();
+           COrphanPass(m_run, m_source, m_blocks, m_folders, m_maker, m_items, m_pages, m_account).Run();
 }
 
 void CCompleteRecovery::ReportProgress(std::size_t done, unsigned step)
@@ -92,9 +96,11 @@ ReportFacts CCompleteRecovery::Facts() const
             .type = m_source.type,
             .method = m_source.method,
             .smartScan = m_run.settings.smartScan,
-            .isFinished = m_isFinished,
+            .isFinished = m_isFinished && !m_run.state.failed,
             .attachments = m_messages.Attachments(),
-            .embeddedMessages = m_messages.EmbeddedMessages()};
+            .embeddedMessages = m_messages.EmbeddedMessages(),
+            .damagedNodePages = static_cast<std::uint64_t>(
+                std::ranges::count(m_source.nodes.Pages(), false, &store::complete::NodePage::isSound))};
 }
 
 }  // namespace pastille::recovery::complete

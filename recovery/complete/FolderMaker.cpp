@@ -23,7 +23,7 @@ MadeFolder CFolderMaker::Root()
     root.folder = m_recovery.output.store->GetRootFolder();
     root.whole = QueryInterface<IWholeFolder>(root.folder);
     root.containerClass = kMailFolderClass;
-    root.account = m_account.FolderAt({});
+    root.account = m_account.AddFolder({});
     return root;
 }
 
@@ -33,8 +33,10 @@ bool CFolderMaker::MakeAll()
     for (const FolderRecord& record : m_recovery.folders.Records()) {
         if (m_run.state.MustStop())
             return false;
-        if (m_source.IsRoot(record.nodeId))
+        if (m_source.IsRoot(record.nodeId)) {
+            TakeFacts(record, *m_root);
             continue;
+        }
         if (!Guarded([&] { Make(record); }))
             m_account.Add(
                 {Loss::What::Folder, m_root->account, {record.nodeId, {}, {}, false}, {}, record.name, {}});
@@ -54,20 +56,33 @@ void CFolderMaker::Make(const FolderRecord& record)
     made = MakeUnder(place, named.name, NewFolderType(named));
     made.id = record.nodeId;
     made.containerClass = record.containerClass;
-    made.account = m_account.FolderAt(made.path, record.nodeId);
+    made.account = m_account.AddFolder(made.path, record.nodeId);
+    ++m_recovery.figures.folders;
+    TakeFacts(record, made);
+}
+
+/// Its properties, and how many items it says that it has.
+void CFolderMaker::TakeFacts(const FolderRecord& record, const MadeFolder& made)
+{
     if (const SourceFolder* const source = m_source.Find(record.nodeId))
         m_account[made.account].statedItems = source->statedItems;
-    ++m_recovery.figures.folders;
     CopyProperties(record, made);
 }
 
 std::u16string CFolderMaker::FreeName(const std::u16string& parentPath, const std::u16string& name)
 {
-    constexpr unsigned kMostTries = 100'000;
-    std::u16string free = name;
-    for (unsigned number = 2; !m_namesTaken.emplace(parentPath, free).second && number < kMostTries; ++number)
-        free = name + platform::FromUtf8(" (" + std::to_string(number) + ")");
-    return free;
+    constexpr std::size_t kLongestSuffix = 16;
+    unsigned& next = m_nextNumbers[{parentPath, name}];
+    if (++next == 1 && m_namesTaken.emplace(parentPath, name).second)
+        return name;
+    for (;; ++next) {
+        if (next == 1)
+            continue;
+        const std::u16string suffix = platform::FromUtf8(" (" + std::to_string(next) + ")");
+        std::u16string free = name.substr(0, kLongestName - kLongestSuffix) + suffix;
+        if (m_namesTaken.emplace(parentPath, free).second)
+            return free;
+    }
 }
 
 MadeFolder CFolderMaker::MakeUnder(const MadeFolder& parent, std::u16string_view name, const Variant& type)
@@ -106,9 +121,8 @@ void CFolderMaker::CopyProperties(const FolderRecord& record, const MadeFolder& 
         lose(Loss::What::OlderVersion, std::optional<store::complete::SourceFault>(), {});
     const CItemText text(m_pages.PagesOf(object));
     m_properties.Copy(object, *made.whole, text,
-                      [&](format::PropertyTag tag, const std::optional<store::complete::SourceFault>& fault) {
-                          lose(Loss::What::Property, fault, tag.Value());
-                      });
+                      [&](format::PropertyTag tag, const std::optional<store::complete::SourceFault>& fault,
+                          bool) { lose(Loss::What::Property, fault, tag.Value()); });
     if (object.Fault())
         lose(Loss::What::Properties, object.Fault(), {});
 }
@@ -129,7 +143,7 @@ const MadeFolder& CFolderMaker::Own(std::optional<MadeFolder>& own, const MadeFo
     MadeFolder made = MakeUnder(parent, name, std::u16string(kMailFolderClass));
     made.id = id;
     made.containerClass = kMailFolderClass;
-    made.account = m_account.FolderAt(made.path);
+    made.account = m_account.AddFolder(made.path);
     m_run.frontEnd.Send(platform::FolderMessage{id, made.path, made.containerClass});
     own = std::move(made);
     return *own;

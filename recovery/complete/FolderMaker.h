@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -67,6 +68,7 @@ private:
     void Make(const FolderRecord& record);
     MadeFolder MakeUnder(const MadeFolder& parent, std::u16string_view name, const writer::Variant& type);
     std::u16string FreeName(const std::u16string& parentPath, const std::u16string& name);
+    void TakeFacts(const FolderRecord& record, const MadeFolder& made);
     void CopyProperties(const FolderRecord& record, const MadeFolder& made);
     const MadeFolder& Own(std::optional<MadeFolder>& own, const MadeFolder& parent, std::u16string_view name,
                           std::uint32_t id);
@@ -80,6 +82,7 @@ private:
     CAccount& m_account;
     std::unordered_map<std::uint32_t, MadeFolder> m_made;              ///< by node id
     std::set<std::pair<std::u16string, std::u16string>> m_namesTaken;  ///< of the source's, below a path
+    std::map<std::pair<std::u16string, std::u16string>, unsigned> m_nextNumbers;
     std::optional<MadeFolder> m_root, m_lostAndFound, m_orphans, m_deleted;
 };
 

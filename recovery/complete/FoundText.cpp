@@ -9,14 +9,12 @@ using format::PropertyType;
 
 std::u16string Decode(PropertyType type, std::span<const std::byte> bytes, const CItemText& text)
 {
-    switch (type) {
-        case PropertyType::String:
-            return format::WideText(bytes);
-        case PropertyType::String8:
-            return text.Decode(bytes);
-        default:
-            return {};
-    }
+    std::u16string decoded;
+    if (type == PropertyType::String)
+        decoded = format::WideText(bytes);
+    else if (type == PropertyType::String8)
+        decoded = text.Decode(bytes);
+    return decoded.substr(0, decoded.find(u'\0'));
 }
 
 }  // namespace

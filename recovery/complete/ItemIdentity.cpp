@@ -73,6 +73,7 @@ std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
     }
     hash.Put(TextOf(message, format::pid::kSubject, text));
     hash.Put(TextOf(message, format::pid::kSenderName, text));
+    hash.Put(message.Bytes(format::pid::kMessageSize));
     return isKnown ? hash.Value() : 0;
 }
 

@@ -12,6 +12,7 @@
 #include "platform/Text.h"
 #include "recovery/Guarded.h"
 #include "recovery/ItemClasses.h"
+#include "recovery/Texts.h"
 #include "recovery/complete/FoundText.h"
 #include "recovery/complete/ItemIdentity.h"
 #include "writer/OleDate.h"
@@ -26,6 +27,9 @@ using store::complete::CFoundTable;
 using store::complete::FoundRow;
 using store::complete::NodeVersion;
 using store::complete::SourceFault;
+
+/// Of a message whose own is lost.
+constexpr std::u16string_view kMailClass = u"IPM.Note";
 
 enum Cell : unsigned { kFromCell = 1, kToCell = 2, kSubjectCell = 3, kDateCell = 4 };
 
@@ -89,8 +93,12 @@ bool CItemPass::ForEachItem(const std::function<void(std::size_t)>& passed, bool
     ForEachNode(m_source.nodes, [&](std::span<const NodeVersion> versions) {
         const NodeVersion& newest = versions.front();
         const bool isThere = newest.isLive != 0 || m_folders.ListingOf(newest.nid);
-        if (isThere != isDeleted && IsItem(m_blocks, m_source, versions))
-            Recover(versions, isDeleted);
+        // Whatever an item does to this program costs that item and no other.
+        if (isThere != isDeleted)
+            Guarded([&] {
+                if (IsItem(m_blocks, m_source, versions))
+                    Recover(versions, isDeleted);
+            });
         done += versions.size();
         passed(done);
         return goesOn = !m_run.state.MustStop();
@@ -108,27 +116,59 @@ void CItemPass::Recover(std::span<const NodeVersion> versions, bool isDeleted)
             NoteFirst(fault, message.Fault());
             continue;
         }
+        const CItemText text(m_pages.PagesOf(message));
+        if (isDeleted && IsKnown(message, text)) {
+            m_account.NoteLeftOut();
+            return;
+        }
+        const std::uint64_t identity = IdentityOf(message, text);
         std::unique_ptr<CFoundObject> before;
+        // Where two stores lie in one file, a node id may stand for an item of each.
         const OlderVersion older = [&]() -> CFoundObject* {
             for (std::size_t next = i + 1; !before && next < versions.size(); ++next) {
                 before = std::make_unique<CFoundObject>(m_blocks, ReferenceOf(m_source, versions[next]));
-                if (!before->Open())
+                if (!before->Open() || IdentityOf(*before, text) != identity)
                     before.reset();
             }
             return before.get();
         };
-        const MadeFolder* const folder = isDeleted ? &m_maker.DeletedVersions() : FolderOf(versions);
-        CopyInto(folder != nullptr ? *folder : m_maker.LostAndFound(),
-                 {.message = message,
-                  .nid = newest.nid,
-                  .listedIn = isDeleted ? 0 : KnownFolder(versions),
-                  .isAssociated = IsAssociated(newest.nid),
-                  .isNewest = i == 0 && (isDeleted || newest.isLive != 0),
-                  .older = older});
+        CopyNode(
+            versions,
+            {.message = message, .isNewest = i == 0 && (isDeleted || newest.isLive != 0), .older = older},
+            isDeleted);
         return;
     }
-    if (!isDeleted)
+    if (!isDeleted && !RecoverWithoutContext(versions))
         m_unread.push_back({newest.nid, KnownFolder(versions), fault});
+}
+
+void CItemPass::CopyNode(std::span<const NodeVersion> versions, Found found, bool isDeleted)
+{
+    const MadeFolder* const folder = isDeleted ? &m_maker.DeletedVersions() : FolderOf(versions);
+    found.nid = versions.front().nid;
+    found.listedIn = isDeleted ? 0 : KnownFolder(versions);
+    found.isAssociated = IsAssociated(found.nid);
+    CopyInto(folder != nullptr ? *folder : m_maker.LostAndFound(), found);
+}
+
+/// An item whose property context is lost comes with its attachments and what its folder's table says of it.
+/// False when it has no attachments that are there.
+bool CItemPass::RecoverWithoutContext(std::span<const NodeVersion> versions)
+{
+    for (const NodeVersion& version : versions) {
+        CFoundObject message(m_blocks, ReferenceOf(m_source, version));
+        const auto subnodes = message.Subnodes().All();
+        const bool hasAttachments =
+            std::ranges::any_of(subnodes, [&](const store::complete::Subnode& subnode) {
+                return Nid{subnode.nid}.Type() == NidType::Attachment &&
+                       m_source.blocks.Find(subnode.reference.bidData, subnode.reference.isAtHome);
+            });
+        if (hasAttachments) {
+            CopyNode(versions, {.message = message}, false);
+            return true;
+        }
+    }
+    return false;
 }
 
 /// The folder that the node hangs under, else the one whose table lists it, else that of an older version.
@@ -160,14 +200,15 @@ void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
     const ItemPlace place{folder.account,
                           {found.nid, WithoutPrefixMark(TextOf(message, format::pid::kSubject, text)),
                            TextOf(message, format::pid::kMessageClass, text), isAssociated}};
-    if (m_run.settings.smartScan || m_source.nodes.Versions().empty())
-        m_identities.insert(IdentityOf(message, text));
     Outcome outcome = Outcome::Lost;
     Guarded([&] {
         const auto target = folder.whole->AddMessage(isAssociated);
         CopyFromRow(found.listedIn, found.nid, message, *target, text);
         outcome = m_messages.Copy(message, found.older, target, place);
     });
+    const bool isSmart = m_run.settings.smartScan || m_source.nodes.Versions().empty();
+    if (isSmart && outcome != Outcome::Lost)
+        m_identities.insert(IdentityOf(message, text));
     if (outcome == Outcome::Lost)
         m_account.Add({Loss::What::Item, folder.account, place.item, {}, {}, {}});
     else if (!isNewest)
@@ -192,20 +233,32 @@ bool CItemPass::IsKnown(CFoundObject& message, const CItemText& text) const
     return identity != 0 && m_identities.contains(identity);
 }
 
-/// The time of its last change stands in the row alone where a server keeps the item's own.
+/// The time of its last change stands in the row alone where a server keeps the item's own. Of a message that
+/// is lost but for its attachments the row is all that is known.
 void CItemPass::CopyFromRow(std::uint32_t folder, std::uint32_t nid, const CFoundObject& message,
                             writer::IWholeMessage& target, const CItemText& text)
 {
-    constexpr std::uint16_t kId = format::pid::kLastModificationTime;
-    if (folder == 0 || message.Find(kId) != nullptr)
+    constexpr std::uint16_t kTimeId = format::pid::kLastModificationTime;
+    const bool isAllLost = message.Records().empty();
+    if (isAllLost) {
+        target.SetProperty({format::pid::kSubject, format::PropertyType::String},
+                           StoredText(kPlaceholderSubject));
+        target.SetProperty({format::pid::kMessageClass, format::PropertyType::String},
+                           StoredText(kMailClass));
+    }
+    if (folder == 0 || (!isAllLost && message.Find(kTimeId) != nullptr))
         return;
     CFoundTable* const table = TableOf(folder, IsAssociated(nid));
     const auto row = table == nullptr ? std::nullopt : table->RowOf(nid);
-    const format::TableColumn* const column = row ? table->Info().FindId(kId) : nullptr;
-    if (column == nullptr)
+    if (!row)
         return;
-    auto value = table->Cell(*row, *column);
-    m_messages.Properties().CopyValue(column->tag, value, target, text, [](auto, const auto&) {});
+    const auto ignore = [](auto, const auto&, bool) {};
+    if (isAllLost) {
+        m_messages.Properties().CopyRow(*table, *row, target, text, ignore);
+    } else if (const format::TableColumn* const column = table->Info().FindId(kTimeId)) {
+        auto value = table->Cell(*row, *column);
+        m_messages.Properties().CopyValue(column->tag, value, target, text, ignore);
+    }
 }
 
 CFoundTable* CItemPass::TableOf(std::uint32_t folder, bool isAssociated)

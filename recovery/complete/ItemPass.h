@@ -56,7 +56,7 @@ public:
 
     /// A message to be copied.
     struct Found {
-        store::complete::CFoundObject& message;  ///< opened
+        store::complete::CFoundObject& message;  ///< opened; without properties when those are lost
         std::uint32_t nid = 0;                   ///< 0: it has no node
         std::uint32_t listedIn = 0;              ///< folder of the source whose table has its row; 0: none
         bool isAssociated = false;
@@ -82,6 +82,8 @@ private:
 
     bool ForEachItem(const std::function<void(std::size_t)>& passed, bool isDeleted);
     void Recover(std::span<const store::complete::NodeVersion> versions, bool isDeleted);
+    void CopyNode(std::span<const store::complete::NodeVersion> versions, Found found, bool isDeleted);
+    bool RecoverWithoutContext(std::span<const store::complete::NodeVersion> versions);
     void CopyFromRow(std::uint32_t folder, std::uint32_t nid, const store::complete::CFoundObject& message,
                      writer::IWholeMessage& target, const CItemText& text);
     store::complete::CFoundTable* TableOf(std::uint32_t folder, bool isAssociated);

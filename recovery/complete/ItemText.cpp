@@ -10,7 +10,7 @@ namespace {
 
 using platform::CCodePage;
 
-constexpr std::size_t kPieceBytes = 65'536;
+constexpr std::size_t kPieceBytes = std::size_t{1} << 18;
 
 /// True when no byte of the text was one that the code page leaves undefined.
 bool Fits(std::u16string_view text)
@@ -47,11 +47,18 @@ std::vector<const CCodePage*> CCodePages::PagesOf(const store::complete::CFoundO
     return pages;
 }
 
-const CCodePage& CItemText::PageFor(std::span<const std::byte> start) const
+const CCodePage& CItemText::PageFor(std::span<const std::byte> text, bool isAll) const
 {
     const CCodePage* const fallback = m_pages.back();
     for (const CCodePage* const page : m_pages) {
-        if (page == fallback || Fits(page->ToUtf16(start)))
+        if (page == fallback)
+            break;
+        std::u16string decoded;
+        platform::CTextDecoder decoder(*page);
+        decoder.Append(text, decoded);
+        if (isAll)
+            decoder.Finish(decoded);
+        if (Fits(decoded))
             return *page;
     }
     return *fallback;
@@ -83,24 +90,30 @@ bool CDecodedStream::Fill()
 {
     if (m_ended)
         return false;
-    std::vector<std::byte> piece(kPieceBytes);
-    piece.resize(m_below.Read(piece));
+    const std::vector<std::byte> piece = ReadPiece();
     m_units.clear();
-    if (!m_decoder) {
-        // A sequence that the piece's end has cut is no sign of another page.
-        constexpr std::size_t kLongestSequence = 4;
-        const std::size_t whole = piece.size() < kPieceBytes ? piece.size() : kPieceBytes - kLongestSequence;
-        m_decoder = std::make_unique<platform::CTextDecoder>(m_text.PageFor(std::span(piece).first(whole)));
-    }
-    if (piece.empty()) {
+    if (!m_decoder)
+        m_decoder = std::make_unique<platform::CTextDecoder>(m_text.PageFor(piece, m_ended));
+    m_decoder->Append(piece, m_units);
+    if (m_ended)
         m_decoder->Finish(m_units);
-        m_ended = true;
-    } else {
-        m_decoder->Append(piece, m_units);
-    }
     m_bytes = StoredText(m_units);
     m_at = 0;
     return true;
+}
+
+/// As long as a piece may be unless the text ends in it.
+std::vector<std::byte> CDecodedStream::ReadPiece()
+{
+    std::vector<std::byte> piece(kPieceBytes);
+    std::size_t done = 0;
+    while (done < piece.size() && !m_ended) {
+        const std::size_t got = m_below.Read(std::span(piece).subspan(done));
+        done += got;
+        m_ended = got == 0;
+    }
+    piece.resize(done);
+    return piece;
 }
 
 std::vector<std::byte> StoredText(std::u16string_view text)

@@ -43,8 +43,8 @@ public:
     std::u16string Decode(std::span<const std::byte> bytes) const;
     /// Stored form of the text, UTF-16LE. [MS-PST] 2.3.3.3
     std::vector<std::byte> DecodeStored(std::span<const std::byte> bytes) const;
-    /// The page for a long text that begins so.
-    const platform::CCodePage& PageFor(std::span<const std::byte> start) const;
+    /// The page of a text that is so, or that begins so; a character may be cut at its end then.
+    const platform::CCodePage& PageFor(std::span<const std::byte> text, bool isAll = true) const;
 
 private:
     std::vector<const platform::CCodePage*> m_pages;
@@ -58,6 +58,7 @@ public:
 
 private:
     bool Fill();
+    std::vector<std::byte> ReadPiece();
 
     platform::IByteStream& m_below;
     const CItemText& m_text;

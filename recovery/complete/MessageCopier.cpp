@@ -73,6 +73,7 @@ Outcome CMessageCopier::Copy(CFoundObject& message, const OlderVersion& older,
 {
     m_place = &place;
     m_isPartial = false;
+    m_leftOfMessage = m_mostOfMessage;
     m_open.clear();
     m_within.clear();
     const bool isSaved = Guarded([&] {
@@ -98,8 +99,8 @@ void CMessageCopier::CopyContents(CFoundObject& message, const OlderVersion& old
             holder = before;
         Lose(isReplaced ? Loss::What::OlderVersion : Loss::What::Attachments, {}, fault);
     }
-    CopyRecipients(*holder, target, text);
-    CopyAttachments(*holder, target, text);
+    CopyRecipients(*holder, older, target, text);
+    CopyAttachments(*holder, older, target, text);
     m_open.pop_back();
 }
 
@@ -108,13 +109,13 @@ void CMessageCopier::CopyProperties(CFoundObject& message, const OlderVersion& o
                                     writer::IWholeMessage& target, const CItemText& text)
 {
     std::unordered_set<std::uint16_t> lostIds;
-    m_properties.Copy(message, target, text, [&](PropertyTag tag, const std::optional<SourceFault>& fault) {
-        lostIds.insert(tag.id);
-        Lose(Loss::What::Property, {}, fault, tag.Value());
-    });
-    if (message.Records().empty())
-        target.SetProperty({format::pid::kSubject, PropertyType::String}, StoredText(kPlaceholderSubject));
-    if (message.Find(format::pid::kMessageClass) == nullptr)
+    m_properties.Copy(message, target, text,
+                      [&](PropertyTag tag, const std::optional<SourceFault>& fault, bool isPart) {
+                          if (!isPart)
+                              lostIds.insert(tag.id);
+                          Lose(Loss::What::Property, {}, fault, tag.Value());
+                      });
+    if (!message.Records().empty() && message.Find(format::pid::kMessageClass) == nullptr)
         target.SetProperty({format::pid::kMessageClass, PropertyType::String}, StoredText(kMailClass));
     if (message.Fault() || message.Records().empty())
         Lose(Loss::What::Properties, {}, message.Fault());
@@ -127,36 +128,44 @@ void CMessageCopier::CopyProperties(CFoundObject& message, const OlderVersion& o
         if (!isWanted || record.tag.type == PropertyType::Object)
             continue;
         auto value = before->Value(record);
-        if (m_properties.CopyValue(record.tag, value, target, text, [](PropertyTag, const auto&) {}))
+        if (m_properties.CopyValue(record.tag, value, target, text, [](PropertyTag, const auto&, bool) {}))
             Lose(Loss::What::OlderVersion, {}, std::nullopt, record.tag.Value());
     }
 }
 
-void CMessageCopier::CopyRecipients(CFoundObject& message, writer::IWholeMessage& target,
-                                    const CItemText& text)
+void CMessageCopier::CopyRecipients(CFoundObject& message, const OlderVersion& older,
+                                    writer::IWholeMessage& target, const CItemText& text)
 {
     const Subnode* const node = TableNode(message, format::nids::kRecipientTable);
     if (node == nullptr)
         return;
     CFoundTable table(m_blocks, node->reference);
-    if (!table.Open()) {
-        Lose(Loss::What::Recipients, {}, table.Fault());
+    if (table.Open()) {
+        CopyRows(table, target, text);
         return;
     }
+    CFoundObject* const before = older();
+    const Subnode* const prior =
+        before == nullptr ? nullptr : TableNode(*before, format::nids::kRecipientTable);
+    CFoundTable priorTable(m_blocks, prior == nullptr ? store::complete::NodeReference() : prior->reference);
+    const bool isReplaced = prior != nullptr && priorTable.Open();
+    Lose(isReplaced ? Loss::What::OlderVersion : Loss::What::Recipients, {}, table.Fault());
+    if (isReplaced)
+        CopyRows(priorTable, target, text);
+}
+
+void CMessageCopier::CopyRows(CFoundTable& recipients, writer::IWholeMessage& target, const CItemText& text)
+{
     std::size_t rows = 0;
-    table.ForEachRow([&](const FoundRow& row) {
-        ++rows;
-        Guarded([&] {
-            const auto recipient = target.AddRecipient();
-            m_properties.CopyRow(table, row, *recipient, text,
-                                 [&](PropertyTag tag, const std::optional<SourceFault>& fault) {
-                                     Lose(Loss::What::Recipients, {}, fault, tag.Value());
-                                 });
-        });
+    recipients.ForEachRow([&](const FoundRow& row) {
+        const auto lose = [&](PropertyTag tag, const std::optional<SourceFault>& fault, bool) {
+            Lose(Loss::What::Recipients, {}, fault, tag.Value());
+        };
+        rows += Guarded([&] { m_properties.CopyRow(recipients, row, *target.AddRecipient(), text, lose); });
         return true;
     });
-    if (table.Fault() || rows < table.IndexedRows().value_or(0))
-        Lose(Loss::What::Recipients, {}, table.Fault());
+    if (recipients.Fault() || rows < recipients.IndexedRows().value_or(0))
+        Lose(Loss::What::Recipients, {}, recipients.Fault());
 }
 
 /// In the order of the attachment table; then those that it does not have.
@@ -187,19 +196,20 @@ std::vector<std::uint32_t> CMessageCopier::AttachmentsInOrder(CFoundObject& mess
     return order;
 }
 
-void CMessageCopier::CopyAttachments(CFoundObject& message, writer::IWholeMessage& target,
-                                     const CItemText& text)
+void CMessageCopier::CopyAttachments(CFoundObject& message, const OlderVersion& older,
+                                     writer::IWholeMessage& target, const CItemText& text)
 {
     for (const std::uint32_t nid : AttachmentsInOrder(message, text)) {
-        if (m_attachmentsLeft == 0) {
+        if (m_attachmentsLeft == 0 || m_leftOfMessage == 0) {
             Lose(Loss::What::Attachments, {}, SourceFault{Reason::Limit, 0, std::nullopt});
             return;
         }
         --m_attachmentsLeft;
+        --m_leftOfMessage;
         // A message within a message within a message: no more than a pointer of each stays on the stack.
         const auto subnode = std::make_unique<Subnode>(*message.Subnodes().Find(nid));
         const std::size_t open = m_open.size(), within = m_within.size();
-        if (!Guarded([&] { CopyAttachment(*subnode, target, text); })) {
+        if (!Guarded([&] { CopyAttachment(*subnode, older, target, text); })) {
             Lose(Loss::What::Attachment, {}, std::nullopt);
             m_open.resize(open);
             m_within.resize(within);
@@ -207,25 +217,46 @@ void CMessageCopier::CopyAttachments(CFoundObject& message, writer::IWholeMessag
     }
 }
 
-void CMessageCopier::CopyAttachment(const Subnode& subnode, writer::IWholeMessage& target,
-                                    const CItemText& text)
+/// An attachment of which nothing can be read comes from the message's older version; nullptr when that has
+/// it neither.
+std::unique_ptr<CFoundObject> CMessageCopier::OpenAttachment(const Subnode& subnode,
+                                                             const OlderVersion& older)
 {
-    const auto attachment = std::make_unique<CFoundObject>(m_blocks, subnode.reference);
-    if (!attachment->Open()) {
-        Lose(Loss::What::Attachment, {}, attachment->Fault());
+    auto attachment = std::make_unique<CFoundObject>(m_blocks, subnode.reference);
+    if (attachment->Open())
+        return attachment;
+    const auto fault = attachment->Fault();
+    CFoundObject* const before = older();
+    const Subnode* const prior = before == nullptr ? nullptr : before->Subnodes().Find(subnode.nid);
+    attachment.reset();
+    if (prior != nullptr)
+        attachment = std::make_unique<CFoundObject>(m_blocks, prior->reference);
+    if (attachment && !attachment->Open())
+        attachment.reset();
+    Lose(attachment ? Loss::What::OlderVersion : Loss::What::Attachment, {}, fault);
+    return attachment;
+}
+
+void CMessageCopier::CopyAttachment(const Subnode& subnode, const OlderVersion& older,
+                                    writer::IWholeMessage& target, const CItemText& text)
+{
+    const auto attachment = OpenAttachment(subnode, older);
+    if (!attachment)
         return;
-    }
     const auto copy = target.AddAttachment();
     m_within.push_back(NameOf(*attachment, text));
     bool isWhole = true;
     m_properties.Copy(
-        *attachment, *copy, text, [&](PropertyTag tag, const std::optional<SourceFault>& fault) {
-            isWhole = isWhole && tag.id != kAttachData;
-            Lose(tag.id == kAttachData ? Loss::What::Content : Loss::What::Property, {}, fault, tag.Value());
+        *attachment, *copy, text, [&](PropertyTag tag, const std::optional<SourceFault>& fault, bool) {
+            const bool isContent = tag.id == kAttachData;
+            isWhole = isWhole && !isContent;
+            Lose(isContent ? Loss::What::Content : Loss::What::Property, {}, fault, tag.Value());
         });
-    if (attachment->Fault())
-        Lose(Loss::What::Properties, {}, attachment->Fault());
     const auto* const data = attachment->Find(kAttachData);
+    if (attachment->Fault()) {
+        isWhole = isWhole && data != nullptr;  // it may be what is missing
+        Lose(Loss::What::Properties, {}, attachment->Fault());
+    }
     if (data != nullptr && data->tag.type == PropertyType::Object)
         isWhole = CopyObject(*attachment, *data, *copy);
     for (std::size_t i = 0; !isWhole && i < kNameIds.size(); ++i) {
@@ -258,11 +289,13 @@ bool CMessageCopier::CopyObject(CFoundObject& attachment, const format::Property
     if (format::Nid{node->nid}.Type() == NidType::NormalMessage)
         return CopyEmbedded(*node, target);
     CNodeData data(m_blocks, node->reference.bidData, node->reference.isAtHome);
-    CNodeStream stream(data);
+    CNodeStream blocks(data);
+    CAllowedStream stream(blocks, m_properties.Allowance());
     target.SetObject(stream);
-    if (data.Fault())
+    const bool isWhole = !data.Fault() && !stream.IsCut();
+    if (!isWhole)
         Lose(Loss::What::Content, {}, data.Fault());
-    return !data.Fault();
+    return isWhole;
 }
 
 bool CMessageCopier::CopyEmbedded(const Subnode& subnode, writer::IWholeAttachment& target)

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,8 +41,13 @@ public:
     {
     }
 
-    /// Begins a run: how many attachments all messages together may have.
-    void Allow(std::uint64_t attachments) { m_attachmentsLeft = attachments; }
+    /// Begins a run: how many attachments all messages together may have, and how many one message with all
+    /// that is attached to it.
+    void Allow(std::uint64_t attachments, std::uint64_t ofMessage)
+    {
+        m_attachmentsLeft = attachments;
+        m_mostOfMessage = ofMessage;
+    }
     /// Copies a message and saves it. What of it cannot be read comes from its older version.
     /// Raises _com_error only when the file below the new store cannot be written.
     Outcome Copy(store::complete::CFoundObject& message, const OlderVersion& older,
@@ -56,14 +62,18 @@ private:
                       writer::IWholeMessage& target);
     void CopyProperties(store::complete::CFoundObject& message, const OlderVersion& older,
                         writer::IWholeMessage& target, const CItemText& text);
-    void CopyRecipients(store::complete::CFoundObject& message, writer::IWholeMessage& target,
-                        const CItemText& text);
-    void CopyAttachments(store::complete::CFoundObject& message, writer::IWholeMessage& target,
-                         const CItemText& text);
+    void CopyRecipients(store::complete::CFoundObject& message, const OlderVersion& older,
+                        writer::IWholeMessage& target, const CItemText& text);
+    void CopyRows(store::complete::CFoundTable& recipients, writer::IWholeMessage& target,
+                  const CItemText& text);
+    void CopyAttachments(store::complete::CFoundObject& message, const OlderVersion& older,
+                         writer::IWholeMessage& target, const CItemText& text);
     std::vector<std::uint32_t> AttachmentsInOrder(store::complete::CFoundObject& message,
                                                   const CItemText& text);
-    void CopyAttachment(const store::complete::Subnode& subnode, writer::IWholeMessage& target,
-                        const CItemText& text);
+    std::unique_ptr<store::complete::CFoundObject> OpenAttachment(const store::complete::Subnode& subnode,
+                                                                  const OlderVersion& older);
+    void CopyAttachment(const store::complete::Subnode& subnode, const OlderVersion& older,
+                        writer::IWholeMessage& target, const CItemText& text);
     bool CopyObject(store::complete::CFoundObject& attachment, const format::PropertyContextRecord& record,
                     writer::IWholeAttachment& target);
     bool CopyEmbedded(const store::complete::Subnode& subnode, writer::IWholeAttachment& target);
@@ -75,11 +85,13 @@ private:
     CCodePages& m_pages;
     CAccount& m_account;
     std::uint64_t m_attachmentsLeft = 0;
+    std::uint64_t m_mostOfMessage = 0;
     std::uint64_t m_attachments = 0;
     std::uint64_t m_embedded = 0;
     // Of the message that is being copied:
     const ItemPlace* m_place = nullptr;
     bool m_isPartial = false;
+    std::uint64_t m_leftOfMessage = 0;     ///< attachments
     std::vector<std::uint64_t> m_open;     ///< data BIDs of the messages around the innermost one
     std::vector<std::u16string> m_within;  ///< names of the attachments that they are
 };

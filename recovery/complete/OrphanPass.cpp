@@ -1,8 +1,10 @@
 #include "recovery/complete/OrphanPass.h"
 
 #include <unordered_set>
+#include <vector>
 
 #include "format/Ids.h"
+#include "format/PropertyIds.h"
 #include "recovery/Guarded.h"
 
 namespace pastille::recovery::complete {
@@ -12,11 +14,20 @@ using format::NidType;
 using store::complete::CFoundObject;
 using store::complete::CFoundTable;
 
+namespace {
+
+constexpr std::uint32_t kAssociatedFlag = 0x40;  // of PidTagMessageFlags
+
+}  // namespace
+
 bool COrphanPass::Run()
 {
     const auto proceed = [&] { return !m_run.state.MustStop(); };
-    const auto orphans = store::complete::FindOrphanMessages(m_source, m_blocks, proceed);
-    FindLostRows();
+    std::vector<store::complete::OrphanMessage> orphans;
+    Guarded([&] {
+        orphans = store::complete::FindOrphanMessages(m_source, m_blocks, proceed);
+        FindLostRows();
+    });
     for (const store::complete::OrphanMessage& orphan : orphans) {
         if (!proceed())
             return false;
@@ -54,10 +65,14 @@ void COrphanPass::Recover(const store::complete::OrphanMessage& orphan)
     const bool isOpen = message.Open();
     const CItemText text(m_pages.PagesOf(message));
     const auto row = isOpen ? m_lostRows.Take(message, text) : std::nullopt;
-    if (!row && isOpen && m_items.IsKnown(message, text))
+    if (!row && isOpen && m_items.IsKnown(message, text)) {
+        m_account.NoteLeftOut();
         return;
+    }
     const MadeFolder* folder = row ? m_maker.Find(row->Folder()) : nullptr;
     CItemPass::Found found{.message = message};
+    found.isAssociated =
+        isOpen && (message.Number(format::pid::kMessageFlags).value_or(0) & kAssociatedFlag) != 0;
     if (folder != nullptr) {
         found.nid = row->item;
         found.listedIn = row->Folder();

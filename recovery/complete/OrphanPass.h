@@ -16,14 +16,15 @@ public:
     /// All must outlive this object.
     COrphanPass(store::RunContext& run, store::complete::CScannedSource& source,
                 store::complete::CSourceBlocks& blocks, const CSourceFolders& folders, CFolderMaker& maker,
-                CItemPass& items, CCodePages& pages)
+                CItemPass& items, CCodePages& pages, CAccount& account)
         : m_run(run),
           m_source(source),
           m_blocks(blocks),
           m_folders(folders),
           m_maker(maker),
           m_items(items),
-          m_pages(pages)
+          m_pages(pages),
+          m_account(account)
     {
     }
 
@@ -42,6 +43,7 @@ private:
     CFolderMaker& m_maker;
     CItemPass& m_items;
     CCodePages& m_pages;
+    CAccount& m_account;
     CLostRows m_lostRows;
 };
 

@@ -16,7 +16,7 @@ using store::complete::FoundValue;
 using store::complete::SourceFault;
 
 /// Of several texts in one value.
-constexpr std::uint64_t kMostTextsBytes = 64u << 20;
+constexpr std::size_t kMostTextsBytes = 64u << 20;
 
 /// The type that a value has in the new store, whose texts are all UTF-16.
 PropertyType TargetType(PropertyType type)
@@ -38,6 +38,30 @@ bool IsText(PropertyTag tag)
            tag.id == format::pid::kHtml;
 }
 
+/// True for a text with a zero in it. In a damaged block that is what was zeroed with its sector.
+bool HasZeroUnit(PropertyType type, std::span<const std::byte> bytes)
+{
+    const std::size_t unit = type == PropertyType::String ? 2 : type == PropertyType::String8 ? 1 : 0;
+    for (std::size_t i = 0; unit != 0 && i + unit <= bytes.size(); i += unit) {
+        if (bytes[i] == std::byte{0} && bytes[i + unit - 1] == std::byte{0})
+            return true;
+    }
+    return false;
+}
+
+std::vector<std::byte> ReadAll(platform::IByteStream& stream, std::size_t mostBytes)
+{
+    std::vector<std::byte> bytes;
+    for (std::size_t got = 1; got != 0 && bytes.size() < mostBytes;) {
+        constexpr std::size_t kStep = 65'536;
+        const std::size_t done = bytes.size();
+        bytes.resize(std::min(done + kStep, mostBytes));
+        got = stream.Read(std::span(bytes).subspan(done));
+        bytes.resize(done + got);
+    }
+    return bytes;
+}
+
 /// The stored form of several texts; their damaged parts are not there.
 std::vector<std::byte> DecodeTexts(std::span<const std::byte> stored, const CItemText& text)
 {
@@ -55,11 +79,18 @@ void CPropertyCopier::Copy(store::complete::CFoundObject& from, writer::IPropert
                            const CItemText& text, const LossSink& lost)
 {
     for (const format::PropertyContextRecord& record : from.Records()) {
-        if (record.tag.type == PropertyType::Object)
+        if (record.tag.type == PropertyType::Object) {
+            if (record.tag.id != format::pid::kAttachDataBinary)
+                lost(record.tag, std::nullopt, false);
             continue;
+        }
         FoundValue value = from.Value(record);
+        if (from.Fault() && HasZeroUnit(record.tag.type, value.bytes)) {
+            value.isThere = false;
+            value.fault = from.Fault();
+        }
         if (!CopyValue(record.tag, value, to, text, lost))
-            lost(record.tag, value.fault);
+            lost(record.tag, value.fault, false);
     }
 }
 
@@ -67,10 +98,12 @@ void CPropertyCopier::CopyRow(store::complete::CFoundTable& table, const store::
                               writer::IPropertyTarget& to, const CItemText& text, const LossSink& lost)
 {
     for (const format::TableColumn& column : table.Info().columns) {
+        if (column.tag.id == format::pid::kLtpRowId || column.tag.id == format::pid::kLtpRowVer)
+            continue;
         FoundValue value = table.Cell(row, column);
         const bool isSet = value.isThere || value.fault;
         if (isSet && !CopyValue(column.tag, value, to, text, lost))
-            lost(column.tag, value.fault);
+            lost(column.tag, value.fault, false);
     }
 }
 
@@ -79,50 +112,47 @@ bool CPropertyCopier::CopyValue(PropertyTag tag, FoundValue& value, writer::IPro
 {
     if (!value.isThere)
         return false;
-    if (!m_allowance.Spend(value.Size())) {
+    if (!value.tree && !m_allowance.Spend(value.bytes.size())) {
         value.fault = SourceFault{SourceFault::Reason::Limit, 0, std::nullopt};
         return false;
     }
+    bool isWhole = true;
     const bool isSet = Guarded([&] {
         const PropertyTag target{m_names.TargetId(tag.id), TargetType(tag.type)};
-        if (value.tree)
-            SetTree(tag, target, *value.tree, to, text);
-        else
-            SetBytes(tag, target, value.bytes, to, text);
+        isWhole = value.tree ? SetTree(tag, target, *value.tree, to, text)
+                             : SetBytes(tag, target, value.bytes, to, text);
     });
-    if (isSet && value.tree && value.tree->Fault())
-        lost(tag, value.tree->Fault());
+    if (isSet && !isWhole)
+        lost(tag, value.tree ? value.tree->Fault() : std::nullopt, true);
     return isSet;
 }
 
-void CPropertyCopier::SetTree(PropertyTag tag, PropertyTag target, store::complete::CNodeData& tree,
+/// False when something of the value is missing.
+bool CPropertyCopier::SetTree(PropertyTag tag, PropertyTag target, store::complete::CNodeData& tree,
                               writer::IPropertyTarget& to, const CItemText& text)
 {
-    CNodeStream stream(tree, IsText(tag) ? CNodeStream::Holes::LeftOut : CNodeStream::Holes::Zeros);
+    CNodeStream blocks(tree, IsText(tag) ? CNodeStream::Holes::LeftOut : CNodeStream::Holes::Zeros);
+    CAllowedStream stream(blocks, m_allowance);
     if (tag.type == PropertyType::String8) {
         CDecodedStream decoded(stream, text);
         to.SetProperty(target, decoded);
     } else if (tag.type == PropertyType::MultipleString8) {
-        std::vector<std::byte> bytes(static_cast<std::size_t>(std::min(tree.Size(), kMostTextsBytes)));
-        std::size_t done = 0;
-        while (const std::size_t got = stream.Read(std::span(bytes).subspan(done)))
-            done += got;
-        bytes.resize(done);
-        to.SetProperty(target, DecodeTexts(bytes, text));
+        to.SetProperty(target, DecodeTexts(ReadAll(stream, kMostTextsBytes), text));
     } else {
         to.SetProperty(target, stream);
     }
+    return !tree.Fault() && !stream.IsCut();
 }
 
-void CPropertyCopier::SetBytes(PropertyTag tag, PropertyTag target, std::span<const std::byte> bytes,
+/// False for a value that the target has no place for; what a store keeps itself is no loss.
+bool CPropertyCopier::SetBytes(PropertyTag tag, PropertyTag target, std::span<const std::byte> bytes,
                                writer::IPropertyTarget& to, const CItemText& text)
 {
-    if (tag.type == PropertyType::String8)
-        to.SetProperty(target, text.DecodeStored(bytes));
-    else if (tag.type == PropertyType::MultipleString8)
-        to.SetProperty(target, DecodeTexts(bytes, text));
-    else
-        to.SetProperty(target, bytes);
+    const bool isKept = tag.type == PropertyType::String8 ? to.SetProperty(target, text.DecodeStored(bytes))
+                        : tag.type == PropertyType::MultipleString8
+                            ? to.SetProperty(target, DecodeTexts(bytes, text))
+                            : to.SetProperty(target, bytes);
+    return isKept || tag.id != format::pid::kContainerClass;
 }
 
 }  // namespace pastille::recovery::complete

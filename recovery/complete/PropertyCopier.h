@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 
+#include "recovery/complete/CopyAllowance.h"
 #include "recovery/complete/ItemText.h"
 #include "recovery/complete/PropertyNames.h"
 #include "store/complete/FoundTable.h"
@@ -11,24 +12,9 @@
 
 namespace pastille::recovery::complete {
 
-/// Told of a property that did not come over, or not whole.
-using LossSink = std::function<void(format::PropertyTag, const std::optional<store::complete::SourceFault>&)>;
-
-/// Bytes that a run may still copy. Any number of references in a damaged file may name the same blocks.
-class CCopyAllowance {
-public:
-    void Allow(std::uint64_t bytes) { m_left = bytes; }
-    bool Spend(std::uint64_t bytes)
-    {
-        if (bytes > m_left)
-            return false;
-        m_left -= bytes;
-        return true;
-    }
-
-private:
-    std::uint64_t m_left = 0;
-};
+/// Told of a property that did not come over, or only a part of it.
+using LossSink =
+    std::function<void(format::PropertyTag, const std::optional<store::complete::SourceFault>&, bool isPart)>;
 
 /// Brings properties of a source's objects over as they are: each with its type and bytes, named ones under
 /// the id that the new store has for their name, 8-bit texts as UTF-16.
@@ -49,13 +35,15 @@ public:
     /// One value. False when nothing of it came over; nothing is told then.
     bool CopyValue(format::PropertyTag tag, store::complete::FoundValue& value, writer::IPropertyTarget& to,
                    const CItemText& text, const LossSink& lost);
+    /// What all values of the run together may still take.
+    CCopyAllowance& Allowance() { return m_allowance; }
 
 private:
-    static void SetBytes(format::PropertyTag tag, format::PropertyTag target,
+    static bool SetBytes(format::PropertyTag tag, format::PropertyTag target,
                          std::span<const std::byte> bytes, writer::IPropertyTarget& to,
                          const CItemText& text);
-    static void SetTree(format::PropertyTag tag, format::PropertyTag target, store::complete::CNodeData& tree,
-                        writer::IPropertyTarget& to, const CItemText& text);
+    bool SetTree(format::PropertyTag tag, format::PropertyTag target, store::complete::CNodeData& tree,
+                 writer::IPropertyTarget& to, const CItemText& text);
 
     CPropertyNames& m_names;
     CCopyAllowance& m_allowance;

@@ -58,6 +58,7 @@ void CPropertyNames::Read(store::complete::CFoundObject& map)
     const auto guids = map.Bytes(namemap::kGuidStreamId, kMostStreamBytes);
     const auto entries = map.Bytes(namemap::kEntryStreamId, kMostStreamBytes);
     const auto strings = map.Bytes(namemap::kStringStreamId, kMostTextBytes);
+    m_isRead = m_isRead || !entries.empty();
     for (const NameId& record : DecodeNameIds(CByteView(entries))) {
         const std::uint32_t id = namemap::kFirstPropertyId + std::uint32_t{record.index};
         auto name = NameOf(record, CByteView(guids), CByteView(strings));
@@ -82,6 +83,7 @@ std::uint16_t CPropertyNames::TargetId(std::uint16_t sourceId)
     const std::uint16_t id = m_target->GetPropertyId(
         name != nullptr ? *name : PropertyName{propset::kPublicStrings, 0, UnknownName(sourceId)});
     m_ids.emplace(sourceId, id);
+    m_unknownIds += name == nullptr;
     return id;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -16,6 +17,10 @@ class CPropertyNames {
 public:
     /// Adds what a copy of the source's map says of ids that nothing is known of yet: the newest copy first.
     void Read(store::complete::CFoundObject& map);
+    /// A copy of the map was read that has something in it.
+    bool IsRead() const { return m_isRead; }
+    /// Ids that TargetId was asked for and that have no name.
+    std::size_t UnknownIds() const { return m_unknownIds; }
     /// The names go to this store.
     void SetTarget(writer::CRef<writer::IPropertyNames> target) { m_target = std::move(target); }
 
@@ -27,6 +32,8 @@ public:
 private:
     std::unordered_map<std::uint16_t, format::PropertyName> m_names;
     std::unordered_map<std::uint16_t, std::uint16_t> m_ids;
+    bool m_isRead = false;
+    std::size_t m_unknownIds = 0;
     writer::CRef<writer::IPropertyNames> m_target;
 };
 

@@ -9,6 +9,7 @@
 #include "format/Ids.h"
 #include "format/PropertyIds.h"
 #include "recovery/complete/FoundText.h"
+#include "recovery/complete/LostNameMap.h"
 
 namespace pastille::recovery::complete {
 namespace {
@@ -30,7 +31,7 @@ constexpr std::u16string_view kNamelessFolder = u"Unnamed Folder";
 /// Copies of the name map that are looked at.
 constexpr std::size_t kMostMapCopies = 16;
 /// Rows of all tables together: a damaged file may name one table any number of times.
-constexpr std::size_t kMostListed = 50'000'000;
+constexpr std::size_t kMostListed = 50'000'000, kFewestRowBytes = 8;
 
 Nid TableOf(std::uint32_t folder, NidType type)
 {
@@ -97,6 +98,11 @@ void CSourceFolders::ReadStore()
         if (copies++ < kMostMapCopies && map.Open())
             m_names.Read(map);
     }
+    if (const auto lost = m_names.IsRead() ? std::nullopt : FindLostNameMap(m_source, m_blocks)) {
+        CFoundObject map(m_blocks, *lost);
+        if (map.Open())
+            m_names.Read(map);
+    }
     for (const NodeVersion& version : m_source.nodes.VersionsOf(format::nids::kMessageStore.value)) {
         CFoundObject store(m_blocks, ReferenceOf(m_source, version));
         if (!store.Open())
@@ -151,6 +157,7 @@ void CSourceFolders::AddFolder(std::span<const NodeVersion> versions)
 {
     const NodeVersion& newest = versions.front();
     SourceFolder found;
+    found.properties = ReferenceOf(m_source, newest);
     FolderRecord record{newest.nid, newest.parent, {}, {}};
     for (const NodeVersion& version : versions) {
         CFoundObject object(m_blocks, ReferenceOf(m_source, version));
@@ -187,7 +194,8 @@ void CSourceFolders::ReadTable(std::uint32_t table, std::uint32_t folder)
         if (!rows.Open())
             continue;
         rows.ForEachRow([&](const FoundRow& row) {
-            if (m_listed.size() >= kMostListed)
+            if (m_listed.size() >=
+                std::min<std::uint64_t>(kMostListed, m_blocks.FileSize() / kFewestRowBytes))
                 return false;
             if (IsMessage(row.id))
                 m_listed.push_back({row.id, folder});
@@ -210,8 +218,10 @@ void CSourceFolders::CompleteFromTables()
             wanted.emplace(record.nodeId, record);
     }
     std::erase_if(m_records, [](const FolderRecord& record) { return record.name.empty(); });
+    std::unordered_set<std::uint64_t> read;
     for (const NodeVersion& version : m_source.nodes.Versions()) {
-        if (!wanted.empty() && Nid{version.nid}.Type() == NidType::HierarchyTable)
+        if (!wanted.empty() && Nid{version.nid}.Type() == NidType::HierarchyTable &&
+            read.insert(version.bidData).second)
             ReadHierarchy(version, wanted);
     }
     for (auto& [nid, record] : wanted) {
@@ -266,7 +276,9 @@ void CSourceFolders::DropEmptyOutsiders()
     std::unordered_map<std::uint32_t, std::uint32_t> parents;
     for (const FolderRecord& record : m_records)
         parents.emplace(record.nodeId, record.parentId);
-    std::unordered_set<std::uint32_t> kept, wanted;
+    std::unordered_set<std::uint32_t> kept, wanted, listed;
+    for (const ListedItem& item : m_listed)
+        listed.insert(item.Folder());
     const auto keepUpward = [&](std::uint32_t nid) {
         for (auto at = parents.find(nid); at != parents.end(); at = parents.find(nid)) {
             if (!wanted.insert(nid).second)
@@ -299,7 +311,7 @@ void CSourceFolders::DropEmptyOutsiders()
             isOutsider[nid] = isOutside;
         if (!isOutside || m_root == 0)
             kept.insert(record.nodeId);
-        if (m_holders.contains(record.nodeId))
+        if (m_holders.contains(record.nodeId) || listed.contains(record.nodeId))
             keepUpward(record.nodeId);
     }
     std::erase_if(m_records, [&](const FolderRecord& record) {

@@ -29,7 +29,7 @@ struct ListedItem {
 
 /// What is known of a folder of the source.
 struct SourceFolder {
-    store::complete::NodeReference properties;  ///< of the version that could be read; no BID: none could
+    store::complete::NodeReference properties;  ///< of the version that could be read, else of the newest
     bool isNewest = true;                       ///< that version is the live one
     std::optional<std::uint32_t> statedItems;   ///< PidTagContentCount
 };

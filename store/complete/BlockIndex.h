@@ -52,7 +52,6 @@ public:
     /// Orders the records and drops repeats; of one BID the first 64 in the file stay. What is appended later
     /// is not found until it is called again.
     void Finish();
-    void Clear() { std::vector<BlockRecord>().swap(m_records); }
 
     /// The block of a BID (bit 0 is not looked at): a sound one before a damaged one, then one that is at
     /// home as `atHome` says, as those are that a page at home (a page that has moved) means; then the first

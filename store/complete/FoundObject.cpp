@@ -109,8 +109,11 @@ const format::PropertyContextRecord* CFoundObject::Find(std::uint16_t id) const
 FoundValue CFoundObject::Value(const format::PropertyContextRecord& record)
 {
     const format::PropertyStorageRule rule = format::StorageRuleOf(record.tag.type);
-    if (!rule.isInlineInContext)
-        return m_heap.Value(record.tag, record.valueOrHnid);
+    if (!rule.isInlineInContext) {
+        FoundValue value = m_heap.Value(record.tag, record.valueOrHnid);
+        NoteFirst(m_fault, m_heap.Fault());
+        return value;
+    }
     FoundValue value;
     value.bytes.resize(sizeof record.valueOrHnid);
     format::StoreLE<std::uint32_t>(value.bytes, 0, record.valueOrHnid);

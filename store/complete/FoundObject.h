@@ -65,7 +65,8 @@ public:
     /// In stored order; of an id that stands twice only the first.
     std::span<const format::PropertyContextRecord> Records() const { return m_records; }
     const format::PropertyContextRecord* Find(std::uint16_t id) const;
-    /// What keeps the list of properties from being whole; after a failing Open why it failed.
+    /// What keeps the properties from being whole, as far as they have been read; after a failing Open why it
+    /// failed.
     const std::optional<SourceFault>& Fault() const { return m_fault; }
 
     FoundValue Value(const format::PropertyContextRecord& record);

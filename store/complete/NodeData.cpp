@@ -9,86 +9,42 @@ namespace pastille::store::complete {
 
 using Reason = SourceFault::Reason;
 
-namespace {
-
-/// More leaves than both levels of a tree have.
-constexpr std::size_t kMostLeaves = 1'100'000;
-
-}  // namespace
-
 CNodeData::CNodeData(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome)
-    : m_blocks(blocks), m_isAtHome(isAtHome)
+    : m_blocks(blocks), m_isAtHome(isAtHome), m_bid(bid)
 {
-    if (bid == 0)
-        return;
-    if (format::Bid{bid}.IsInternal()) {
-        AddTree(bid, 2);
-        m_size = std::min<std::uint64_t>(m_size, std::uint64_t{m_leaves.size()} * FullBlock());
+    if (format::Bid{bid}.IsInternal() && bid != 0) {
+        m_leaves = blocks.Leaves(bid, isAtHome);
+        m_fault = m_leaves->fault;
         return;
     }
-    m_leaves.push_back(bid);
-    if (const auto bytes = BlockAt(0))
-        m_size = bytes->size();
-}
-
-/// The most data bytes of a leaf.
-std::size_t CNodeData::FullBlock() const
-{
-    return m_blocks.Layout().largestBlock;
-}
-
-void CNodeData::AddTree(std::uint64_t bid, unsigned level)
-{
-    const SourceBlock block = m_blocks.Read(bid, m_isAtHome);
-    NoteFirst(m_fault, block.fault);
-    if (!block.bytes) {
-        AddMissing(block.fault, level);
-        return;
+    DataLeaves leaves;
+    if (bid != 0)
+        leaves.bids.push_back(bid);
+    m_leaves = std::make_shared<const DataLeaves>(leaves);
+    if (const auto bytes = BlockAt(0)) {
+        leaves.size = bytes->size();
+        leaves.known = m_leaf.storedSize;
+        m_leaves = std::make_shared<const DataLeaves>(std::move(leaves));
     }
-    const auto tree = format::CDataTreeBlock::Parse(m_blocks.Layout(), format::CByteView(*block.bytes));
-    if (!tree || tree->Level() > level) {
-        AddMissing(SourceFault{Reason::Structure, bid, std::nullopt}, level);
-        return;
-    }
-    if (level == 2)
-        m_size = tree->TotalSize();
-    for (std::size_t i = 0; i < tree->Count() && m_leaves.size() < kMostLeaves; ++i) {
-        const std::uint64_t child = tree->ChildAt(i);
-        if (tree->Level() == 2)
-            AddTree(child, 1);
-        else if (format::Bid{child}.IsInternal())
-            AddMissing(SourceFault{Reason::Structure, bid, std::nullopt}, 0);
-        else
-            m_leaves.push_back(child);
-    }
-}
-
-/// What is lost below a tree block inside a tree is a whole block's worth of leaves.
-void CNodeData::AddMissing(const std::optional<SourceFault>& fault, unsigned level)
-{
-    NoteFirst(m_fault, fault);
-    if (level == 2)
-        return;  // of the whole tree nothing is known
-    const std::size_t count = level == 0 ? 1 : format::DataTreeCapacity(m_blocks.Layout());
-    m_leaves.resize(std::min(m_leaves.size() + count, kMostLeaves));
 }
 
 format::SharedBytes CNodeData::BlockAt(std::size_t index)
 {
     m_leaf = {};
-    if (index >= m_leaves.size())
+    if (index >= BlockCount())
         return nullptr;
-    if (m_leaves[index] == 0)
+    const std::uint64_t bid = m_leaves->bids[index];
+    if (bid == 0)
         m_leaf.fault = m_fault ? *m_fault : SourceFault{Reason::BlockMissing, 0, std::nullopt};
     else
-        m_leaf = m_blocks.Read(m_leaves[index], m_isAtHome);
+        m_leaf = m_blocks.Read(bid, m_isAtHome);
     NoteFirst(m_fault, m_leaf.fault);
     return m_leaf.bytes;
 }
 
 std::size_t CNodeStream::Read(std::span<std::byte> into)
 {
-    while (m_at == (m_bytes ? m_bytes->size() : 0) && m_zeros == 0) {
+    while (m_at == m_end && m_zeros == 0) {
         if (!NextLeaf())
             return 0;
     }
@@ -98,7 +54,7 @@ std::size_t CNodeStream::Read(std::span<std::byte> into)
         m_zeros -= count;
         return count;
     }
-    const std::size_t count = std::min(into.size(), m_bytes->size() - m_at);
+    const std::size_t count = std::min(into.size(), m_end - m_at);
     std::copy_n(m_bytes->begin() + static_cast<std::ptrdiff_t>(m_at), count, into.begin());
     m_at += count;
     return count;
@@ -107,27 +63,47 @@ std::size_t CNodeStream::Read(std::span<std::byte> into)
 bool CNodeStream::NextLeaf()
 {
     if (m_next == m_data.BlockCount())
-        return false;
+        return m_left == 0 ? false : End(Reason::Structure);
     const bool isLast = m_next + 1 == m_data.BlockCount();
     m_bytes = m_data.BlockAt(m_next++);
-    m_at = 0;
-    const std::uint64_t stored = std::max<std::uint64_t>(m_data.Leaf().storedSize, 1);
-    if (stored > m_storedLeft) {
-        NoteFirst(m_data.m_fault, SourceFault{Reason::Limit, 0, std::nullopt});
-        m_next = m_data.BlockCount();
-        m_bytes = nullptr;
-        return false;
-    }
-    m_storedLeft -= stored;
+    m_at = m_end = 0;
+    const std::uint64_t stored = m_data.Leaf().storedSize;
+    if (std::max<std::uint64_t>(stored, 1) > m_storedLeft)
+        return End(Reason::Limit);
+    m_storedLeft -= std::max<std::uint64_t>(stored, 1);
+    m_known -= std::min(m_known, stored);
     if (m_bytes) {
-        m_left -= std::min<std::uint64_t>(m_left, m_bytes->size());
-        return true;
+        m_end = static_cast<std::size_t>(std::min<std::uint64_t>(m_left, m_bytes->size()));
+        m_left -= m_end;
+        if (m_end == m_bytes->size())
+            return true;
+        End(Reason::Structure);
+        return m_end != 0;
     }
-    // Blocks are cut where they are full, so only the last one can be shorter.
-    const std::uint64_t hole = isLast ? m_left : std::min<std::uint64_t>(m_left, m_data.FullBlock());
+    const std::uint64_t hole = HoleSize(isLast);
     m_left -= hole;
     m_zeros = m_holes == Holes::Zeros ? hole : 0;
     return true;
+}
+
+/// What the missing leaf held, as far as the leaves to come leave room for it.
+std::uint64_t CNodeStream::HoleSize(bool isLast) const
+{
+    const format::VariantLayout& layout = m_data.m_blocks.Layout();
+    const std::uint64_t room = m_left - std::min(m_left, m_known);
+    const std::uint32_t stored = m_data.Leaf().storedSize;
+    if (stored != 0 && layout.variant != format::Variant::Unicode4k)
+        return std::min<std::uint64_t>(room, stored);
+    // Blocks are cut where they are full, so only the last one can be shorter.
+    return isLast ? room : std::min<std::uint64_t>(room, layout.largestBlock);
+}
+
+bool CNodeStream::End(Reason fault)
+{
+    NoteFirst(m_data.m_fault, SourceFault{fault, m_data.m_bid, std::nullopt});
+    m_next = m_data.BlockCount();
+    m_left = 0;
+    return false;
 }
 
 CSubnodes::CSubnodes(CSourceBlocks& blocks, std::uint64_t bidSub, bool isAtHome)
@@ -145,6 +121,7 @@ void CSubnodes::AddLeaf(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome,
 {
     const SourceBlock block = blocks.Read(bid, isAtHome);
     NoteFirst(m_fault, block.fault);
+    ++m_looked;
     if (!block.bytes)
         return;
     const auto tree = format::CSubnodeBlock::Parse(blocks.Layout(), format::CByteView(*block.bytes));
@@ -162,6 +139,7 @@ void CSubnodes::AddLeaf(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome,
             continue;
         }
         const format::SubnodeLeafEntry entry = tree->LeafAt(i);
+        ++m_looked;
         m_entries.push_back({static_cast<std::uint32_t>(entry.nid), {entry.bidData, entry.bidSub, isAtHome}});
     }
 }

@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "format/Heap.h"
 #include "platform/FileSystem.h"
+#include "store/complete/DataLeaves.h"
 #include "store/complete/SourceBlocks.h"
 
 namespace pastille::store::complete {
@@ -19,11 +21,12 @@ public:
     /// Reads the tree, not the leaves. `blocks` must outlive this object.
     CNodeData(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome);
 
-    std::size_t BlockCount() override { return m_leaves.size(); }
+    std::size_t BlockCount() override { return m_leaves->bids.size(); }
     format::SharedBytes BlockAt(std::size_t index) override;
 
-    /// Data bytes as the tree states them, or of its only block; more than the leaves can hold is cut.
-    std::uint64_t Size() const { return m_size; }
+    /// Data bytes: as the tree states them where its leaves can have as many, else the most that they can; of
+    /// an only block what it has. A stream never gives more.
+    std::uint64_t Size() const { return m_leaves->size; }
     /// The first fault met so far, in the tree or in the leaves that were read.
     const std::optional<SourceFault>& Fault() const { return m_fault; }
     /// Of the leaf read last.
@@ -31,41 +34,45 @@ public:
 
 private:
     friend class CNodeStream;
-    /// Adds the leaves below a tree block.
-    void AddTree(std::uint64_t bid, unsigned level);
-    void AddMissing(const std::optional<SourceFault>& fault, unsigned level);
-    std::size_t FullBlock() const;
-
     CSourceBlocks& m_blocks;
     bool m_isAtHome;
-    std::vector<std::uint64_t> m_leaves;  ///< BIDs; 0: not known
-    std::uint64_t m_size = 0;
+    std::uint64_t m_bid;
+    std::shared_ptr<const DataLeaves> m_leaves;
     SourceBlock m_leaf;
     std::optional<SourceFault> m_fault;
 };
 
 /// The bytes behind a BID, front to back. Where a block is missing there are zeros, as many as it held, or
-/// nothing; the stream ends at what the file's size allows.
+/// nothing; the stream ends at Size() of the data and at what the file's size allows. Where it gives less or
+/// would have given more there is a fault.
 class CNodeStream final : public platform::IByteStream {
 public:
     enum class Holes : std::uint8_t { Zeros, LeftOut };
     /// `data` must outlive the stream.
     explicit CNodeStream(CNodeData& data, Holes holes = Holes::Zeros)
-        : m_data(data), m_holes(holes), m_storedLeft(data.m_blocks.FileSize()), m_left(data.Size())
+        : m_data(data),
+          m_holes(holes),
+          m_storedLeft(data.m_blocks.FileSize()),
+          m_left(data.Size()),
+          m_known(data.m_leaves->known)
     {
     }
     std::size_t Read(std::span<std::byte> into) override;
 
 private:
     bool NextLeaf();
+    std::uint64_t HoleSize(bool isLast) const;
+    bool End(SourceFault::Reason fault);
 
     CNodeData& m_data;
     Holes m_holes;
     std::size_t m_next = 0;
     std::uint64_t m_storedLeft;  ///< bytes of leaves in the file: a tree may name a block any number of times
-    std::uint64_t m_left;        ///< bytes that the tree states and that are not read yet
+    std::uint64_t m_left;        ///< of Size(), not given yet
+    std::uint64_t m_known;       ///< stored bytes of the leaves to come that the file has
     format::SharedBytes m_bytes;
     std::size_t m_at = 0;
+    std::size_t m_end = 0;
     std::uint64_t m_zeros = 0;
 };
 
@@ -88,11 +95,14 @@ public:
     const Subnode* Find(std::uint32_t nid) const;
     /// Of the tree's own blocks.
     const std::optional<SourceFault>& Fault() const { return m_fault; }
+    /// What it took to read them: blocks and entries.
+    std::size_t Looked() const { return m_looked; }
 
 private:
     void AddLeaf(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome, bool mayBeIndex);
 
     std::vector<Subnode> m_entries;
+    std::size_t m_looked = 0;
     std::optional<SourceFault> m_fault;
 };
 

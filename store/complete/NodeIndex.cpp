@@ -71,12 +71,6 @@ void CNodeIndex::MarkLive(const NodeVersion& version)
         m_versions[static_cast<std::size_t>(&*known - m_versions.data())].isLive = 1;
 }
 
-void CNodeIndex::Clear()
-{
-    std::vector<NodeVersion>().swap(m_versions);
-    std::vector<NodePage>().swap(m_pages);
-}
-
 std::span<const NodeVersion> CNodeIndex::VersionsOf(std::uint32_t nid) const
 {
     const auto first = std::lower_bound(

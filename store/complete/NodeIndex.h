@@ -41,7 +41,6 @@ public:
     /// Marks the version that has these four values unless one of its node is marked already; Finish must be
     /// called again then. REQUIRES: finished.
     void MarkLive(const NodeVersion& version);
-    void Clear();
 
     /// All versions of all nodes in that order.
     std::span<const NodeVersion> Versions() const { return m_versions; }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
-#include <unordered_map>
+#include <utility>
 
 #include "format/Block.h"
 #include "format/Ids.h"
@@ -17,12 +17,28 @@ using format::NidType;
 
 constexpr std::uint32_t kHasAttachments = 0x10;  // of PidTagMessageFlags
 
+/// The ids of the subnodes that values stand in: how many and which, as a sum that does not depend on their
+/// order. Hardly any two messages have the same.
+struct ValueIds {
+    std::uint64_t count = 0;
+    std::uint64_t sum = 0;
+
+    void Add(std::uint32_t nid)
+    {
+        ++count;
+        std::uint64_t mixed = nid * 0x9E37'79B9'7F4A'7C15;
+        mixed = (mixed ^ (mixed >> 29)) * 0xBF58'476D'1CE4'E5B9;
+        sum += mixed ^ (mixed >> 32);
+    }
+    friend auto operator<=>(const ValueIds&, const ValueIds&) = default;
+};
+
 /// A property context of a message that nothing refers to.
 struct Context {
     NodeReference reference;
-    std::vector<std::uint32_t> valueNids;  ///< of the subnodes that its values stand in, sorted
-    std::uint64_t bytes = 0;               ///< of its data
-    std::uint32_t messageSize = 0;         ///< as it states it
+    ValueIds values;
+    std::uint64_t bytes = 0;        ///< of its data
+    std::uint32_t messageSize = 0;  ///< as it states it
     bool hasAttachments = false;
     bool hasRecipients = false;
 };
@@ -30,15 +46,15 @@ struct Context {
 /// A subnode tree that nothing refers to.
 struct Tree {
     std::uint64_t bid = 0;
+    ValueIds values;  ///< of the subnodes that can be nothing but values
     bool isAtHome = true;
-    std::vector<std::uint32_t> nids;       ///< of all its subnodes, sorted
-    std::vector<std::uint32_t> valueNids;  ///< of those that can be nothing but values
     bool hasAttachments = false;
     bool hasOwnAttachments = false;  ///< that no node has as well
     bool hasRecipients = false;
-    std::uint64_t bytes = 0;  ///< data below it, counted when it was asked for
-    bool isCounted = false;
+    std::optional<std::uint64_t> bytes;  ///< data below it, once it was asked for
     bool isTaken = false;
+
+    std::pair<ValueIds, std::uint64_t> Key() const { return {values, bid}; }
 };
 
 class COrphanSearch {
@@ -67,9 +83,11 @@ private:
     Tree* BestTree(const Context& context);
     Tree* NearbyTree(const Context& context);
     Tree* TreeOfValues(const Context& context);
-    bool Fits(const Context& context, const Tree& tree) const;
+    bool Fits(const Context& context, const Tree& tree);
     std::optional<std::uint64_t> Distance(const Context& context, Tree& tree);
-    std::uint64_t BytesBelow(std::uint64_t bidSub, bool isAtHome, unsigned level);
+    std::uint64_t BytesBelow(const Tree& tree);
+    /// What may still be looked at of so much for each block of the file.
+    std::uint64_t Allowance() const { return 64 * m_source.blocks.Records().size() + 1'000'000; }
     std::vector<OrphanMessage> Result() const;
 
     CScannedSource& m_source;
@@ -78,9 +96,9 @@ private:
     CReferences m_references;
     std::optional<CReferences> m_ofNodes;  ///< as it was when the nodes alone were marked
     std::vector<Context> m_contexts;
-    std::vector<Tree> m_trees;                                           ///< by BID
-    std::unordered_multimap<std::uint32_t, std::size_t> m_treesByValue;  ///< by the ids of value subnodes
-    std::size_t m_subnodesLeft = 0;
+    std::vector<Tree> m_trees;  ///< by the ids of their values and their BID, once all are there
+    std::uint64_t m_subnodesLeft = Allowance();
+    std::uint64_t m_comparisonsLeft = Allowance();
 };
 
 bool COrphanSearch::MarkNodes()
@@ -99,8 +117,13 @@ bool COrphanSearch::FindParts()
 {
     const auto records = m_source.blocks.Records();
     std::vector<std::size_t> left;
+    bool isKnown[2]{};
     for (std::size_t i = 0; i < records.size(); ++i) {
-        if (!m_references.IsMarked(i) && records[i].Place().isSound)
+        const BlockPlace place = records[i].Place();
+        if (i == 0 || records[i - 1].Bid() != records[i].Bid())
+            isKnown[0] = isKnown[1] = false;
+        // Of copies that are at home alike, one is read.
+        if (!m_references.IsMarked(i) && place.isSound && !std::exchange(isKnown[place.isAtHome], true))
             left.push_back(i);
     }
     for (const std::size_t i : left) {
@@ -141,12 +164,16 @@ void COrphanSearch::AddContext(const NodeReference& reference)
         return;
     Context context;
     context.reference = reference;
+    std::vector<std::uint32_t> valueNids;
     for (const format::PropertyContextRecord& record : object.Records()) {
-        const bool isValueId = !format::StorageRuleOf(record.tag.type).isInlineInContext;
-        if (isValueId && !format::IsHeapId(record.valueOrHnid))
-            context.valueNids.push_back(record.valueOrHnid);
+        const bool isInline = format::StorageRuleOf(record.tag.type).isInlineInContext;
+        if (!isInline && format::Nid{record.valueOrHnid}.Type() == NidType::Ltp)
+            valueNids.push_back(record.valueOrHnid);
     }
-    std::ranges::sort(context.valueNids);
+    std::ranges::sort(valueNids);
+    valueNids.erase(std::unique(valueNids.begin(), valueNids.end()), valueNids.end());
+    for (const std::uint32_t nid : valueNids)
+        context.values.Add(nid);
     context.bytes = CNodeData(m_blocks, reference.bidData, reference.isAtHome).Size();
     context.messageSize = object.Number(format::pid::kMessageSize).value_or(0);
     context.hasAttachments = (object.Number(format::pid::kMessageFlags).value_or(0) & kHasAttachments) != 0;
@@ -165,7 +192,10 @@ bool COrphanSearch::IsOwnAttachment(const Subnode& subnode) const
 
 void COrphanSearch::AddTree(std::uint64_t bid, bool isAtHome)
 {
+    if (m_subnodesLeft == 0)
+        return;
     const CSubnodes subnodes(m_blocks, bid, isAtHome);
+    m_subnodesLeft -= std::min<std::uint64_t>(m_subnodesLeft, subnodes.Looked());
     if (subnodes.All().empty())
         return;
     Tree tree;
@@ -174,9 +204,8 @@ void COrphanSearch::AddTree(std::uint64_t bid, bool isAtHome)
     bool isMessages = true;
     for (const Subnode& subnode : subnodes.All()) {
         const NidType type = format::Nid{subnode.nid}.Type();
-        tree.nids.push_back(subnode.nid);
         if (type == NidType::Ltp)
-            tree.valueNids.push_back(subnode.nid);
+            tree.values.Add(subnode.nid);
         tree.hasAttachments = tree.hasAttachments || type == NidType::Attachment;
         tree.hasOwnAttachments = tree.hasOwnAttachments || IsOwnAttachment(subnode);
         tree.hasRecipients = tree.hasRecipients || type == NidType::RecipientTable;
@@ -190,16 +219,10 @@ void COrphanSearch::AddTree(std::uint64_t bid, bool isAtHome)
 /// What values need their subnodes comes first, so that it is not left without them.
 void COrphanSearch::Match()
 {
-    const auto needsMore = [](const Context& a, const Context& b) {
-        return a.valueNids.size() > b.valueNids.size();
-    };
+    const auto needsMore = [](const Context& a, const Context& b) { return a.values.count > b.values.count; };
     std::stable_sort(m_contexts.begin(), m_contexts.end(), needsMore);
-    for (std::size_t i = 0; i < m_trees.size(); ++i) {
-        for (const std::uint32_t nid : m_trees[i].valueNids)
-            m_treesByValue.emplace(nid, i);
-    }
-    constexpr std::size_t kMostSubnodes = 10'000'000;
-    m_subnodesLeft = kMostSubnodes;
+    std::ranges::stable_sort(m_trees, {}, &Tree::Key);
+    m_subnodesLeft = Allowance();
     for (Context& context : m_contexts) {
         if (!m_proceed())
             return;
@@ -221,10 +244,12 @@ Tree* COrphanSearch::NearbyTree(const Context& context)
     // A message is written at once: its blocks have BIDs that are not far from each other.
     constexpr std::uint64_t kFarthest = 4096;
     const std::uint64_t bid = context.reference.bidData;
-    auto at = std::ranges::lower_bound(m_trees, bid - std::min(bid, kFarthest), {}, &Tree::bid);
+    const auto first = std::pair(context.values, bid - std::min(bid, kFarthest));
+    const auto last = std::pair(context.values, bid + kFarthest);
     Tree* best = nullptr;
     std::uint64_t bestDistance = std::numeric_limits<std::uint64_t>::max();
-    for (; at != m_trees.end() && at->bid <= bid + kFarthest; ++at) {
+    for (auto at = std::ranges::lower_bound(m_trees, first, {}, &Tree::Key);
+         at != m_trees.end() && at->Key() <= last; ++at) {
         const auto distance = Distance(context, *at);
         if (distance && *distance < bestDistance) {
             bestDistance = *distance;
@@ -234,28 +259,28 @@ Tree* COrphanSearch::NearbyTree(const Context& context)
     return best;
 }
 
-/// A tree that stayed when its message was written anew lies anywhere, but has the values' subnodes, whose
-/// ids hardly any other message has. The newest one fits best.
+/// A tree that stayed when its message was written anew lies anywhere, but has the values' subnodes. The
+/// newest one fits best.
 Tree* COrphanSearch::TreeOfValues(const Context& context)
 {
-    Tree* best = nullptr;
-    if (context.valueNids.empty())
-        return best;
-    const auto [begin, end] = m_treesByValue.equal_range(context.valueNids.front());
-    for (auto at = begin; at != end; ++at) {
-        Tree& tree = m_trees[at->second];
-        if (Fits(context, tree) && (best == nullptr || tree.bid > best->bid))
-            best = &tree;
+    if (context.values.count == 0)
+        return nullptr;
+    const auto first = std::ranges::lower_bound(m_trees, context.values, {}, &Tree::values);
+    auto at = std::ranges::upper_bound(m_trees, context.values, {}, &Tree::values);
+    while (at != first) {
+        if (Fits(context, *--at))
+            return &*at;
     }
-    return best;
+    return nullptr;
 }
 
-bool COrphanSearch::Fits(const Context& context, const Tree& tree) const
+bool COrphanSearch::Fits(const Context& context, const Tree& tree)
 {
+    if (m_comparisonsLeft == 0)
+        return false;
+    --m_comparisonsLeft;
     return !tree.isTaken && tree.isAtHome == context.reference.isAtHome &&
-           context.hasAttachments == tree.hasAttachments &&
-           std::ranges::includes(context.valueNids, tree.valueNids) &&
-           std::ranges::includes(tree.nids, context.valueNids);
+           context.hasAttachments == tree.hasAttachments && context.values == tree.values;
 }
 
 /// How far a tree is from being the context's; nothing when it cannot be. One of the stated size is nearer
@@ -264,34 +289,37 @@ std::optional<std::uint64_t> COrphanSearch::Distance(const Context& context, Tre
 {
     if (!Fits(context, tree))
         return std::nullopt;
-    if (!tree.isCounted) {
-        tree.bytes = BytesBelow(tree.bid, tree.isAtHome, 0);
-        tree.isCounted = true;
-    }
+    if (!tree.bytes)
+        tree.bytes = BytesBelow(tree);
     const std::uint64_t bid = context.reference.bidData;
     const std::uint64_t apart = bid > tree.bid ? bid - tree.bid : tree.bid - bid;
-    if (context.messageSize == context.bytes + tree.bytes)
+    if (context.messageSize == context.bytes + *tree.bytes)
         return apart;
     constexpr std::uint64_t kNearby = 64, kOtherSize = std::uint64_t{1} << 32;
     const bool isLikely =
-        !context.valueNids.empty() || context.hasAttachments || (context.hasRecipients && tree.hasRecipients);
+        context.values.count != 0 || context.hasAttachments || (context.hasRecipients && tree.hasRecipients);
     return isLikely && apart <= kNearby ? std::optional(apart + kOtherSize) : std::nullopt;
 }
 
-/// Data bytes of all subnodes, as PidTagMessageSize counts them.
-std::uint64_t COrphanSearch::BytesBelow(std::uint64_t bidSub, bool isAtHome, unsigned level)
+/// Data bytes of all subnodes, as PidTagMessageSize counts them. More subnodes than all sound trees together
+/// have are not counted.
+std::uint64_t COrphanSearch::BytesBelow(const Tree& tree)
 {
-    constexpr unsigned kDeepest = 64;
-    if (bidSub == 0 || level == kDeepest)
-        return 0;
     std::uint64_t bytes = 0;
-    const CSubnodes subnodes(m_blocks, bidSub, isAtHome);
-    for (const Subnode& subnode : subnodes.All()) {
-        if (m_subnodesLeft == 0)
+    std::vector<std::uint64_t> pending{tree.bid};
+    while (!pending.empty() && m_subnodesLeft != 0) {
+        const CSubnodes subnodes(m_blocks, pending.back(), tree.isAtHome);
+        pending.pop_back();
+        if (subnodes.Looked() > m_subnodesLeft) {
+            m_subnodesLeft = 0;
             break;
-        --m_subnodesLeft;
-        bytes += CNodeData(m_blocks, subnode.reference.bidData, isAtHome).Size();
-        bytes += BytesBelow(subnode.reference.bidSub, isAtHome, level + 1);
+        }
+        m_subnodesLeft -= subnodes.Looked();
+        for (const Subnode& subnode : subnodes.All()) {
+            bytes += CNodeData(m_blocks, subnode.reference.bidData, tree.isAtHome).Size();
+            if (subnode.reference.bidSub != 0)
+                pending.push_back(subnode.reference.bidSub);
+        }
     }
     return bytes;
 }

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "format/Block.h"
 #include "format/Heap.h"
 #include "store/complete/CompleteScan.h"
 
@@ -46,6 +48,8 @@ struct SourceBlock {
     std::optional<SourceFault> fault;
 };
 
+struct DataLeaves;
+
 /// Reads the blocks of a scanned source, sound ones and what is left of damaged ones. Not for use by two
 /// threads at once.
 class CSourceBlocks {
@@ -55,9 +59,17 @@ public:
 
     const format::VariantLayout& Layout() const { return m_source.Layout(); }
     std::uint64_t FileSize() const { return m_source.file.Size(); }
+    /// Blocks that the scan has found.
+    std::size_t Count() const { return m_source.blocks.Records().size(); }
     /// The block of a BID, decoded and inflated; internal blocks are never encoded. A damaged one comes as it
-    /// is now, with its fault, unless its place holds another block by now.
+    /// is now, with its fault: what has been erased is zeros, and a data block whose place may hold another
+    /// by now is not there.
     SourceBlock Read(std::uint64_t bid, bool isAtHome);
+    /// Bytes in the file of the block of a BID; nothing when it was not found.
+    std::optional<std::uint32_t> StoredSize(std::uint64_t bid, bool isAtHome) const;
+    /// The leaves of the data tree below an internal block. Those of the trees asked for last are kept. All
+    /// trees together have a limit, far above what sound files need: it is not reached by reading them anew.
+    std::shared_ptr<const DataLeaves> Leaves(std::uint64_t bid, bool isAtHome);
 
 private:
     struct Cached {
@@ -67,11 +79,21 @@ private:
         SourceBlock block;
     };
 
+    struct CachedTree {
+        std::uint64_t bid = 0;
+        bool isAtHome = false;
+        std::uint64_t lastUse = 0;
+        std::shared_ptr<const DataLeaves> leaves;
+    };
+
     SourceBlock ReadPlace(std::uint64_t bid, const BlockPlace& place);
-    bool IsTakenByAnother(std::uint64_t namedBid, std::uint64_t bid, std::uint64_t end) const;
+    bool IsOfAnother(const format::CheckedBlockTrailer& checked, const BlockPlace& place, std::uint64_t bid,
+                     std::span<const std::byte> extent) const;
 
     CScannedSource& m_source;
     std::array<Cached, 32> m_cache;
+    std::array<CachedTree, 4> m_trees;
+    std::optional<std::uint64_t> m_leavesLeft;  ///< that trees may still have; not known before the first
     std::uint64_t m_uses = 0;
 };
 

@@ -103,7 +103,7 @@ const std::vector<DescribedFault> kDescribedFaults = {
          m.properties.push_back(Behind(0x6F01, format::PropertyType::Binary, 0x3F));
      })},
     {"messages in one another, deeper than anybody looks", {"message-nesting?"}, InMail([](auto& m) {
-         for (int i = 0; i < 1100; ++i)
+         for (int i = 0; i < 200; ++i)
              m.attachments = {{.method = 5, .embedded = std::make_shared<StoreMessage>(m)}};
      })},
     {"embedded message of two attachments", {"tree-shared?"}, InMail([](auto& m) {

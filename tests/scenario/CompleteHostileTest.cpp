@@ -129,6 +129,17 @@ void Multitudes(StoreDescription&, StoreMessage& victim)
         victim.named.push_back({{format::propset::kCommon, 0xA000 + i}, Number(0, i)});
 }
 
+/// The folder's table has the row of a message that is not there, and not that of the victim.
+void ListAnother(CStoreDamage& damage, const CBuiltStore&)
+{
+    damage.EditBlock("folder Inbox/contents/data", [](std::span<std::byte> bytes) {
+        for (std::size_t at = 0; at + 4 <= bytes.size(); ++at) {
+            if (format::LoadLE<std::uint32_t>(bytes, at) == kVictim)
+                StoreLE(bytes, at, kVictim + 0x40);
+        }
+    });
+}
+
 constexpr auto kNoDamage = [](CStoreDamage&, const CBuiltStore&) {};
 
 const HostileStore kStores[] = {
@@ -200,10 +211,7 @@ const HostileStore kStores[] = {
      [](CStoreDamage& d, const CBuiltStore&) { EditAll(d, "folder Inbox/contents/data", 0xFF); }},
     {"ContentsOfTwos", Nothing,
      [](CStoreDamage& d, const CBuiltStore&) { EditAll(d, "folder Inbox/contents/data", 2); }},
-    {"TablesThatListTheMissing", Nothing,
-     [](CStoreDamage& d, const CBuiltStore&) {
-         d.SetNode({kVictim + 0x1000, 0, 0, kInbox});
-     }},
+    {"TablesThatListTheMissing", Nothing, ListAnother},
     {"OddValues", OddValues, kNoDamage},
     {"IdsOfTheStore", IdsOfTheStore, kNoDamage},
     {"Multitudes", Multitudes, kNoDamage},
@@ -229,6 +237,7 @@ StoreDescription Around(const HostileStore& hostile, Variant variant)
     StoreDescription store;
     store.format = FormatOf(variant);
     store.format.packing = Packing::None;
+    store.format.nodesPerPage = 4;
     StoreMessage victim = Mail(u"Victim", u"Ada Brook", u"Text", FileTime(2020, 1, 1));
     victim.nid = kVictim;
     StoreMessage after = Bystander(u"After");
@@ -255,7 +264,7 @@ void RecoverAround(const HostileStore& hostile, Variant variant, bool smartScan)
     EXPECT_LT(std::filesystem::file_size(run.Repair().state.outputPath), 40'000'000u);
     for (const char16_t* const subject : {u"Before", u"After", u"Elsewhere"}) {
         const auto items = run.ItemsOf(subject);
-        EXPECT_EQ(items.size(), 1u) << platform::ToUtf8(subject);
+        EXPECT_EQ(items.size(), 1u) << platform::ToUtf8(subject) << run.Report()["losses"];
         for (const WholeMessage* const item : items) {
             EXPECT_EQ(TextOf(item->properties, pid::kBody), u"Kept");
             EXPECT_EQ(item->recipients.size(), 1u);

@@ -20,9 +20,10 @@ std::string HexOf(std::uint32_t nid)
     return text.data();
 }
 
-/// As the report names the folder that is at `path` of the new store.
+/// The path of a folder with one separator, whether the store's or the report's or one in its name.
 std::string ReportPath(std::string path)
 {
+    std::erase_if(path, [](unsigned char byte) { return byte < 0x20; });  // a store takes none of these
     std::ranges::replace(path, '/', '\\');
     return path;
 }
@@ -57,7 +58,7 @@ void CCompleteRun::CheckReport() const
     std::map<std::string, std::uint64_t> total;
     std::map<std::string, std::array<std::uint64_t, 2>> written;
     for (const json& folder : m_report["folders"]) {
-        const std::string path = folder["path"];
+        const std::string path = ReportPath(folder["path"]);
         for (const char* const kind : {"items", "associated"}) {
             const json& counts = folder[kind];
             EXPECT_EQ(counts["expected"], counts["written"].get<std::uint64_t>() + counts["lost"].get<int>())
@@ -66,18 +67,17 @@ void CCompleteRun::CheckReport() const
             EXPECT_LE(counts["partial"], counts["written"]) << path;
             for (const auto& [name, count] : counts.items())
                 total[name] += count.get<std::uint64_t>();
-            written[path][kind == std::string_view("items") ? 0 : 1] = counts["written"];
+            written[path][kind == std::string_view("items") ? 0 : 1] +=
+                counts["written"].get<std::uint64_t>();
         }
     }
     EXPECT_EQ(json(total), m_report["total"]) << m_report["total"];
     for (const auto& [path, folder] : m_store.folders) {
-        const auto hidden = static_cast<std::uint64_t>(
-            std::ranges::count_if(folder.items, [](const WholeMessage& item) { return item.isAssociated; }));
-        EXPECT_EQ(written[ReportPath(path)], (std::array{folder.items.size() - hidden, hidden})) << path;
-        written.erase(ReportPath(path));
+        for (const WholeMessage& item : folder.items)
+            --written[ReportPath(path)][item.isAssociated ? 1 : 0];
     }
-    for (const auto& [path, counts] : written)
-        EXPECT_EQ(counts, (std::array<std::uint64_t, 2>{})) << "no folder " << path;
+    for (const auto& [path, left] : written)
+        EXPECT_EQ(left, (std::array<std::uint64_t, 2>{})) << "more or less than the report says in " << path;
     for (const json& loss : m_report["losses"]) {
         const bool tellsWhere =
             loss.value("why", "limit-reached") != "block-damaged" || loss.contains("offset");

@@ -253,11 +253,12 @@ private:
             return;
         m_subtree = format::nids::kIpmSubtree;
         std::size_t most = 0;
-        for (const auto& [nid, folder] : m_folders) {
-            const auto isChild = [&nid](const auto& other) { return other.second.parent == nid; };
+        for (const auto& entry : m_folders) {
+            const Nid nid = entry.first;
+            const auto isChild = [nid](const auto& other) { return other.second.parent == nid; };
             const auto children =
                 static_cast<std::size_t>(std::count_if(m_folders.begin(), m_folders.end(), isChild));
-            if (folder.name == "IPM_SUBTREE" && children > most) {
+            if (entry.second.name == "IPM_SUBTREE" && children > most) {
                 m_subtree = nid;
                 most = children;
             }

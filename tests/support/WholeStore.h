@@ -35,7 +35,7 @@ struct WholeAttachment {
     WholeObject properties{};  ///< without PidTagAttachDataObject
     /// Data of PidTagAttachDataObject when it is no message: a storage.
     std::optional<Bytes> object{};
-    std::vector<WholeMessage> embedded{};  ///< none or one
+    std::vector<WholeMessage> embedded;  ///< none or one
 };
 
 struct WholeMessage {

@@ -146,8 +146,10 @@ std::optional<std::uint16_t> CNameMap::Find(const PropertyName& name) const
     return found == m_ids.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::uint16_t> CNameMap::FindOrAdd(const PropertyName& name)
+std::optional<std::uint16_t> CNameMap::FindOrAdd(const PropertyName& given)
 {
+    // As it will be read back: the key of a name is that of its stored form.
+    const PropertyName name{given.set, given.lid, DecodeString(EncodeString(given.text))};
     if (const auto known = Find(name))
         return known;
     if (m_names.size() >= kMostNames)

@@ -25,7 +25,7 @@ public:
 
     std::optional<std::uint16_t> Find(const PropertyName& name) const;
     /// The id of a name, a new one when the name has none yet. nullopt when all 32,767 ids are in use.
-    std::optional<std::uint16_t> FindOrAdd(const PropertyName& name);
+    std::optional<std::uint16_t> FindOrAdd(const PropertyName& given);
     /// Names and gaps; rises with every name added.
     std::size_t Count() const { return m_names.size(); }
 
