@@ -103,6 +103,11 @@ void WriteAccount(std::ostream& out, const recovery::complete::CAccount& account
                 folder.path.empty() ? "\\" : Printable(platform::ToUtf8(folder.path), LineBreaks::Escape));
     }
     WriteAccountLine(out, account.Total(), "in all");
+    if (const auto entries = account.Losses().size() + account.MoreLosses(); entries != 0)
+        out << "The report tells what is missing (" << entries << " entries).\n";
+    if (account.MissingAtEnd() != 0)
+        out << "The source is cut: " << account.MissingAtEnd()
+            << " bytes are missing at its end. Nobody can tell what lay there.\n";
 }
 
 void AddAccount(Json& object, const RunReport& report)

@@ -110,11 +110,14 @@ try {
     Fail(run, error);
 }
 
-/// Of the run as far as it came. A report that cannot be made does not spoil the store.
+/// Of the run as far as it came. Of one that failed nobody knows how much of it is in the store. A report
+/// that cannot be made does not spoil the store.
 void CRecoveryPipeline::ReportComplete(store::RunContext& run)
 {
-    if (!m_complete)
+    if (!m_complete || run.state.failed) {
+        m_complete.reset();
         return;
+    }
     bool isWritten = false;
     try {
         m_account = m_complete->Account();

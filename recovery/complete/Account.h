@@ -87,6 +87,9 @@ public:
     const std::vector<Loss>& Losses() const { return m_losses; }
     /// Losses that are not in the list.
     std::uint64_t MoreLosses() const { return m_moreLosses; }
+    /// Bytes that the source's header speaks of beyond the file's end: what lay there is not known.
+    void SetMissingAtEnd(std::uint64_t bytes) { m_missingAtEnd = bytes; }
+    std::uint64_t MissingAtEnd() const { return m_missingAtEnd; }
     /// An older or second copy of an item that came was not written.
     void NoteLeftOut() { ++m_leftOut; }
     std::uint64_t LeftOut() const { return m_leftOut; }
@@ -98,6 +101,7 @@ private:
     std::vector<Loss> m_losses;
     std::uint64_t m_moreLosses = 0;
     std::uint64_t m_leftOut = 0;
+    std::uint64_t m_missingAtEnd = 0;
 };
 
 }  // namespace pastille::recovery::complete

@@ -177,6 +177,7 @@ std::string ReportText(const CAccount& account, const ReportFacts& facts)
     report["total"] = Counts(account.Total());
     report["attachments"] = facts.attachments;
     report["attachedMessages"] = facts.embeddedMessages;
+    report["missingAtEnd"] = account.MissingAtEnd();
     report["copiesLeftOut"] = account.LeftOut();
     report["damagedNodePages"] = facts.damagedNodePages;
     report["moreLosses"] = account.MoreLosses();
@@ -196,6 +197,7 @@ try {
     fileSystem.Create(path)->WriteAt(0, std::as_bytes(std::span(report)));
     return true;
 } catch (const std::system_error&) {
+    fileSystem.Remove(path);
     return false;
 }
 

@@ -1,7 +1,9 @@
 #include "recovery/complete/CompleteRecovery.h"
 
 #include <algorithm>
+#include <vector>
 
+#include "format/Header.h"
 #include "recovery/complete/OrphanPass.h"
 
 namespace pastille::recovery::complete {
@@ -9,6 +11,17 @@ namespace {
 
 constexpr unsigned kFolderStep = 4, kItemStep = 0;
 constexpr unsigned kWholePercent = 100;
+
+/// Bytes between the file's end and the one that its header states; 0 when the header is not sound.
+std::uint64_t MissingAtEnd(store::complete::CScannedSource& source)
+{
+    std::vector<std::byte> bytes(source.Layout().headerBytes);
+    source.file.Read(0, bytes);
+    const auto header = format::DecodeHeader(source.Layout(), format::CByteView(bytes));
+    const bool isSound = header && header->faults == format::kHeaderSound;
+    const std::uint64_t stated = isSound ? header->header.fileSize : 0;
+    return stated - std::min(stated, source.file.Size());
+}
 
 }  // namespace
 
@@ -59,6 +72,7 @@ void CCompleteRecovery::RecoverItems()
     m_items.AccountForMissing();
     if (!m_names.IsRead() && m_names.UnknownIds() != 0)
         m_account.Add({Loss::What::Names, CAccount::kRoot, {}, {}, {}, {}, m_names.UnknownIds()});
+    m_account.SetMissingAtEnd(MissingAtEnd(m_source));
     m_isFinished = true;
     m_run.ReportPercent(kWholePercent, kItemStep);
     m_maker.AnnounceAll();

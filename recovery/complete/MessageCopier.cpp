@@ -68,40 +68,119 @@ const Subnode* TableNode(CFoundObject& message, format::Nid usual)
 
 }  // namespace
 
+/// A message that is being copied, and the attachment of it that is: a message in that comes next. Messages
+/// may lie in one another a thousand deep, so the levels are kept here and not on the stack.
+struct CMessageCopier::Level {
+    std::unique_ptr<CFoundObject> own;  ///< of a message attached to another one
+    CFoundObject& message;
+    CFoundObject& holder;  ///< of the recipients and attachments: the message or its older version
+    writer::CRef<writer::IWholeMessage> copy;
+    CItemText text;
+    OlderVersion older;
+    std::vector<std::uint32_t> attachments{};  ///< node ids in their order
+    std::size_t next = 0;
+    std::unique_ptr<CFoundObject> attachment{};
+    writer::CRef<writer::IWholeAttachment> attachmentCopy{};
+    bool isWhole = true;  ///< so far, that attachment
+};
+
+CMessageCopier::CMessageCopier(store::complete::CSourceBlocks& blocks, CPropertyCopier& properties,
+                               CCodePages& pages, CAccount& account)
+    : m_blocks(blocks), m_properties(properties), m_pages(pages), m_account(account)
+{
+}
+
+CMessageCopier::~CMessageCopier() = default;
+
 Outcome CMessageCopier::Copy(CFoundObject& message, const OlderVersion& older,
                              const writer::CRef<writer::IWholeMessage>& target, const ItemPlace& place)
 {
     m_place = &place;
     m_isPartial = false;
     m_leftOfMessage = m_mostOfMessage;
-    m_open.clear();
     m_within.clear();
     const bool isSaved = Guarded([&] {
-        CopyContents(message, older, *target);
+        BeginMessage(nullptr, message, older, target);
+        while (Step())
+            continue;
         target->Save();
     });
+    // The innermost first: each refers to the one around it.
+    while (!m_levels.empty())
+        m_levels.pop_back();
     if (!isSaved)
         return Outcome::Lost;
     return m_isPartial ? Outcome::Partial : Outcome::Whole;
 }
 
-void CMessageCopier::CopyContents(CFoundObject& message, const OlderVersion& older,
-                                  writer::IWholeMessage& target)
+/// All of a message but its attachments. `own` keeps the message where nothing else does.
+void CMessageCopier::BeginMessage(std::unique_ptr<CFoundObject> own, CFoundObject& message,
+                                  const OlderVersion& older, const writer::CRef<writer::IWholeMessage>& copy)
 {
-    m_open.push_back(message.Heap().Reference().bidData);
     const CItemText text(m_pages.PagesOf(message));
-    CopyProperties(message, older, target, text);
+    CopyProperties(message, older, *copy, text);
     CFoundObject* holder = &message;
-    if (const auto& fault = message.Subnodes().Fault()) {
+    if (message.Subnodes().Fault()) {
         CFoundObject* const before = older();
-        const bool isReplaced = before != nullptr && !before->Subnodes().Fault();
-        if (isReplaced)
+        if (before != nullptr && !before->Subnodes().Fault()) {
             holder = before;
-        Lose(isReplaced ? Loss::What::OlderVersion : Loss::What::Attachments, {}, fault);
+            Lose(Loss::What::OlderVersion, {}, message.Subnodes().Fault());
+        } else {
+            LoseSubnodes(message);
+        }
     }
-    CopyRecipients(*holder, older, target, text);
-    CopyAttachments(*holder, older, target, text);
-    m_open.pop_back();
+    CopyRecipients(*holder, older, *copy, text);
+    auto level = std::make_unique<Level>(Level{std::move(own), message, *holder, copy, text, older});
+    level->attachments = AttachmentsInOrder(*holder, text);
+    m_levels.push_back(std::move(level));
+}
+
+/// What a message had in a subnode tree that is gone, as its properties tell.
+void CMessageCopier::LoseSubnodes(CFoundObject& message)
+{
+    constexpr std::uint32_t kHasAttachments = 0x10;
+    const auto& fault = message.Subnodes().Fault();
+    const bool hasAttachments =
+        (message.Number(format::pid::kMessageFlags).value_or(kHasAttachments) & kHasAttachments) != 0;
+    const bool hasRecipients = std::ranges::any_of(
+        std::array{format::pid::kDisplayTo, format::pid::kDisplayCc, format::pid::kDisplayBcc},
+        [&](std::uint16_t id) { return !message.Bytes(id).empty(); });
+    if (hasRecipients || !hasAttachments)
+        Lose(Loss::What::Recipients, {}, fault);
+    if (hasAttachments)
+        Lose(Loss::What::Attachments, {}, fault);
+}
+
+/// Copies the next attachment, or ends the innermost message. False when the outermost one has no more.
+bool CMessageCopier::Step()
+{
+    Level& level = *m_levels.back();
+    if (level.next < level.attachments.size()) {
+        if (m_attachmentsLeft == 0 || m_leftOfMessage == 0) {
+            Lose(Loss::What::Attachments, {}, SourceFault{Reason::Limit, 0, std::nullopt});
+            level.next = level.attachments.size();
+            return true;
+        }
+        --m_attachmentsLeft;
+        --m_leftOfMessage;
+        const std::uint32_t nid = level.attachments[level.next++];
+        if (!Guarded([&] { BeginAttachment(level, nid); }))
+            FailAttachment(level);
+        return true;
+    }
+    if (m_levels.size() == 1)
+        return false;
+    const bool isSaved = Guarded([&] { level.copy->Save(); });
+    m_levels.pop_back();
+    Level& outer = *m_levels.back();
+    if (isSaved)
+        ++m_embedded;
+    else
+        Lose(Loss::What::Message, {}, std::nullopt);
+    outer.isWhole = outer.isWhole && isSaved;
+    if (!Guarded([&] { FinishAttachment(outer); }))
+        FailAttachment(outer);
+    return true;
 }
 
 /// What cannot be read of the message comes from its older version, and is told.
@@ -196,27 +275,6 @@ std::vector<std::uint32_t> CMessageCopier::AttachmentsInOrder(CFoundObject& mess
     return order;
 }
 
-void CMessageCopier::CopyAttachments(CFoundObject& message, const OlderVersion& older,
-                                     writer::IWholeMessage& target, const CItemText& text)
-{
-    for (const std::uint32_t nid : AttachmentsInOrder(message, text)) {
-        if (m_attachmentsLeft == 0 || m_leftOfMessage == 0) {
-            Lose(Loss::What::Attachments, {}, SourceFault{Reason::Limit, 0, std::nullopt});
-            return;
-        }
-        --m_attachmentsLeft;
-        --m_leftOfMessage;
-        // A message within a message within a message: no more than a pointer of each stays on the stack.
-        const auto subnode = std::make_unique<Subnode>(*message.Subnodes().Find(nid));
-        const std::size_t open = m_open.size(), within = m_within.size();
-        if (!Guarded([&] { CopyAttachment(*subnode, older, target, text); })) {
-            Lose(Loss::What::Attachment, {}, std::nullopt);
-            m_open.resize(open);
-            m_within.resize(within);
-        }
-    }
-}
-
 /// An attachment of which nothing can be read comes from the message's older version; nullptr when that has
 /// it neither.
 std::unique_ptr<CFoundObject> CMessageCopier::OpenAttachment(const Subnode& subnode,
@@ -237,42 +295,64 @@ std::unique_ptr<CFoundObject> CMessageCopier::OpenAttachment(const Subnode& subn
     return attachment;
 }
 
-void CMessageCopier::CopyAttachment(const Subnode& subnode, const OlderVersion& older,
-                                    writer::IWholeMessage& target, const CItemText& text)
+/// Copies an attachment up to the message in it, when there is one; else all of it.
+void CMessageCopier::BeginAttachment(Level& level, std::uint32_t nid)
 {
-    const auto attachment = OpenAttachment(subnode, older);
-    if (!attachment)
+    level.attachment = OpenAttachment(*level.holder.Subnodes().Find(nid), level.older);
+    if (!level.attachment)
         return;
-    const auto copy = target.AddAttachment();
-    m_within.push_back(NameOf(*attachment, text));
-    bool isWhole = true;
-    m_properties.Copy(
-        *attachment, *copy, text, [&](PropertyTag tag, const std::optional<SourceFault>& fault, bool) {
-            const bool isContent = tag.id == kAttachData;
-            isWhole = isWhole && !isContent;
-            Lose(isContent ? Loss::What::Content : Loss::What::Property, {}, fault, tag.Value());
-        });
-    const auto* const data = attachment->Find(kAttachData);
-    if (attachment->Fault()) {
-        isWhole = isWhole && data != nullptr;  // it may be what is missing
-        Lose(Loss::What::Properties, {}, attachment->Fault());
+    CFoundObject& attachment = *level.attachment;
+    level.attachmentCopy = level.copy->AddAttachment();
+    level.isWhole = true;
+    m_within.push_back(NameOf(attachment, level.text));
+    m_properties.Copy(attachment, *level.attachmentCopy, level.text,
+                      [&](PropertyTag tag, const std::optional<SourceFault>& fault, bool) {
+                          const bool isContent = tag.id == kAttachData;
+                          level.isWhole = level.isWhole && !isContent;
+                          Lose(isContent ? Loss::What::Content : Loss::What::Property, {}, fault,
+                               tag.Value());
+                      });
+    const auto* const data = attachment.Find(kAttachData);
+    if (attachment.Fault()) {
+        level.isWhole = level.isWhole && data != nullptr;  // it may be what is missing
+        Lose(Loss::What::Properties, {}, attachment.Fault());
     }
-    if (data != nullptr && data->tag.type == PropertyType::Object)
-        isWhole = CopyObject(*attachment, *data, *copy);
-    for (std::size_t i = 0; !isWhole && i < kNameIds.size(); ++i) {
-        if (const std::u16string name = TextOf(*attachment, kNameIds[i], text); !name.empty())
-            copy->SetProperty({kNameIds[i], PropertyType::String}, StoredText(MarkedName(name)));
-    }
-    copy->Save();
-    ++m_attachments;
-    m_within.pop_back();
+    if (data != nullptr && data->tag.type == PropertyType::Object && CopyObject(level, *data))
+        return;
+    FinishAttachment(level);
 }
 
-/// What an attachment's object is, its subnode tells: a message, or the bytes of a storage. False when not
-/// all of it came.
-bool CMessageCopier::CopyObject(CFoundObject& attachment, const format::PropertyContextRecord& record,
-                                writer::IWholeAttachment& target)
+void CMessageCopier::FinishAttachment(Level& level)
 {
+    for (std::size_t i = 0; !level.isWhole && i < kNameIds.size(); ++i) {
+        if (const std::u16string name = TextOf(*level.attachment, kNameIds[i], level.text); !name.empty())
+            level.attachmentCopy->SetProperty({kNameIds[i], PropertyType::String},
+                                              StoredText(MarkedName(name)));
+    }
+    level.attachmentCopy->Save();
+    ++m_attachments;
+    EndAttachment(level);
+}
+
+void CMessageCopier::FailAttachment(Level& level)
+{
+    Lose(Loss::What::Attachment, {}, std::nullopt);
+    EndAttachment(level);
+}
+
+/// The levels around have an open attachment each; this one has none any more.
+void CMessageCopier::EndAttachment(Level& level)
+{
+    level.attachment.reset();
+    level.attachmentCopy.Release();
+    m_within.resize(m_levels.size() - 1);
+}
+
+/// What an attachment's object is, its subnode tells: a message, or the bytes of a storage. True when a
+/// message has been begun.
+bool CMessageCopier::CopyObject(Level& level, const format::PropertyContextRecord& record)
+{
+    CFoundObject& attachment = *level.attachment;
     const auto value = attachment.Value(record);
     const std::uint32_t nid =
         value.bytes.size() >= 4 ? format::LoadLE<std::uint32_t>(value.bytes, 0) : record.valueOrHnid;
@@ -284,37 +364,40 @@ bool CMessageCopier::CopyObject(CFoundObject& attachment, const format::Property
     if (node == nullptr) {
         Lose(Loss::What::Content, {},
              attachment.Subnodes().Fault() ? attachment.Subnodes().Fault() : value.fault);
+        level.isWhole = false;
         return false;
     }
     if (format::Nid{node->nid}.Type() == NidType::NormalMessage)
-        return CopyEmbedded(*node, target);
+        return BeginEmbedded(level, *node);
     CNodeData data(m_blocks, node->reference.bidData, node->reference.isAtHome);
     CNodeStream blocks(data);
     CAllowedStream stream(blocks, m_properties.Allowance());
-    target.SetObject(stream);
-    const bool isWhole = !data.Fault() && !stream.IsCut();
-    if (!isWhole)
+    level.attachmentCopy->SetObject(stream);
+    level.isWhole = level.isWhole && !data.Fault() && !stream.IsCut();
+    if (data.Fault() || stream.IsCut())
         Lose(Loss::What::Content, {}, data.Fault());
-    return isWhole;
+    return false;
 }
 
-bool CMessageCopier::CopyEmbedded(const Subnode& subnode, writer::IWholeAttachment& target)
+bool CMessageCopier::BeginEmbedded(Level& level, const Subnode& subnode)
 {
-    const bool isInItself = std::ranges::find(m_open, subnode.reference.bidData) != m_open.end();
-    const auto message = std::make_unique<CFoundObject>(m_blocks, subnode.reference);
-    if (isInItself || m_open.size() > kDeepest) {
-        Lose(Loss::What::Message, {}, SourceFault{Reason::Limit, subnode.reference.bidData, std::nullopt});
+    const std::uint64_t bid = subnode.reference.bidData;
+    const bool isInItself = std::ranges::any_of(
+        m_levels, [bid](const auto& outer) { return outer->message.Heap().Reference().bidData == bid; });
+    auto message = std::make_unique<CFoundObject>(m_blocks, subnode.reference);
+    level.isWhole = false;
+    if (isInItself || m_levels.size() > kDeepest) {
+        Lose(Loss::What::Message, {}, SourceFault{Reason::Limit, bid, std::nullopt});
         return false;
     }
     if (!message->Open()) {
         Lose(Loss::What::Message, {}, message->Fault());
         return false;
     }
-    const auto copy = target.AddMessage();
-    CopyContents(
-        *message, [] { return nullptr; }, *copy);
-    copy->Save();
-    ++m_embedded;
+    level.isWhole = true;
+    CFoundObject& opened = *message;
+    BeginMessage(
+        std::move(message), opened, [] { return nullptr; }, level.attachmentCopy->AddMessage());
     return true;
 }
 

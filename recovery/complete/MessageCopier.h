@@ -36,10 +36,10 @@ public:
 
     /// All must outlive this object.
     CMessageCopier(store::complete::CSourceBlocks& blocks, CPropertyCopier& properties, CCodePages& pages,
-                   CAccount& account)
-        : m_blocks(blocks), m_properties(properties), m_pages(pages), m_account(account)
-    {
-    }
+                   CAccount& account);
+    ~CMessageCopier();
+    CMessageCopier(const CMessageCopier&) = delete;
+    CMessageCopier& operator=(const CMessageCopier&) = delete;
 
     /// Begins a run: how many attachments all messages together may have, and how many one message with all
     /// that is attached to it.
@@ -58,25 +58,29 @@ public:
     std::uint64_t EmbeddedMessages() const { return m_embedded; }
 
 private:
-    void CopyContents(store::complete::CFoundObject& message, const OlderVersion& older,
-                      writer::IWholeMessage& target);
+    struct Level;
+
+    void BeginMessage(std::unique_ptr<store::complete::CFoundObject> own,
+                      store::complete::CFoundObject& message, const OlderVersion& older,
+                      const writer::CRef<writer::IWholeMessage>& copy);
+    void LoseSubnodes(store::complete::CFoundObject& message);
+    bool Step();
     void CopyProperties(store::complete::CFoundObject& message, const OlderVersion& older,
                         writer::IWholeMessage& target, const CItemText& text);
     void CopyRecipients(store::complete::CFoundObject& message, const OlderVersion& older,
                         writer::IWholeMessage& target, const CItemText& text);
     void CopyRows(store::complete::CFoundTable& recipients, writer::IWholeMessage& target,
                   const CItemText& text);
-    void CopyAttachments(store::complete::CFoundObject& message, const OlderVersion& older,
-                         writer::IWholeMessage& target, const CItemText& text);
     std::vector<std::uint32_t> AttachmentsInOrder(store::complete::CFoundObject& message,
                                                   const CItemText& text);
     std::unique_ptr<store::complete::CFoundObject> OpenAttachment(const store::complete::Subnode& subnode,
                                                                   const OlderVersion& older);
-    void CopyAttachment(const store::complete::Subnode& subnode, const OlderVersion& older,
-                        writer::IWholeMessage& target, const CItemText& text);
-    bool CopyObject(store::complete::CFoundObject& attachment, const format::PropertyContextRecord& record,
-                    writer::IWholeAttachment& target);
-    bool CopyEmbedded(const store::complete::Subnode& subnode, writer::IWholeAttachment& target);
+    void BeginAttachment(Level& level, std::uint32_t nid);
+    void FinishAttachment(Level& level);
+    void FailAttachment(Level& level);
+    void EndAttachment(Level& level);
+    bool CopyObject(Level& level, const format::PropertyContextRecord& record);
+    bool BeginEmbedded(Level& level, const store::complete::Subnode& subnode);
     void Lose(Loss::What what, std::u16string name, const std::optional<store::complete::SourceFault>& fault,
               std::optional<std::uint32_t> tag = std::nullopt);
 
@@ -91,9 +95,9 @@ private:
     // Of the message that is being copied:
     const ItemPlace* m_place = nullptr;
     bool m_isPartial = false;
-    std::uint64_t m_leftOfMessage = 0;     ///< attachments
-    std::vector<std::uint64_t> m_open;     ///< data BIDs of the messages around the innermost one
-    std::vector<std::u16string> m_within;  ///< names of the attachments that they are
+    std::uint64_t m_leftOfMessage = 0;  ///< attachments
+    std::vector<std::unique_ptr<Level>> m_levels;
+    std::vector<std::u16string> m_within;  ///< names of the attachments that are open, the outermost first
 };
 
 }  // namespace pastille::recovery::complete

@@ -133,7 +133,7 @@ void CTreeWalk::SetSize(std::uint64_t bid)
     const std::uint64_t most = mayBePacked ? m_leaves.bids.size() * full : m_leaves.known + lost * full;
     const bool isPossible = m_leaves.known <= m_stated && m_stated <= most;
     if (mayBePacked)
-        m_leaves.size = isPossible && !m_leaves.fault ? m_stated : most;
+        m_leaves.size = isPossible ? m_stated : most;
     else
         m_leaves.size =
             std::min(std::clamp(m_stated, m_leaves.known, most), m_blocks.FileSize() + lost * full);

@@ -75,6 +75,7 @@ bool CNodeStream::NextLeaf()
     if (m_bytes) {
         m_end = static_cast<std::size_t>(std::min<std::uint64_t>(m_left, m_bytes->size()));
         m_left -= m_end;
+        m_full = isLast ? m_full : m_bytes->size();
         if (m_end == m_bytes->size())
             return true;
         End(Reason::Structure);
@@ -95,7 +96,8 @@ std::uint64_t CNodeStream::HoleSize(bool isLast) const
     if (stored != 0 && layout.variant != format::Variant::Unicode4k)
         return std::min<std::uint64_t>(room, stored);
     // Blocks are cut where they are full, so only the last one can be shorter.
-    return isLast ? room : std::min<std::uint64_t>(room, layout.largestBlock);
+    const std::uint64_t full = m_full != 0 ? m_full : layout.largestBlock;
+    return isLast ? room : std::min(room, full);
 }
 
 bool CNodeStream::End(Reason fault)

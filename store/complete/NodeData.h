@@ -74,6 +74,7 @@ private:
     std::size_t m_at = 0;
     std::size_t m_end = 0;
     std::uint64_t m_zeros = 0;
+    std::uint64_t m_full = 0;  ///< bytes of the leaf read last, when it is not the tree's last; 0: none was
 };
 
 /// One entry of a subnode tree.

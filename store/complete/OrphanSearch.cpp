@@ -87,7 +87,7 @@ private:
     std::optional<std::uint64_t> Distance(const Context& context, Tree& tree);
     std::uint64_t BytesBelow(const Tree& tree);
     /// What may still be looked at of so much for each block of the file.
-    std::uint64_t Allowance() const { return 64 * m_source.blocks.Records().size() + 1'000'000; }
+    std::uint64_t Allowance() const { return 64 * m_source.blocks.Records().size() + 250'000; }
     std::vector<OrphanMessage> Result() const;
 
     CScannedSource& m_source;
