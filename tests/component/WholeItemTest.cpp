@@ -163,7 +163,7 @@ TEST_F(WholeItems, MessagesInOneAnotherToTheDepthThatIsAllowed)
     const auto item = FindFolder(root, u"Brought")->GetItems()->GetFirst();
     item->SetText(property::Subject, u"changed");
     item->Save();
-    auto finished = Finish();
+    auto finished = Finish("message-nesting");
     NodeRecord node = finished.NodesOf(NidType::NormalMessage).at(0);
     for (int i = 0; i < kDeepest; ++i)
         node = finished.Object(finished.Attachments(node).at(0));
