@@ -17,6 +17,11 @@ std::string Hex(std::uint64_t number)
     return text;
 }
 
+std::string Instead(std::uint64_t found, std::uint64_t expected)
+{
+    return Hex(found) + " instead of " + Hex(expected);
+}
+
 void CFindings::Add(const Rule& rule, std::string place, std::string detail)
 {
     auto count = std::ranges::find(m_counts, &rule, &RuleCount::rule);

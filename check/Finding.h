@@ -26,7 +26,8 @@ struct Finding {
     std::string detail;  ///< figures, as "0x12 instead of 0x13"; may be empty
 };
 
-std::string Hex(std::uint64_t number);  ///< "0x1F", for places and details
+std::string Hex(std::uint64_t number);                             ///< "0x1F", for places and details
+std::string Instead(std::uint64_t found, std::uint64_t expected);  ///< "0x1F instead of 0x20"
 
 /// Takes what a check finds.
 class IFindings {

@@ -20,19 +20,19 @@ namespace pid = format::pid;
 constexpr std::uint32_t kReadFlag = 1;
 
 /// What clients compute for the row, or bring up to date in one of both only.
-constexpr std::array<std::uint16_t, 12> kComputed = {pid::kMessageSize,
-                                                     pid::kMessageStatus,
-                                                     0x0057,   // PidTagMessageToMe
-                                                     0x0058,   // PidTagMessageCcMe
-                                                     0x0E30,   // PidTagReplItemid
-                                                     0x0E33,   // PidTagReplChangenum
-                                                     0x0E34,   // PidTagReplVersionHistory
-                                                     0x0E38,   // PidTagReplFlags
-                                                     0x1097,   // PidTagItemTemporaryFlags
-                                                     0x3013,   // PidTagConversationId
-                                                     0x65C6,   // PidTagSecureSubmitFlags
-                                                     0x0E3C};  // PidTagReplCopiedfromVersionhistory
-const RowRules kRowRules{rules::kMessageRowDifferent, rules::kMessageRowStale, kComputed};
+constexpr std::array<std::uint16_t, 12> kComputedOfMessage = {pid::kMessageSize,
+                                                              pid::kMessageStatus,
+                                                              0x0057,   // PidTagMessageToMe
+                                                              0x0058,   // PidTagMessageCcMe
+                                                              0x0E30,   // PidTagReplItemid
+                                                              0x0E33,   // PidTagReplChangenum
+                                                              0x0E34,   // PidTagReplVersionHistory
+                                                              0x0E38,   // PidTagReplFlags
+                                                              0x1097,   // PidTagItemTemporaryFlags
+                                                              0x3013,   // PidTagConversationId
+                                                              0x65C6,   // PidTagSecureSubmitFlags
+                                                              0x0E3C};  // PidTagReplCopiedfromVersionhistory
+const RowRules kMessageRowRules{rules::kMessageRowDifferent, rules::kMessageRowStale, kComputedOfMessage};
 
 /// One of the tables of a folder that list messages.
 class CContents {
@@ -123,7 +123,7 @@ void CContents::CheckMessageOf(CTable& table, const TableRow& row, const CDataba
 {
     const Place place{node.nid};
     CheckMessage(m_run, {place, node.data, node.sub, m_type == NidType::AssociatedContentsTable},
-                 [&](CPropertyContext& message) { CompareRow(table, row, message, kRowRules); });
+                 [&](CPropertyContext& message) { CompareRow(table, row, message, kMessageRowRules); });
 }
 
 }  // namespace

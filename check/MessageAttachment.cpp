@@ -21,7 +21,7 @@ namespace pid = format::pid;
 /// PidTagAttachMethod. [MS-OXCMSG] 2.2.2.9
 enum class Method : std::uint32_t { None = 0, ByValue = 1, Embedded = 5, Ole = 6, LargestKnown = 7 };
 
-const RowRules kRowRules{rules::kAttachmentRowDifferent, rules::kAttachmentRowDifferent, {}};
+const RowRules kAttachmentRowRules{rules::kAttachmentRowDifferent, rules::kAttachmentRowDifferent, {}};
 
 bool IsAttachment(const CDatabase::Subnode& subnode)
 {
@@ -115,7 +115,7 @@ void CAttachments::CheckAttachment(const CDatabase::Subnode& subnode, CTable* ta
     CheckSize(properties, node);
     CheckContent(properties, node, m_embedded);
     if (table != nullptr)
-        CompareRow(*table, *row, properties, kRowRules);
+        CompareRow(*table, *row, properties, kAttachmentRowRules);
     node.ReportUnused();
 }
 

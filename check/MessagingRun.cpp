@@ -9,11 +9,6 @@
 
 namespace pastille::check {
 
-std::string Instead(std::uint64_t found, std::uint64_t expected)
-{
-    return Hex(found) + " instead of " + Hex(expected);
-}
-
 std::string Place::Text(const std::string& detail) const
 {
     std::vector<const Place*> path;

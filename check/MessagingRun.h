@@ -21,9 +21,6 @@ struct Place {
     std::string Text(const std::string& detail = {}) const;
 };
 
-/// "0x12 instead of 0x13"
-std::string Instead(std::uint64_t found, std::uint64_t expected);
-
 /// What the checks of everything above the node database share.
 class CMessagingRun {
 public:

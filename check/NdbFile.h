@@ -48,6 +48,7 @@ struct NdbFile {
     }
 };
 
+/// What findings call a place: "page 0x4400", "block 0x2C", "node 0x21".
 std::string PagePlace(std::uint64_t offset);
 std::string BlockPlace(std::uint64_t bid);
 std::string NodePlace(std::uint32_t nid);

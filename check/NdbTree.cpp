@@ -10,11 +10,6 @@ namespace {
 /// Twenty entries a page: far more than any file holds.
 constexpr unsigned kHighestLevel = 12;
 
-std::string Instead(std::uint64_t found, std::uint64_t wanted)
-{
-    return Hex(found) + " instead of " + Hex(wanted);
-}
-
 }  // namespace
 
 CTreeWalk::CTreeWalk(const NdbFile& file, format::PageType tree, std::vector<PageUse>& pages,

@@ -19,6 +19,7 @@ enum class TableKind {
     ReplicationTimes,  ///< node 0x6F8
 };
 
+/// What columns a table is asked for.
 enum class ColumnDemand {
     Least,     ///< what no table of the kind does without: many were made from older templates
     Template,  ///< what programs ask of the template itself

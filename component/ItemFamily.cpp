@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "component/pst/messaging/MessagingIds.h"
+#include "format/PropertyIds.h"
 
 namespace pastille::component {
 namespace {
@@ -45,7 +45,7 @@ ItemFamily FamilyOf(std::u16string_view messageClass)
 
 std::uint32_t FirstFlagsOf(ItemFamily family)
 {
-    return family == ItemFamily::Mail ? pst::messageflag::kUnsent : pst::messageflag::kRead;
+    return family == ItemFamily::Mail ? format::messageflag::kUnsent : format::messageflag::kRead;
 }
 
 }  // namespace pastille::component

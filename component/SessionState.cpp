@@ -4,6 +4,7 @@
 
 #include "component/FolderPath.h"
 #include "component/pst/messaging/StoreError.h"
+#include "platform/FileSystem.h"
 
 namespace pastille::component {
 namespace {
@@ -41,7 +42,7 @@ std::shared_ptr<pst::CPstStore> CSessionState::AddStore(const std::filesystem::p
     if (!profile)
         throw CStoreError(Refusal::NotFound);
     auto store = pst::CPstStore::Create(m_files, path, displayName, m_checkpoints);
-    const ProfileStore description{std::filesystem::absolute(path), std::u16string(displayName)};
+    const ProfileStore description{platform::WholePath(path), std::u16string(displayName)};
     profile->stores.push_back(description);
     try {
         m_profiles.Write(*profile);

@@ -10,14 +10,6 @@ namespace {
 
 constexpr std::size_t kInflatedSizeOffset = 18;  ///< in the trailer of a 4 KB file
 
-void StoreKey(std::span<std::byte> into, std::size_t offset, std::size_t width, std::uint64_t value)
-{
-    if (width == 8)
-        StoreLE<std::uint64_t>(into, offset, value);
-    else
-        StoreLE<std::uint32_t>(into, offset, static_cast<std::uint32_t>(value));
-}
-
 /// An SLBLOCK or SIBLOCK whose entries are `fields` numbers each.
 template <class Entry, std::size_t kFields, class FieldsOf>
 std::vector<std::byte> EncodeSubnodeBlock(const VariantLayout& layout, std::uint8_t level,

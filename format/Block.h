@@ -30,6 +30,7 @@ enum BlockFault : std::uint8_t {
     kBlockBadBid = 8,        ///< BID differs from the one asked for, bit 0 aside
 };
 
+/// A block's trailer as it was found, and what is wrong with it.
 struct CheckedBlockTrailer {
     BlockTrailer trailer;
     std::uint8_t faults = kBlockSound;  ///< BlockFault bits

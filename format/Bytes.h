@@ -26,6 +26,16 @@ constexpr void StoreLE(std::span<std::byte> bytes, std::size_t offset, T value)
         bytes[offset + i] = static_cast<std::byte>(static_cast<std::uint64_t>(value) >> (8 * i));
 }
 
+/// Writes a BID, key or file offset, which are 4 or 8 bytes wide. REQUIRES: offset + width <= bytes.size().
+constexpr void StoreKey(std::span<std::byte> bytes, std::size_t offset, std::size_t width,
+                        std::uint64_t value)
+{
+    if (width == 8)
+        StoreLE<std::uint64_t>(bytes, offset, value);
+    else
+        StoreLE<std::uint32_t>(bytes, offset, static_cast<std::uint32_t>(value));
+}
+
 /// A stretch of file bytes that knows its length. Every number that comes from a file is read through one:
 /// what lies beyond the end is not there, whatever the offset.
 class CByteView {

@@ -26,14 +26,6 @@ const Places& PlacesOf(const VariantLayout& layout)
     return layout.wide ? kWide : kNarrow;
 }
 
-void StoreKey(std::span<std::byte> into, std::size_t offset, std::size_t width, std::uint64_t value)
-{
-    if (width == 8)
-        StoreLE<std::uint64_t>(into, offset, value);
-    else
-        StoreLE<std::uint32_t>(into, offset, static_cast<std::uint32_t>(value));
-}
-
 void EncodeRoot(const VariantLayout& layout, const FileHeader& header, std::span<std::byte> root)
 {
     const std::size_t width = layout.keyWidth;

@@ -28,9 +28,9 @@ inline constexpr std::uint32_t kHeaderMagic = 0x4E444221;  ///< dwMagic "!BDN"
 inline constexpr std::uint16_t kClientMagicPst = 0x4D53;   ///< wMagicClient "SM"
 inline constexpr std::uint16_t kClientMagicOst = 0x4F53;   ///< wMagicClient "SO"
 inline constexpr std::uint16_t kVersionAnsi = 14;          ///< wVer; 15 is ANSI too
-inline constexpr std::uint16_t kVersionUnicode = 23;
-inline constexpr std::uint16_t kVersionUnicode4k = 36;
-inline constexpr std::uint8_t kHeaderSentinel = 0x80;
+inline constexpr std::uint16_t kVersionUnicode = 23;       ///< wVer
+inline constexpr std::uint16_t kVersionUnicode4k = 36;     ///< wVer; not in the public document
+inline constexpr std::uint8_t kHeaderSentinel = 0x80;      ///< bSentinel
 
 /// The fields of HEADER and its ROOT that carry something; the others are written with fixed values.
 /// [MS-PST] 2.2.2.5, 2.2.2.6
@@ -69,6 +69,7 @@ enum HeaderFault : std::uint8_t {
     kHeaderBadSentinel = 8,
 };
 
+/// A header as it was found, and what is wrong with it.
 struct CheckedHeader {
     FileHeader header;
     std::uint8_t faults = kHeaderSound;  ///< HeaderFault bits

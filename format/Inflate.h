@@ -5,6 +5,7 @@
 
 namespace pastille::format {
 
+/// How far a stream could be inflated.
 struct Inflated {
     std::size_t produced = 0;  ///< bytes placed at the start of the output
     bool isWhole = false;      ///< the stream ended, and its checksum is right

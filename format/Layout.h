@@ -114,6 +114,7 @@ inline constexpr VariantLayout kUnicode4kLayout{.variant = Variant::Unicode4k,
                                                 .headerBytes = 564,
                                                 .cryptMethodOffset = 0x201};
 
+/// Of that variant; lives as long as the program.
 constexpr const VariantLayout& LayoutOf(Variant variant)
 {
     switch (variant) {

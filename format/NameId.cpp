@@ -3,8 +3,27 @@
 #include <array>
 
 #include "format/Checksum.h"
+#include "format/WideText.h"
 
 namespace pastille::format {
+namespace {
+
+std::optional<Guid> SetOf(std::uint16_t index, CByteView guidStream)
+{
+    switch (index) {
+        case namemap::kGuidIndexNone:
+            return Guid{};
+        case namemap::kGuidIndexMapi:
+            return propset::kMapi;
+        case namemap::kGuidIndexPublicStrings:
+            return propset::kPublicStrings;
+        default:
+            return DecodeGuid(guidStream,
+                              static_cast<std::uint64_t>(index - namemap::kFirstGuidIndex) * kGuidSize);
+    }
+}
+
+}  // namespace
 
 void EncodeNameId(const NameId& entry, std::span<std::byte> into)
 {
@@ -39,6 +58,19 @@ std::optional<CByteView> StringNameAt(CByteView stringStream, std::uint32_t offs
     if (!length)
         return std::nullopt;
     return stringStream.Sub(std::uint64_t{offset} + 4, *length);
+}
+
+std::optional<PropertyName> NameOf(const NameId& record, CByteView guidStream, CByteView stringStream)
+{
+    const auto set = SetOf(record.guidIndex, guidStream);
+    if (!set)
+        return std::nullopt;
+    if (!record.isString)
+        return PropertyName{*set, record.number, {}};
+    const auto text = StringNameAt(stringStream, record.number);
+    if (!text || text->Size() < 2)
+        return std::nullopt;
+    return PropertyName{*set, 0, WideText(text->Bytes())};
 }
 
 void EncodeGuid(const Guid& guid, std::span<std::byte> into)

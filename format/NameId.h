@@ -61,8 +61,11 @@ std::vector<NameId> DecodeNameIds(CByteView stream);
 std::uint32_t StringNameKey(std::u16string_view name);
 /// The UTF-16 bytes of the name at `offset` of the string stream; nothing when it does not lie inside.
 std::optional<CByteView> StringNameAt(CByteView stringStream, std::uint32_t offset);
+/// The name that a record of the entry stream stands for, by the map's GUID and string streams; nothing when
+/// they do not have what it refers to.
+std::optional<PropertyName> NameOf(const NameId& record, CByteView guidStream, CByteView stringStream);
 
-inline constexpr std::size_t kGuidSize = 16;
+inline constexpr std::size_t kGuidSize = 16;  ///< bytes in the file
 /// REQUIRES: into.size() >= kGuidSize.
 void EncodeGuid(const Guid& guid, std::span<std::byte> into);
 std::optional<Guid> DecodeGuid(CByteView bytes, std::uint64_t offset);

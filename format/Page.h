@@ -44,6 +44,7 @@ enum PageFault : std::uint8_t {
     kPageBadSignature = 2,  ///< stored hash does not fit this offset: moved or stale page
 };
 
+/// A page's trailer as it was found, and what is wrong with it.
 struct CheckedPageTrailer {
     PageTrailer trailer;
     std::uint8_t faults;  ///< PageFault bits

@@ -143,6 +143,14 @@ inline constexpr std::uint16_t kPstPassword = 0x67FF;
 inline constexpr std::uint16_t kFreeBusyMessageEmailAddress = 0x6849;
 }  // namespace pid
 
+/// Bits of PidTagMessageFlags. [MS-OXCMSG] 2.2.1.6
+namespace messageflag {
+inline constexpr std::uint32_t kRead = 0x01;
+inline constexpr std::uint32_t kUnsent = 0x08;
+inline constexpr std::uint32_t kHasAttachments = 0x10;
+inline constexpr std::uint32_t kAssociated = 0x40;
+}  // namespace messageflag
+
 /// Long ids of named properties, by property set. [MS-OXPROPS] 2
 namespace lid {
 // No set is known to have this one.

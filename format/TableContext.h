@@ -38,7 +38,7 @@ struct TableInfo {
 
 inline constexpr std::uint8_t kTableInfoType = 0x7C;  ///< bType
 inline constexpr std::size_t kTableInfoSize = 22;     ///< bytes before the columns
-inline constexpr std::size_t kTableColumnSize = 8;
+inline constexpr std::size_t kTableColumnSize = 8;    ///< bytes of a TCOLDESC
 
 /// Reads TCINFO and its columns; a fault when they are not all there or the row size is 0. Columns are not
 /// checked against the row: cells outside it are not there.

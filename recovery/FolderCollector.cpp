@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "format/Ids.h"
+#include "store/DataTree.h"
 #include "store/FolderProperties.h"
 #include "store/NamedProperties.h"
 
@@ -54,7 +55,7 @@ bool CFolderCollector::Collect()
 bool CFolderCollector::TakeFolder(const store::NodeRecord& node)
 {
     store::CSourceStore& source = m_run.source;
-    const auto block = source.reader.Find(node.bidData);
+    const auto block = store::FirstDataBlock(source.reader, node.bidData);
     if (!block)
         return false;
     if (source.reader.IsMethodPending() && !source.reader.DetectCryptMethod(*block))

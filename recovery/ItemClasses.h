@@ -35,6 +35,7 @@ struct ClassJudgement {
     Fate fate;
     ItemFamily family = ItemFamily::Mail;  ///< of the item, when one is made
 };
+/// A class of the tables of families is compared exactly, one of mails without case.
 ClassJudgement JudgeClass(std::u16string_view messageClass);
 
 /// What the recovery of a family's items needs to know.

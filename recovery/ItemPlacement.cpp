@@ -11,9 +11,6 @@ namespace {
 
 using namespace writer;
 
-/// Of mails that have no class of their own.
-constexpr std::u16string_view kMailClass = u"IPM.Note";
-
 double OleDateOf(std::chrono::system_clock::time_point time)
 {
     using namespace std::chrono;
@@ -34,13 +31,14 @@ std::uint64_t TargetKey(std::uint32_t parentNid, const ClassRule* rule)
 PlacedItem CItemPlacement::Place(const std::u16string& messageClass, std::uint32_t parentNid)
 {
     PlacedItem placed;
+    m_isInFallback = false;
     const ClassJudgement judgement = JudgeClass(messageClass);
     const ItemPlace place = PlaceOf(judgement, Route(messageClass, parentNid));
     if (place == ItemPlace::Nowhere)
         return placed;
     if (place == ItemPlace::Fallback) {
         m_recovery.output.target = FallbackFolder();
-        placed.isInFallback = true;
+        placed.isInFallback = m_isInFallback = true;
     }
     Create(messageClass, judgement, placed);
     return placed;
@@ -74,6 +72,8 @@ PlacedItem CItemPlacement::CreateEmbedded(const std::u16string& messageClass)
     const ClassJudgement judgement = JudgeClass(messageClass);
     if (judgement.fate != ClassJudgement::Fate::NoItem)
         Create(messageClass, judgement, placed);
+    else if (m_isInFallback)
+        CreateMail(messageClass, placed);
     return placed;
 }
 

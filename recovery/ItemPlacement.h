@@ -37,7 +37,8 @@ public:
     /// Creates an orphan in the current target folder, whatever its family.
     PlacedItem PlaceOrphan(const std::u16string& messageClass);
     /// Creates an item that is to be embedded in another one: in the current target folder, by the same
-    /// classes, but a class too short for an item gives a mail at once.
+    /// classes, but a class too short for an item gives a mail at once, and in an item that went to the
+    /// fallback folder so does any.
     PlacedItem CreateEmbedded(const std::u16string& messageClass);
     /// A mail of the current time that carries the attachments of an item that takes none: in the fallback
     /// folder, which becomes the current target.
@@ -58,6 +59,7 @@ private:
 
     store::RunContext& m_run;
     RecoveryRun& m_recovery;
+    bool m_isInFallback = false;  ///< the item of the node list that was placed last
     /// Targets found before, by parent NID (upper half) and default-folder kind of the class (-1: by folder).
     std::unordered_map<std::uint64_t, writer::CRef<writer::IStoreFolder>> m_targets;
     writer::CRef<writer::IStoreFolder> m_fallback;

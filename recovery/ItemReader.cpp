@@ -87,7 +87,7 @@ void CItemReader::WriteMailSubject(const SourceProperty& property)
     m_placed.item->SetText(property::Subject,
                            SubjectText(m_source.StringValue(property.type, property.value)));
     m_recovery.log.Write(std::u16string(u"\r\n\r\n").append(TraitsOf(ItemFamily::Mail).logLabel));
-    m_recovery.log.Write(m_placed.item->GetText(property::Subject));
+    m_recovery.log.Write(LogName(m_placed.item->GetText(property::Subject)));
 }
 
 void CItemReader::Finish()
@@ -103,7 +103,7 @@ void CItemReader::Finish()
         ++m_recovery.figures.items[static_cast<std::size_t>(*m_placed.family)];
     }
     m_recovery.log.Write(
-        std::u16string(u"\r\n\r\n").append(traits.logLabel).append(item.GetText(property::Subject)));
+        std::u16string(u"\r\n\r\n").append(traits.logLabel).append(LogName(item.GetText(property::Subject))));
 }
 
 }  // namespace pastille::recovery

@@ -8,7 +8,7 @@ namespace {
 
 using namespace writer;
 
-constexpr unsigned kProgressStep = 0;
+constexpr unsigned kItemProgressStep = 0;
 constexpr unsigned kWholePercent = 100;
 /// Below this number of nodes the number done is shown as it is.
 constexpr std::uint32_t kFewNodes = 101;
@@ -28,7 +28,7 @@ void CItemWalk::Run()
     m_run.BeginPhase(8);
     if (!WalkNodes() || (m_run.settings.smartScan && !WalkOrphans()))
         return;
-    m_run.ReportPercent(kWholePercent, kProgressStep);
+    m_run.ReportPercent(kWholePercent, kItemProgressStep);
     AnnounceFolders();
 }
 
@@ -151,12 +151,12 @@ void CItemWalk::ReportProgress()
 {
     ++m_done;
     if (m_run.source.nodeCount < kFewNodes) {
-        m_run.ReportPercent(static_cast<unsigned>(m_done), kProgressStep);
+        m_run.ReportPercent(static_cast<unsigned>(m_done), kItemProgressStep);
         return;
     }
     const unsigned percent = store::Percentage(m_done, m_divisor);
     if (percent <= kWholePercent)
-        m_run.ReportPercent(percent, kProgressStep);
+        m_run.ReportPercent(percent, kItemProgressStep);
 }
 
 void CItemWalk::AnnounceFolders()

@@ -53,7 +53,9 @@ HeapBody WriteHeapBody(const CSourceItem& source, const BodyLocator& locator, co
     // The property met last may be another than the one written: each is read from its own place.
     for (const Choice& choice : {Choice{locator.plain, property::Body, &PlainText},
                                  Choice{locator.rtf, property::RtfBody, &ByteText}}) {
-        if (!choice.hnid || *choice.hnid == 0 || !NamesHeapAllocation(*choice.hnid))
+        // A later block of the heap is not looked into; its values are no damage.
+        if (!choice.hnid || *choice.hnid == 0 || !NamesHeapAllocation(*choice.hnid) ||
+            !source.Heap().IsOwn(*choice.hnid))
             continue;
         if (!source.PassesBoundsTest(*choice.hnid))
             return HeapBody::Damaged;
@@ -200,7 +202,8 @@ void BodyLocator::Note(const store::PropertyRecord& record, store::FileKind kind
         default:
             return;
     }
-    deciding = record.value;
+    if (record.value != 0)  // an empty body decides nothing
+        deciding = record.value;
 }
 
 bool WriteBody(CSourceItem& source, const BodyLocator& locator, const std::string& runCodePage,

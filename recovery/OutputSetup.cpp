@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "recovery/Texts.h"
 
@@ -25,10 +26,14 @@ constexpr SpecialFolder kSpecialFolders[] = {
 
 std::string StoreNameOf(const std::filesystem::path& sourcePath)
 {
-    std::string name = sourcePath.filename().string();
+    std::string name = platform::PathBytes(sourcePath.filename());
     const auto dot = name.find('.');
     name.resize(dot == std::string::npos ? 0 : dot);
-    std::ranges::replace(name, '\\', '_');
+    const auto isForbidden = [](char c) {
+        return platform::ForbiddenInNames().find(c) != std::string_view::npos;
+    };
+    std::ranges::replace_if(
+        name, [&](char c) { return c == '\\' || isForbidden(c); }, '_');
     return name.append(kStoreNameSuffix);
 }
 
@@ -39,8 +44,8 @@ OutputNames CandidateNames(const std::filesystem::path& destinationFolder, const
     const bool endsInSeparator = !destinationFolder.empty() && !destinationFolder.has_filename();
     const auto destination = endsInSeparator ? destinationFolder.parent_path() : destinationFolder;
     OutputNames names;
-    names.folder = destination / (storeName + suffix);
-    names.pst = names.folder / (storeName + ".pst");
+    names.folder = destination / platform::PathOfBytes(storeName + suffix);
+    names.pst = names.folder / platform::PathOfBytes(storeName + ".pst");
     names.log = names.folder / kLogFileName;
     names.profile = platform::FromUtf8(std::string(kProfileBaseName) + suffix);
     return names;
@@ -121,6 +126,7 @@ bool COutputSetup::CreateOutputFolder()
 {
     if (!m_run.fileSystem.CreateFolder(m_names.folder)) {
         m_recovery.ownsOutputFile = true;
+        m_run.state.hasOutput = true;
         return true;
     }
     m_run.source.file.Close();
@@ -157,6 +163,7 @@ void COutputSetup::OpenLog()
     log.Write(u"\r\n\r\nDestination File Path:");
     log.Write(platform::PathText(m_names.pst));
     log.Write(u"\r\n\r\nStart date and time : " + LogTime(m_host.clock));
+    log.Flush();
 }
 
 }  // namespace pastille::recovery

@@ -22,7 +22,8 @@ struct OutputNames {
 };
 
 /// Name of the new store: the source's file name up to its first ".", nothing when it has none, and "
-/// Recovered". A "\" becomes "_", since it separates folder names in paths of the new store.
+/// Recovered". A "\" becomes "_", since it separates folder names in paths of the new store; likewise what
+/// the host allows in no name.
 std::string StoreNameOf(const std::filesystem::path& sourcePath);
 /// The names of one candidate: `suffix` is "" or a decimal number.
 OutputNames CandidateNames(const std::filesystem::path& destinationFolder, const std::string& storeName,

@@ -59,6 +59,7 @@ void CRecoveryPipeline::SetUpOutput(store::RunContext& run)
 void CRecoveryPipeline::WriteLog(std::u16string_view entry)
 {
     m_recovery.log.Write(entry);
+    m_recovery.log.Flush();
 }
 
 void CRecoveryPipeline::CollectFolders(store::RunContext& run)
@@ -91,8 +92,10 @@ void CRecoveryPipeline::CloseOutput(store::RunContext& run)
     bool isKept = true;
     if (run.state.failed && m_recovery.ownsOutputFile) {
         isKept = IsWorthKeeping(m_component, run.fileSystem, run.state.outputPath);
-        if (!isKept)
+        if (!isKept) {
+            run.state.hasOutput = false;
             run.fileSystem.Remove(run.state.outputPath);
+        }
     }
     if (m_failure && !m_failureShown)
         TellEarlyEnd(run, isKept);

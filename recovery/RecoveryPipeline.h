@@ -16,6 +16,7 @@
 
 namespace pastille::recovery {
 
+/// What a recovery asks of the host beside files.
 struct RecoveryOptions {
     /// Time of the log's entries and of the mails that the run makes itself.
     Clock clock = [] { return std::chrono::system_clock::now(); };

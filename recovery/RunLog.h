@@ -37,9 +37,10 @@ public:
     /// Adds the text as it is: no line break, no terminator.
     void Write(std::u16string_view entry);
 
-private:
+    /// Hands what waits to the file.
     void Flush();
 
+private:
     std::unique_ptr<platform::IFile> m_file;
     std::uint64_t m_end = 0;  ///< of what is in the file
     std::string m_waiting;    ///< entries for the file

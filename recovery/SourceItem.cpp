@@ -26,11 +26,7 @@ bool CSourceItem::Open(std::uint32_t bidData, std::uint32_t bidSub)
 bool CSourceItem::ReadHeap(std::uint32_t bidData)
 {
     store::CBlockReader& reader = m_source.reader;
-    auto block = reader.Find(bidData);
-    if (block && store::IsInternal(block->bid)) {
-        const auto bids = store::LoadDataTree(reader, bidData);
-        block = bids.empty() ? std::nullopt : reader.Find(bids.front());
-    }
+    const auto block = store::FirstDataBlock(reader, bidData);
     if (!block || !reader.ReadDecoded(*block, m_bytes))
         return false;
     m_heap = store::CHeapBlock(format::CByteView(m_bytes), reader.Layout());
@@ -83,10 +79,10 @@ std::u16string CSourceItem::StringValue(std::uint16_t type, std::uint32_t hnid)
 {
     if (hnid == 0)
         return {};  // no data. [MS-PST] 2.3.3.2
-    constexpr std::uint32_t kNidTypeMask = 0x1F;
+    constexpr std::uint32_t kTypeOfNid = 0x1F;
     static const std::vector<store::SubnodeEntry> kNone;
     // Subnodes are read only for a value that may lie in one of them.
-    const bool mayBeElsewhere = (hnid & kNidTypeMask) != 0 || !m_heap.Allocation(hnid);
+    const bool mayBeElsewhere = (hnid & kTypeOfNid) != 0 || !m_heap.Allocation(hnid);
     const bool readsSubnodes = mayBeElsewhere && SpendSearch();
     std::u16string text = store::ReadStringValue(m_source.reader, m_heap, type, hnid,
                                                  readsSubnodes ? Subnodes() : kNone, m_source.codePage);

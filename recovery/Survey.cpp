@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned kMapPhase = 7;
 constexpr unsigned kCountPhase = 8;
-constexpr unsigned kProgressStep = 0;
+constexpr unsigned kSurveyProgressStep = 0;
 
 /// The class that an item ends up with. Of several in a damaged property context each one places the item
 /// anew; one that cannot be read ends the item, but a mail that is there by then is kept.
@@ -88,7 +88,7 @@ void CSurvey::RecoverItems(store::RunContext& run)
     SurveyFindings findings;
     run.BeginPhase(kMapPhase);
     auto map = store::MapDamage(source, [&](std::uint64_t offset) {
-        run.ReportPercent(store::Percentage(offset, source.file.Size() / 100), kProgressStep);
+        run.ReportPercent(store::Percentage(offset, source.file.Size() / 100), kSurveyProgressStep);
         return !run.state.MustStop();
     });
     if (!map)
@@ -120,7 +120,7 @@ bool CSurvey::CountItems(store::RunContext& run, SurveyFindings& findings)
     const std::uint64_t all = source.nodes.Size() + source.orphans.size();
     std::uint64_t done = 0;
     const auto goOn = [&] {
-        run.ReportPercent(store::Percentage(100 * done++, all), kProgressStep);
+        run.ReportPercent(store::Percentage(100 * done++, all), kSurveyProgressStep);
         return !run.state.MustStop();
     };
     for (const store::NodeRecord& node : source.nodes) {

@@ -8,6 +8,8 @@ namespace pastille::recovery {
 
 inline constexpr std::u16string_view kLostAndFound = u"Lost & Found";
 inline constexpr std::u16string_view kOrphanedMails = u"Orphaned Mails";
+/// Class of a mail, and of an item whose own class is lost.
+inline constexpr std::u16string_view kMailClass = u"IPM.Note";
 inline constexpr std::u16string_view kPlaceholderSubject = u"UnKnown";
 /// Of the placeholder mail; a domain that never exists.
 inline constexpr std::u16string_view kPlaceholderAddress = u"unknown@recovered.invalid";

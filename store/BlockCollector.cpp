@@ -46,8 +46,8 @@ bool HoldsBlockEntries(format::CByteView page, const format::VariantLayout& layo
 }
 
 /// Whether a page with the type word of the BBT gives entries; the reason goes to the findings when not.
-bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
-                PageFindings& findings)
+bool AcceptBlockPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
+                     PageFindings& findings)
 {
     const std::size_t entrySize = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset);
     const auto level = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset + 1);
@@ -102,7 +102,7 @@ public:
         for (std::uint64_t offset = window.start; offset < end; offset += m_layout.pageSize) {
             const format::CByteView page = window.At(offset, m_layout.pageSize);
             if (page.ReadOrZero<std::uint16_t>(m_layout.typeOffset) == format::pageword::kBbt &&
-                AcceptPage(page, m_layout, offset, found.findings))
+                AcceptBlockPage(page, m_layout, offset, found.findings))
                 AddEntries(page, m_layout, m_fileSize, found);
             const auto trailer = format::ParsePageTrailer(m_layout, page, offset);
             if (trailer && trailer->faults == format::kPageSound) {

@@ -129,7 +129,7 @@ void CBlockTable::CreateInMemory()
 void CBlockTable::Create(platform::IFileSystem& fileSystem, const std::filesystem::path& path)
 {
     CreateInMemory();
-    m_file = fileSystem.Create(path);
+    m_file = fileSystem.CreateTemporary(path);
     m_fileSystem = &fileSystem;
     m_path = path;
 }
@@ -164,6 +164,15 @@ std::vector<BlockRecord> CBlockTable::Appended()
     std::vector<BlockRecord> records(static_cast<std::size_t>(m_count));
     records.resize(m_file->ReadAt(0, std::as_writable_bytes(std::span(records))) / sizeof(BlockRecord));
     return records;
+}
+
+std::vector<std::uint32_t> CBlockTable::AppendedBids()
+{
+    std::vector<std::uint32_t> bids;
+    bids.reserve(static_cast<std::size_t>(m_count));
+    for (const BlockRecord& record : Appended())
+        bids.push_back(record.bid);
+    return bids;
 }
 
 void CBlockTable::Finish(const std::function<bool()>& proceed)

@@ -47,6 +47,7 @@ public:
     void Prefer(const BlockRecord& record);
     /// The records appended so far, in that order.
     std::vector<BlockRecord> Appended();
+    std::vector<std::uint32_t> AppendedBids();
     /// Orders the index for looking up. Of the records with one BID the one wins that the chunked order of
     /// the index meets first: chunks of 4000 records in the order found, each sorted for itself.
     /// `proceed` is asked before each chunk; when it returns false the table stays empty.

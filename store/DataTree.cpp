@@ -154,6 +154,15 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
     return entries;
 }
 
+std::optional<BlockRecord> FirstDataBlock(CBlockReader& reader, std::uint32_t bidData)
+{
+    const auto block = reader.Find(bidData);
+    if (!block || !IsInternal(block->bid))
+        return block;
+    const auto bids = LoadDataTree(reader, bidData);
+    return bids.empty() ? std::nullopt : reader.Find(bids.front());
+}
+
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData)
 {
     return LoadTree(reader, bidData, true);

@@ -36,6 +36,10 @@ std::vector<SubnodeEntry> LoadSubnodes(CBlockReader& reader, std::uint32_t bidSu
 /// stands for the whole. At most 1,100,000 BIDs are taken.
 std::vector<std::uint32_t> LoadDataTree(CBlockReader& reader, std::uint32_t bidData);
 
+/// The block that a heap behind `bidData` begins with; nothing when it is not there. Of a heap of several
+/// blocks only this one is read.
+std::optional<BlockRecord> FirstDataBlock(CBlockReader& reader, std::uint32_t bidData);
+
 /// Goes through data blocks in order, those that are there. Tree blocks are no data. A tree may list a block
 /// any number of times: the blocks end when their places add up to the size of the whole file, when their
 /// contents add up to the 2^31 - 1 bytes that a value may have, or to more than packed blocks honestly hold.

@@ -77,7 +77,10 @@ public:
         const auto records = heap.PropertyRecords(true);
         if (!records)
             return false;
-        if (m_map.IsEmpty())  // a stale copy of the map must not add its sets a second time
+        // Names of a small map all go to one group, which is made for them. A stale copy of the map must not
+        // add its sets a second time.
+        constexpr std::size_t kFewestRecords = 50;
+        if (m_map.IsEmpty() && records->size() >= kFewestRecords)
             AddGroups(format::CByteView(StreamOf(heap, *records, kGuidStream)), m_map);
         const Stream entries = StreamOf(heap, *records, kEntryStream);
         AddRecords(format::CByteView(entries), m_map);
@@ -180,8 +183,7 @@ void ReadNamedProperties(CBlockReader& reader, std::uint32_t bidData, std::uint3
 {
     CMapReader mapReader(reader, bidSub, map);
     CBlockReader::Buffer bytes;
-    const auto bids = LoadDataTree(reader, bidData);
-    const auto block = bids.empty() ? std::optional<BlockRecord>() : reader.Find(bids.front());
+    const auto block = FirstDataBlock(reader, bidData);
     // The map often stands before the first folder, so it may be the first block that tells the crypt method.
     if (block && reader.IsMethodPending())
         reader.DetectCryptMethod(*block);

@@ -21,8 +21,8 @@ struct WindowNodes {
 
 /// Whether the entries of a page are read: of a leaf even with a wrong signature, of a page with entries of
 /// 24 bytes only with a right one.
-bool AcceptPage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
-                PageFindings& findings)
+bool AcceptNodePage(format::CByteView page, const format::VariantLayout& layout, std::uint64_t fileOffset,
+                    PageFindings& findings)
 {
     const std::size_t entrySize = page.ReadOrZero<std::uint8_t>(layout.entrySizeOffset);
     const auto bid = page.ReadOrZero<std::uint32_t>(layout.pageBidOffset);
@@ -66,7 +66,7 @@ WindowNodes FindNodes(const ScanWindow& window, const format::VariantLayout& lay
     for (std::uint64_t offset = window.start; offset < end; offset += layout.pageSize) {
         const format::CByteView page = window.At(offset, layout.pageSize);
         if (page.ReadOrZero<std::uint16_t>(layout.typeOffset) != format::pageword::kNbt ||
-            !AcceptPage(page, layout, offset, found.findings))
+            !AcceptNodePage(page, layout, offset, found.findings))
             continue;
         found.nodes.AddPage(offset, page.ReadOrZero<std::uint32_t>(layout.pageBidOffset));
         AddEntries(page, layout, found);

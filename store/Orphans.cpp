@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "format/Bytes.h"
@@ -80,10 +81,33 @@ bool Sort(CSourceStore& source, std::span<const TrailerBlock> trailers, const st
     return true;
 }
 
+void SortAsFound(std::vector<Candidate>& candidates, std::span<const std::uint32_t> found)
+{
+    std::ranges::sort(candidates, {},
+                      [](const Candidate& candidate) { return std::pair(candidate.bid, candidate.ib); });
+    std::vector<Candidate> sorted;
+    std::vector<bool> isTaken(candidates.size());
+    for (const std::uint32_t bid : found) {
+        const auto at = std::ranges::lower_bound(candidates, bid, {}, &Candidate::bid);
+        const auto number = static_cast<std::size_t>(at - candidates.begin());
+        if (at != candidates.end() && at->bid == bid && !isTaken[number]) {
+            isTaken[number] = true;
+            sorted.push_back(*at);
+        }
+    }
+    const auto named = static_cast<std::ptrdiff_t>(sorted.size());
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        if (!isTaken[i])
+            sorted.push_back(candidates[i]);
+    }
+    std::ranges::sort(sorted.begin() + named, sorted.end(), {}, &Candidate::ib);
+    candidates = std::move(sorted);
+}
+
 }  // namespace
 
 void FindOrphans(CSourceStore& source, std::vector<TrailerBlock> trailers,
-                 const std::function<bool()>& proceed)
+                 std::span<const std::uint32_t> found, const std::function<bool()>& proceed)
 {
     std::vector<Candidate> candidates;
     std::vector<BlockRecord> unknown;
@@ -98,7 +122,7 @@ void FindOrphans(CSourceStore& source, std::vector<TrailerBlock> trailers,
         if (candidate.isSubnodes || candidate.heapMethods != 0)
             candidates.push_back(candidate);
     }
-    std::ranges::sort(candidates, {}, &Candidate::ib);
+    SortAsFound(candidates, found);
     for (const auto& [ib, bid, isSubnodes, heapMethods] : candidates) {
         if (isSubnodes)
             source.orphans.push_back({0, bid});

@@ -255,11 +255,14 @@ bool COutLook::BuildBlockTable(RunContext& run)
         run.state.failed = true;
         return true;
     }
-    if (!run.settings.smartScan)
+    std::vector<std::uint32_t> found;
+    if (run.settings.smartScan)
+        found = source.blocks.AppendedBids();
+    else
         std::vector<TrailerBlock>().swap(trailers);
     source.blocks.Finish(proceed);
     if (run.settings.smartScan)
-        FindOrphans(source, std::move(trailers), proceed);
+        FindOrphans(source, std::move(trailers), found, proceed);
     return true;
 }
 

@@ -10,7 +10,7 @@
 namespace pastille::store {
 namespace {
 
-constexpr std::size_t kSlotBytes = 16;
+constexpr std::size_t kSearchStep = 16;
 constexpr std::size_t kSizeLimit = 65511;
 constexpr std::uint32_t kAttachmentTable = 0x671;
 /// In a sound file each byte is summed once. Where trailers lie upon trailers the rest goes unproven.
@@ -24,7 +24,7 @@ constexpr std::uint64_t FirstBlockOffset(format::Variant variant)
 
 constexpr std::uint64_t RoundUp(std::uint64_t value)
 {
-    return (value + kSlotBytes - 1) / kSlotBytes * kSlotBytes;
+    return (value + kSearchStep - 1) / kSearchStep * kSearchStep;
 }
 
 }  // namespace
@@ -53,14 +53,14 @@ CTrailerSearch::CTrailerSearch(const ScanWindow& window, const format::VariantLa
 void CTrailerSearch::SearchPage(std::uint64_t offset, std::vector<TrailerBlock>& found)
 {
     const auto look = [this](std::uint64_t slot) {
-        const format::CByteView bytes = m_window.At(slot, kSlotBytes);
+        const format::CByteView bytes = m_window.At(slot, kSearchStep);
         return std::pair(bytes.ReadOrZero<std::uint64_t>(0), bytes.ReadOrZero<std::uint64_t>(8));
     };
-    for (; m_noted < offset; m_noted += kSlotBytes) {
+    for (; m_noted < offset; m_noted += kSearchStep) {
         const auto [low, high] = look(m_noted);
         NoteData(m_noted, low, high);
     }
-    for (; m_noted < offset + m_layout.pageSize; m_noted += kSlotBytes) {
+    for (; m_noted < offset + m_layout.pageSize; m_noted += kSearchStep) {
         const auto [low, high] = look(m_noted);
         if ((low | high) == 0)
             continue;
@@ -116,9 +116,9 @@ void CTrailerSearch::TryDistances(const Trailer& trailer, std::uint64_t exact,
         return;
     const std::uint64_t lastByte = m_dataEnd - 1;
     const std::uint64_t read = trailer.slot > lastByte ? trailer.slot - lastByte : 1;
-    const std::uint64_t candidates = (read + 1) / kSlotBytes + 2;
+    const std::uint64_t candidates = (read + 1) / kSearchStep + 2;
     std::uint64_t start = lastByte < trailer.cb ? 0 : RoundUp(lastByte - trailer.cb);
-    for (std::uint64_t i = 0; i < candidates && start < m_fileSize; ++i, start += kSlotBytes) {
+    for (std::uint64_t i = 0; i < candidates && start < m_fileSize; ++i, start += kSearchStep) {
         if (start != exact && IsPossibleStart(start) && IsSigned(trailer, start))
             Add(trailer, start, TrailerBlock::kSigned | (IsSound(trailer, start) ? TrailerBlock::kSound : 0),
                 found);

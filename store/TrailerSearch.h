@@ -47,6 +47,7 @@ static_assert(sizeof(TrailerBlock) == 12);
 /// message's subnodes. `head` are its first stored bytes. [MS-PST] 2.2.2.8.3.3.1
 bool IsMessageSubnodes(const format::VariantLayout& layout, std::uint32_t cb, format::CByteView head);
 
+/// What a scan for blocks looks for.
 struct BlockScanOptions {
     bool smartScan = false;  ///< also finds trailers whose signature is wrong, and looks into the blocks
     FileKind kind = FileKind::Unknown;

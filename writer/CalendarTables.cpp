@@ -13,7 +13,7 @@ constexpr FamilyRow kReminderTimeRows[] = {
     {lid::kReminderTime, Date, &property::ReminderTime},
 };
 
-constexpr FamilyRow kOwnRows[] = {
+constexpr FamilyRow kOnlyAppointmentRows[] = {
     {lid::kAppointmentSubType, Flag, &property::AllDayEvent},
     {lid::kBusyStatus, Number, &property::BusyStatus},
     {lid::kAppointmentDuration, Number, &property::Duration},
@@ -30,7 +30,7 @@ static_assert(AreUnique(kMeetingRows));
 
 constexpr auto kAppointmentRows =
     SortedRows(kEveryItemRows, kImportanceRows, kRequestFlagRows, kRoutingFlagRows, kSenderRows,
-               kRecipientRows, kReminderSetRows, kReminderRuleRows, kReminderTimeRows, kOwnRows);
+               kRecipientRows, kReminderSetRows, kReminderRuleRows, kReminderTimeRows, kOnlyAppointmentRows);
 static_assert(AreUnique(kAppointmentRows));
 
 }  // namespace

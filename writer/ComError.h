@@ -11,9 +11,13 @@ namespace pastille::writer {
 /// Result code of a component operation; negative values are failures.
 using HRESULT = std::int32_t;
 
+/// An object that the operation needs is not there.
 inline constexpr HRESULT E_POINTER = static_cast<HRESULT>(0x80004003u);
+/// Anything else; mostly, what was to be read is damaged.
 inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005u);
+/// An argument, or a value that the store cannot hold; nothing was changed.
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057u);
+/// Memory has run out.
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
 /// MAPI_E_NOT_FOUND: no folder, profile or item of that name. [MS-OXCDATA] 2.4
 inline constexpr HRESULT E_NOT_FOUND = static_cast<HRESULT>(0x8004010Fu);

@@ -88,7 +88,7 @@ public:
 class IStoreItem : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
-        0xCF7DE094, 0xFF99, 0x4700, {0x9B, 0xE9, 0xEF, 0x25, 0x8A, 0x1D, 0x23, 0xB7}};
+        0xCF7DE094, 0xFF99, 0x4700, {0xB9, 0xEF, 0x25, 0x8A, 0x1D, 0x23, 0xB7, 0x98}};
     /// Commits the item to its folder. May be called again after changes. An item that is never saved leaves
     /// nothing in the store.
     virtual void Save() = 0;
@@ -196,6 +196,7 @@ public:
     virtual std::int32_t GetUnreadableCount() = 0;
 };
 
+/// A folder of a store.
 class IStoreFolder : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{

@@ -109,12 +109,12 @@ constexpr FamilyRow kContactRows[] = {
     {lid::kBilling, Text, &property::BillingInformation},
 };
 
-constexpr auto kRows = SortedRows(kEveryItemRows, kImportanceRows, kRequestFlagRows, kRoutingFlagRows,
-                                  kSenderRows, kContactRows);
-static_assert(AreUnique(kRows));
+constexpr auto kWholeContactRows = SortedRows(kEveryItemRows, kImportanceRows, kRequestFlagRows,
+                                              kRoutingFlagRows, kSenderRows, kContactRows);
+static_assert(AreUnique(kWholeContactRows));
 
 }  // namespace
 
-constinit const FamilyTable kContactTable = kRows;
+constinit const FamilyTable kContactTable = kWholeContactRows;
 
 }  // namespace pastille::writer

@@ -73,6 +73,7 @@ constexpr FamilyValue LookupValue(FamilyValue value)
     return value == FamilyValue::Date ? FamilyValue::Text : value;
 }
 
+/// The order of the lookup.
 constexpr bool Precedes(const FamilyRow& left, const FamilyRow& right)
 {
     return left.id != right.id ? left.id < right.id : LookupValue(left.value) < LookupValue(right.value);
@@ -89,6 +90,7 @@ consteval auto SortedRows(const FamilyRow (&... blocks)[sizes])
     return rows;
 }
 
+/// REQUIRES: the rows are in the order of the lookup.
 constexpr bool AreUnique(FamilyTable rows)
 {
     return std::ranges::adjacent_find(rows, [](const FamilyRow& left, const FamilyRow& right) {

@@ -40,6 +40,7 @@ struct ItemProperty {
 /// The properties common to all items. [MS-OXPROPS]
 namespace property {
 
+/// Shorthands: a property of that kind under a fixed id, or under a numeric name in a property set.
 constexpr ItemProperty Text(std::string_view name, std::uint16_t id)
 {
     return {name, PropertyKind::Text, PropertyStorage::Tag, id, format::PropertyType::String};
@@ -72,9 +73,6 @@ constexpr ItemProperty NamedNumber(std::string_view name, const format::Guid& se
 {
     return {name, PropertyKind::Number, PropertyStorage::Named, lid, format::PropertyType::Integer32, set};
 }
-
-inline constexpr std::uint32_t kMessageFlagRead = 0x01;
-inline constexpr std::uint32_t kMessageFlagUnsent = 0x08;
 
 inline constexpr ItemProperty Subject = Text("Subject", format::pid::kSubject);
 inline constexpr ItemProperty AlternateRecipientAllowed =
@@ -138,7 +136,7 @@ inline constexpr ItemProperty SenderAddressType = Text("SenderAddressType", form
 inline constexpr ItemProperty SenderName = Text("SenderName", format::pid::kSenderName);
 inline constexpr ItemProperty Sensitivity = Number("Sensitivity", format::pid::kSensitivity);
 inline constexpr ItemProperty Sent{"Sent", PropertyKind::Flag, PropertyStorage::FlagBitInverse,
-                                   kMessageFlagUnsent, format::PropertyType::Integer32};
+                                   format::messageflag::kUnsent, format::PropertyType::Integer32};
 inline constexpr ItemProperty SubmitTime = Date("SubmitTime", format::pid::kClientSubmitTime);
 inline constexpr ItemProperty SentRepresentingName =
     Text("SentRepresentingName", format::pid::kSentRepresentingName);
@@ -148,7 +146,7 @@ inline constexpr ItemProperty SentRepresentingAddressType =
     Text("SentRepresentingAddressType", format::pid::kSentRepresentingAddressType);
 inline constexpr ItemProperty DisplayTo = Text("DisplayTo", format::pid::kDisplayTo);
 inline constexpr ItemProperty UnRead{"UnRead", PropertyKind::Flag, PropertyStorage::FlagBitInverse,
-                                     kMessageFlagRead, format::PropertyType::Integer32};
+                                     format::messageflag::kRead, format::PropertyType::Integer32};
 /// One byte per character. Compressed RTF is kept as it is, other RTF is compressed by the component.
 inline constexpr ItemProperty RtfBody{"RtfBody", PropertyKind::Text, PropertyStorage::Tag,
                                       format::pid::kRtfCompressed, format::PropertyType::Binary};

@@ -9,7 +9,7 @@ namespace {
 namespace lid = format::lid;
 using enum FamilyValue;
 
-constexpr FamilyRow kOwnRows[] = {
+constexpr FamilyRow kOnlyJournalRows[] = {
     {lid::kLogDocumentPosted, Flag, &property::DocumentPosted},
     {lid::kLogDocumentPrinted, Flag, &property::DocumentPrinted},
     {lid::kLogDocumentRouted, Flag, &property::DocumentRouted},
@@ -19,12 +19,12 @@ constexpr FamilyRow kOwnRows[] = {
     {lid::kLogType, Text, &property::LogType},
 };
 
-constexpr auto kRows =
-    SortedRows(kEveryItemRows, kRequestFlagRows, kSenderRows, kRecipientRows, kReminderSetRows, kOwnRows);
-static_assert(AreUnique(kRows));
+constexpr auto kJournalRows = SortedRows(kEveryItemRows, kRequestFlagRows, kSenderRows, kRecipientRows,
+                                         kReminderSetRows, kOnlyJournalRows);
+static_assert(AreUnique(kJournalRows));
 
 }  // namespace
 
-constinit const FamilyTable kJournalTable = kRows;
+constinit const FamilyTable kJournalTable = kJournalRows;
 
 }  // namespace pastille::writer

@@ -188,10 +188,10 @@ void CMailWriter::WriteFollowupIcon(const Call& call)
 void CMailWriter::WriteMessageFlags(const Call& call)
 {
     constexpr std::u16string_view kSentFolder = u"sent";
-    if ((call.property.value & property::kMessageFlagRead) != 0)
+    if ((call.property.value & format::messageflag::kRead) != 0)
         call.item->SetFlag(property::UnRead, 0);
     // What lies in the folder of sent mails has been sent, whatever its flags say.
-    if ((call.property.value & property::kMessageFlagUnsent) != 0 &&
+    if ((call.property.value & format::messageflag::kUnsent) != 0 &&
         !platform::EqualsNoCase(call.source.TargetFolderName(), kSentFolder))
         call.item->SetFlag(property::Sent, 0);
 }

@@ -9,18 +9,18 @@ namespace {
 namespace lid = format::lid;
 using enum FamilyValue;
 
-constexpr FamilyRow kOwnRows[] = {
+constexpr FamilyRow kOnlyNoteRows[] = {
     {lid::kNoteColor, Number, &property::NoteColor},
     {lid::kNoteWidth, Number, &property::NoteWidth},
     {lid::kNoteHeight, Number, &property::NoteHeight},
 };
 
-constexpr auto kRows =
-    SortedRows(kEveryItemRows, kRequestFlagRows, kRoutingFlagRows, kReminderSetRows, kOwnRows);
-static_assert(AreUnique(kRows));
+constexpr auto kNoteRows =
+    SortedRows(kEveryItemRows, kRequestFlagRows, kRoutingFlagRows, kReminderSetRows, kOnlyNoteRows);
+static_assert(AreUnique(kNoteRows));
 
 }  // namespace
 
-constinit const FamilyTable kNoteTable = kRows;
+constinit const FamilyTable kNoteTable = kNoteRows;
 
 }  // namespace pastille::writer

@@ -18,6 +18,7 @@ std::uint64_t FileTimeFromOleDate(double date);
 struct CalendarDate {
     int year, month, day;
 };
+/// The day that a date falls on, in UTC; also before 1899-12-30, where the part of the day counts upward.
 CalendarDate CalendarDateOf(double date);
 
 }  // namespace pastille::writer

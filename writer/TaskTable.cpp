@@ -9,7 +9,7 @@ namespace {
 namespace lid = format::lid;
 using enum FamilyValue;
 
-constexpr FamilyRow kOwnRows[] = {
+constexpr FamilyRow kOnlyTaskRows[] = {
     {lid::kTaskComplete, Flag, &property::TaskComplete},
     {lid::kTaskAccepted, Flag, &property::TaskAccepted},
     {lid::kTaskStatus, Number, &property::TaskStatus},
@@ -22,12 +22,13 @@ constexpr FamilyRow kOwnRows[] = {
     {lid::kBilling, Text, &property::BillingInformation},
 };
 
-constexpr auto kRows = SortedRows(kEveryItemRows, kImportanceRows, kRequestFlagRows, kRoutingFlagRows,
-                                  kSenderRows, kRecipientRows, kReminderSetRows, kReminderRuleRows, kOwnRows);
-static_assert(AreUnique(kRows));
+constexpr auto kTaskRows =
+    SortedRows(kEveryItemRows, kImportanceRows, kRequestFlagRows, kRoutingFlagRows, kSenderRows,
+               kRecipientRows, kReminderSetRows, kReminderRuleRows, kOnlyTaskRows);
+static_assert(AreUnique(kTaskRows));
 
 }  // namespace
 
-constinit const FamilyTable kTaskTable = kRows;
+constinit const FamilyTable kTaskTable = kTaskRows;
 
 }  // namespace pastille::writer

@@ -179,7 +179,8 @@ std::string ReportText(const CAccount& account, const ReportFacts& facts)
     report["attachedMessages"] = facts.embeddedMessages;
     report["missingAtEnd"] = account.MissingAtEnd();
     report["copiesLeftOut"] = account.LeftOut();
-    report["damagedNodePages"] = facts.damagedNodePages;
+    report["damagedNodePages"] =
+        facts.damagedNodePages ? nlohmann::ordered_json(*facts.damagedNodePages) : nullptr;
     report["moreLosses"] = account.MoreLosses();
     // The lists go entry by entry: as one object they would take many times their text.
     std::string text = Dump(report, 2);

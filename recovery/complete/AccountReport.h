@@ -25,10 +25,10 @@ struct ReportFacts {
     bool isFinished = false;  ///< the run came to its end
     std::uint64_t attachments = 0;
     std::uint64_t embeddedMessages = 0;
-    std::uint64_t damagedNodePages = 0;  ///< of the source's node tree, that are there but not whole
+    std::optional<std::uint64_t> damagedNodePages;  ///< of the source's node tree, missing ones too
 };
 
-/// The report as JSON (UTF-8), as docs/report.md describes it.
+/// The report as JSON (UTF-8), as docs/manual/json.md describes it.
 std::string ReportText(const CAccount& account, const ReportFacts& facts);
 /// Writes it. A report that cannot be written disturbs nothing; false then.
 bool WriteReport(platform::IFileSystem& fileSystem, const std::filesystem::path& path,

@@ -1,9 +1,7 @@
 #include "recovery/complete/CompleteRecovery.h"
 
 #include <algorithm>
-#include <vector>
 
-#include "format/Header.h"
 #include "recovery/complete/OrphanPass.h"
 
 namespace pastille::recovery::complete {
@@ -11,17 +9,6 @@ namespace {
 
 constexpr unsigned kFolderStep = 4, kItemStep = 0;
 constexpr unsigned kWholePercent = 100;
-
-/// Bytes between the file's end and the one that its header states; 0 when the header is not sound.
-std::uint64_t MissingAtEnd(store::complete::CScannedSource& source)
-{
-    std::vector<std::byte> bytes(source.Layout().headerBytes);
-    source.file.Read(0, bytes);
-    const auto header = format::DecodeHeader(source.Layout(), format::CByteView(bytes));
-    const bool isSound = header && header->faults == format::kHeaderSound;
-    const std::uint64_t stated = isSound ? header->header.fileSize : 0;
-    return stated - std::min(stated, source.file.Size());
-}
 
 }  // namespace
 
@@ -72,7 +59,7 @@ void CCompleteRecovery::RecoverItems()
     m_items.AccountForMissing();
     if (!m_names.IsRead() && m_names.UnknownIds() != 0)
         m_account.Add({Loss::What::Names, CAccount::kRoot, {}, {}, {}, {}, m_names.UnknownIds()});
-    m_account.SetMissingAtEnd(MissingAtEnd(m_source));
+    m_account.SetMissingAtEnd(m_source.statedSize - std::min(m_source.statedSize, m_source.file.Size()));
     m_isFinished = true;
     m_run.ReportPercent(kWholePercent, kItemStep);
     m_maker.AnnounceAll();
@@ -113,8 +100,7 @@ ReportFacts CCompleteRecovery::Facts() const
             .isFinished = m_isFinished && !m_run.state.failed,
             .attachments = m_messages.Attachments(),
             .embeddedMessages = m_messages.EmbeddedMessages(),
-            .damagedNodePages = static_cast<std::uint64_t>(
-                std::ranges::count(m_source.nodes.Pages(), false, &store::complete::NodePage::isSound))};
+            .damagedNodePages = m_source.damagedNodePages};
 }
 
 }  // namespace pastille::recovery::complete

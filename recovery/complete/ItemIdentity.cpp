@@ -34,7 +34,12 @@ private:
 };
 
 constexpr std::array kTimeIds{format::pid::kMessageDeliveryTime, format::pid::kClientSubmitTime};
-constexpr std::uint32_t kAssociatedFlag = 0x40;  // of PidTagMessageFlags
+
+std::vector<std::byte> SearchKeyOf(CFoundObject& message)
+{
+    constexpr std::size_t kLongestKey = 1024;
+    return message.Bytes(format::pid::kSearchKey, kLongestKey);
+}
 
 /// Of a row and of a message alike; 0 when there is too little to tell it by.
 template <class Time, class Text>
@@ -58,7 +63,6 @@ std::uint64_t RowKey(const Time& timeOf, const Text& textOf, bool isAssociated)
 
 std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
 {
-    constexpr std::size_t kLongestKey = 1024;
     CHash hash;
     bool isKnown = false;
     // A mail sent to oneself lies there twice, with one search key.
@@ -67,7 +71,7 @@ std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
         isKnown = isKnown || !time.empty();
         hash.Put(time);
     }
-    if (const auto key = message.Bytes(format::pid::kSearchKey, kLongestKey); !key.empty()) {
+    if (const auto key = SearchKeyOf(message); !key.empty()) {
         hash.Put(key);
         return hash.Value();
     }
@@ -75,6 +79,22 @@ std::uint64_t IdentityOf(CFoundObject& message, const CItemText& text)
     hash.Put(TextOf(message, format::pid::kSenderName, text));
     hash.Put(message.Bytes(format::pid::kMessageSize));
     return isKnown ? hash.Value() : 0;
+}
+
+bool IsSameMessage(CFoundObject& newer, CFoundObject& older, const CItemText& text, bool isOneStore)
+{
+    const auto newerKey = SearchKeyOf(newer);
+    const auto olderKey = SearchKeyOf(older);
+    // In a damaged heap the key may be another one than the message had.
+    if (!newer.Fault() && !older.Fault() && !newerKey.empty() && !olderKey.empty())
+        return newerKey == olderKey;
+    return isOneStore || IdentityOf(newer, text) == IdentityOf(older, text);
+}
+
+bool IsFlaggedAssociated(const CFoundObject& message)
+{
+    const std::uint32_t flags = message.Number(format::pid::kMessageFlags).value_or(0);
+    return (flags & format::messageflag::kAssociated) != 0;
 }
 
 void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unordered_set<std::uint32_t>& lost,
@@ -102,7 +122,7 @@ void CLostRows::Add(CFoundTable& table, std::uint32_t folder, const std::unorder
 std::optional<ListedItem> CLostRows::Take(CFoundObject& message, const CItemText& text)
 {
     const auto time = [&](std::uint16_t id) { return message.Bytes(id, sizeof(std::uint64_t)); };
-    const bool isAssociated = (message.Number(format::pid::kMessageFlags).value_or(0) & kAssociatedFlag) != 0;
+    const bool isAssociated = IsFlaggedAssociated(message);
     const auto key = RowKey(
         time, [&](std::uint16_t id) { return TextOf(message, id, text); }, isAssociated);
     const auto at = m_rows.find(key);

@@ -15,6 +15,15 @@ namespace pastille::recovery::complete {
 /// without one of what identifies it to a reader. 0: nothing does. [MS-OXPROPS] PidTagSearchKey
 std::uint64_t IdentityOf(store::complete::CFoundObject& message, const CItemText& text);
 
+/// True for two versions of one node's message: of nodes in one store always, unless their search keys tell
+/// otherwise. `isOneStore`: their pages lie where the store put them; else a node id may stand for a message
+/// of each of two stores.
+bool IsSameMessage(store::complete::CFoundObject& newer, store::complete::CFoundObject& older,
+                   const CItemText& text, bool isOneStore);
+
+/// True when its flags say that it belongs to its folder's table of associated items.
+bool IsFlaggedAssociated(const store::complete::CFoundObject& message);
+
 /// The rows of folders' tables that tell of messages which have no node, by what both row and message hold.
 class CLostRows {
 public:

@@ -15,6 +15,7 @@
 #include "recovery/Texts.h"
 #include "recovery/complete/FoundText.h"
 #include "recovery/complete/ItemIdentity.h"
+#include "recovery/complete/SourceNodes.h"
 #include "writer/OleDate.h"
 
 namespace pastille::recovery::complete {
@@ -28,15 +29,7 @@ using store::complete::FoundRow;
 using store::complete::NodeVersion;
 using store::complete::SourceFault;
 
-/// Of a message whose own is lost.
-constexpr std::u16string_view kMailClass = u"IPM.Note";
-
 enum Cell : unsigned { kFromCell = 1, kToCell = 2, kSubjectCell = 3, kDateCell = 4 };
-
-bool IsAssociated(std::uint32_t nid)
-{
-    return Nid{nid}.Type() == NidType::AssociatedMessage;
-}
 
 /// Types of nodes that are no messages, whatever they hold. [MS-PST] 2.2.2.1
 bool IsOtherKind(NidType type)
@@ -67,10 +60,9 @@ std::u16string DateText(CFoundObject& message)
 bool IsItem(store::complete::CSourceBlocks& blocks, const store::complete::CScannedSource& source,
             std::span<const NodeVersion> versions)
 {
-    const NidType type = Nid{versions.front().nid}.Type();
-    if (type == NidType::NormalMessage || type == NidType::AssociatedMessage)
+    if (IsMessageNode(versions.front().nid))
         return true;
-    if (IsOtherKind(type))
+    if (IsOtherKind(Nid{versions.front().nid}.Type()))
         return false;
     CFoundObject object(blocks, ReferenceOf(source, versions.front()));
     return object.Open() && object.Find(format::pid::kMessageClass) != nullptr;
@@ -94,11 +86,12 @@ bool CItemPass::ForEachItem(const std::function<void(std::size_t)>& passed, bool
         const NodeVersion& newest = versions.front();
         const bool isThere = newest.isLive != 0 || m_folders.ListingOf(newest.nid);
         // Whatever an item does to this program costs that item and no other.
-        if (isThere != isDeleted)
-            Guarded([&] {
-                if (IsItem(m_blocks, m_source, versions))
-                    Recover(versions, isDeleted);
-            });
+        const bool isDone = isThere == isDeleted || Guarded([&] {
+                                if (IsItem(m_blocks, m_source, versions))
+                                    Recover(versions, isDeleted);
+                            });
+        if (!isDone && !isDeleted && m_lastCounted != newest.nid && IsMessageNode(newest.nid))
+            m_unread.push_back({newest.nid, KnownFolder(versions), std::nullopt});
         done += versions.size();
         passed(done);
         return goesOn = !m_run.state.MustStop();
@@ -121,15 +114,10 @@ void CItemPass::Recover(std::span<const NodeVersion> versions, bool isDeleted)
             m_account.NoteLeftOut();
             return;
         }
-        const std::uint64_t identity = IdentityOf(message, text);
         std::unique_ptr<CFoundObject> before;
-        // Where two stores lie in one file, a node id may stand for an item of each.
         const OlderVersion older = [&]() -> CFoundObject* {
-            for (std::size_t next = i + 1; !before && next < versions.size(); ++next) {
-                before = std::make_unique<CFoundObject>(m_blocks, ReferenceOf(m_source, versions[next]));
-                if (!before->Open() || IdentityOf(*before, text) != identity)
-                    before.reset();
-            }
+            if (!before)
+                before = OpenOlder(message, versions.subspan(i), text);
             return before.get();
         };
         CopyNode(
@@ -142,12 +130,27 @@ void CItemPass::Recover(std::span<const NodeVersion> versions, bool isDeleted)
         m_unread.push_back({newest.nid, KnownFolder(versions), fault});
 }
 
+/// The newest of the older versions that can be read; nullptr when there is none.
+std::unique_ptr<CFoundObject> CItemPass::OpenOlder(CFoundObject& message,
+                                                   std::span<const NodeVersion> versions,
+                                                   const CItemText& text)
+{
+    const bool isAtHome = m_source.nodes.PageOf(versions.front()).isAtHome;
+    for (const NodeVersion& version : versions.subspan(1)) {
+        auto older = std::make_unique<CFoundObject>(m_blocks, ReferenceOf(m_source, version));
+        const bool isOneStore = isAtHome && m_source.nodes.PageOf(version).isAtHome;
+        if (older->Open() && IsSameMessage(message, *older, text, isOneStore))
+            return older;
+    }
+    return nullptr;
+}
+
 void CItemPass::CopyNode(std::span<const NodeVersion> versions, Found found, bool isDeleted)
 {
     const MadeFolder* const folder = isDeleted ? &m_maker.DeletedVersions() : FolderOf(versions);
     found.nid = versions.front().nid;
     found.listedIn = isDeleted ? 0 : KnownFolder(versions);
-    found.isAssociated = IsAssociated(found.nid);
+    found.isAssociated = IsAssociatedNode(found.nid);
     CopyInto(folder != nullptr ? *folder : m_maker.LostAndFound(), found);
 }
 
@@ -216,6 +219,7 @@ void CItemPass::CopyInto(const MadeFolder& folder, const Found& found)
     if (outcome == Outcome::Whole && !isNewest)
         outcome = Outcome::Partial;
     m_account.CountItem(folder.account, isAssociated, outcome, true);
+    m_lastCounted = found.nid;
     if (outcome == Outcome::Lost || isAssociated)
         return;
     ShowRow(place.item, message, text, folder);
@@ -248,7 +252,7 @@ void CItemPass::CopyFromRow(std::uint32_t folder, std::uint32_t nid, const CFoun
     }
     if (folder == 0 || (!isAllLost && message.Find(kTimeId) != nullptr))
         return;
-    CFoundTable* const table = TableOf(folder, IsAssociated(nid));
+    CFoundTable* const table = TableOf(folder, IsAssociatedNode(nid));
     const auto row = table == nullptr ? std::nullopt : table->RowOf(nid);
     if (!row)
         return;
@@ -264,21 +268,14 @@ void CItemPass::CopyFromRow(std::uint32_t folder, std::uint32_t nid, const CFoun
 CFoundTable* CItemPass::TableOf(std::uint32_t folder, bool isAssociated)
 {
     constexpr std::size_t kMostOpen = 8;
-    const NidType type = isAssociated ? NidType::AssociatedContentsTable : NidType::ContentsTable;
-    const std::uint32_t nid = Nid::Make(type, Nid{folder}.Index()).value;
+    const std::uint32_t nid = ContentsTableOf(folder, isAssociated);
     for (const auto& [known, table] : m_tables) {
         if (known == nid)
             return table.get();
     }
     if (m_tables.size() == kMostOpen)
         m_tables.erase(m_tables.begin());
-    const auto versions = m_source.nodes.VersionsOf(nid);
-    std::unique_ptr<CFoundTable> table;
-    if (!versions.empty())
-        table = std::make_unique<CFoundTable>(m_blocks, ReferenceOf(m_source, versions.front()));
-    if (table && !table->Open())
-        table.reset();
-    return m_tables.emplace_back(nid, std::move(table)).second.get();
+    return m_tables.emplace_back(nid, OpenTable(m_source, m_blocks, nid)).second.get();
 }
 
 void CItemPass::ShowRow(const KnownItem& item, CFoundObject& message, const CItemText& text,
@@ -340,26 +337,24 @@ void CItemPass::DescribeUnread(std::uint32_t folder, std::span<const Unread> unr
     const auto find = [&](std::uint32_t nid) {
         return std::ranges::lower_bound(unread, nid, {}, &Unread::nid);
     };
-    for (const NidType type : {NidType::ContentsTable, NidType::AssociatedContentsTable}) {
-        const auto versions = m_source.nodes.VersionsOf(Nid::Make(type, Nid{folder}.Index()).value);
-        if (folder == 0 || versions.empty())
+    CFoundObject none(m_blocks, {});
+    const CItemText text(m_pages.PagesOf(none));
+    for (const bool isAssociated : {false, true}) {
+        CFoundTable* const table = folder == 0 ? nullptr : TableOf(folder, isAssociated);
+        if (table == nullptr)
             continue;
-        CFoundTable table(m_blocks, ReferenceOf(m_source, versions.front()));
-        if (!table.Open())
-            continue;
-        CFoundObject none(m_blocks, {});
-        const CItemText text(m_pages.PagesOf(none));
-        table.ForEachRow([&](const FoundRow& row) {
+        table->ForEachRow([&](const FoundRow& row) {
             const auto at = find(row.id);
             if (at != unread.end() && at->nid == row.id && told.insert(row.id).second)
-                LoseUnread(*at, {row.id, WithoutPrefixMark(TextOf(table, row, format::pid::kSubject, text)),
-                                 TextOf(table, row, format::pid::kMessageClass, text), IsAssociated(row.id)});
+                LoseUnread(*at,
+                           {row.id, WithoutPrefixMark(TextOf(*table, row, format::pid::kSubject, text)),
+                            TextOf(*table, row, format::pid::kMessageClass, text), IsAssociatedNode(row.id)});
             return true;
         });
     }
     for (const Unread& item : unread) {
         if (!told.contains(item.nid))
-            LoseUnread(item, {item.nid, {}, {}, IsAssociated(item.nid)});
+            LoseUnread(item, {item.nid, {}, {}, IsAssociatedNode(item.nid)});
     }
 }
 

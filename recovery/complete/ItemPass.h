@@ -82,6 +82,9 @@ private:
 
     bool ForEachItem(const std::function<void(std::size_t)>& passed, bool isDeleted);
     void Recover(std::span<const store::complete::NodeVersion> versions, bool isDeleted);
+    std::unique_ptr<store::complete::CFoundObject> OpenOlder(
+        store::complete::CFoundObject& message, std::span<const store::complete::NodeVersion> versions,
+        const CItemText& text);
     void CopyNode(std::span<const store::complete::NodeVersion> versions, Found found, bool isDeleted);
     bool RecoverWithoutContext(std::span<const store::complete::NodeVersion> versions);
     void CopyFromRow(std::uint32_t folder, std::uint32_t nid, const store::complete::CFoundObject& message,
@@ -104,6 +107,7 @@ private:
     CCodePages& m_pages;
     CAccount& m_account;
     std::vector<Unread> m_unread;
+    std::uint32_t m_lastCounted = 0;                 ///< node id
     std::unordered_set<std::uint64_t> m_identities;  ///< of the items copied, in a Smart Scan
     std::unordered_set<std::uint32_t> m_foundAsOrphans;
     /// Tables of folders that were asked for last, by the node ids of the tables. Null: none can be read.

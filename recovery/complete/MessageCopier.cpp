@@ -31,8 +31,6 @@ constexpr std::uint16_t kAttachData = format::pid::kAttachDataBinary;
 /// Where an attachment's name stands. [MS-OXCMSG] 2.2.2
 constexpr std::array kNameIds{format::pid::kAttachLongFilename, format::pid::kAttachFilename,
                               format::pid::kDisplayName};
-/// Of a message whose own is lost.
-constexpr std::u16string_view kMailClass = u"IPM.Note";
 constexpr std::u16string_view kIncompleteMark = u" (incomplete)";
 
 /// The name with the mark before its extension.
@@ -138,7 +136,7 @@ void CMessageCopier::BeginMessage(std::unique_ptr<CFoundObject> own, CFoundObjec
 /// What a message had in a subnode tree that is gone, as its properties tell.
 void CMessageCopier::LoseSubnodes(CFoundObject& message)
 {
-    constexpr std::uint32_t kHasAttachments = 0x10;
+    using format::messageflag::kHasAttachments;
     const auto& fault = message.Subnodes().Fault();
     const bool hasAttachments =
         (message.Number(format::pid::kMessageFlags).value_or(kHasAttachments) & kHasAttachments) != 0;

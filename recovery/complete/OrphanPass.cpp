@@ -3,22 +3,12 @@
 #include <unordered_set>
 #include <vector>
 
-#include "format/Ids.h"
-#include "format/PropertyIds.h"
 #include "recovery/Guarded.h"
+#include "recovery/complete/SourceNodes.h"
 
 namespace pastille::recovery::complete {
 
-using format::Nid;
-using format::NidType;
 using store::complete::CFoundObject;
-using store::complete::CFoundTable;
-
-namespace {
-
-constexpr std::uint32_t kAssociatedFlag = 0x40;  // of PidTagMessageFlags
-
-}  // namespace
 
 bool COrphanPass::Run()
 {
@@ -48,14 +38,9 @@ void COrphanPass::FindLostRows()
     }
     for (const std::uint32_t folder : folders) {
         const bool isAssociated = (folder & ListedItem::kAssociated) != 0;
-        const NidType type = isAssociated ? NidType::AssociatedContentsTable : NidType::ContentsTable;
-        const auto versions = m_source.nodes.VersionsOf(Nid::Make(type, Nid{folder}.Index()).value);
-        if (versions.empty())
-            continue;
-        CFoundTable table(m_blocks, ReferenceOf(m_source, versions.front()));
         CFoundObject none(m_blocks, {});
-        if (table.Open())
-            m_lostRows.Add(table, folder, lost, CItemText(m_pages.PagesOf(none)));
+        if (const auto table = OpenTable(m_source, m_blocks, ContentsTableOf(folder, isAssociated)))
+            m_lostRows.Add(*table, folder, lost, CItemText(m_pages.PagesOf(none)));
     }
 }
 
@@ -71,8 +56,7 @@ void COrphanPass::Recover(const store::complete::OrphanMessage& orphan)
     }
     const MadeFolder* folder = row ? m_maker.Find(row->Folder()) : nullptr;
     CItemPass::Found found{.message = message};
-    found.isAssociated =
-        isOpen && (message.Number(format::pid::kMessageFlags).value_or(0) & kAssociatedFlag) != 0;
+    found.isAssociated = isOpen && IsFlaggedAssociated(message);
     if (folder != nullptr) {
         found.nid = row->item;
         found.listedIn = row->Folder();

@@ -3,8 +3,6 @@
 #include <utility>
 #include <vector>
 
-#include "format/WideText.h"
-
 namespace pastille::recovery::complete {
 namespace {
 
@@ -13,34 +11,6 @@ using namespace format;
 /// All that the ids from 0x8000 on can name.
 constexpr std::size_t kMostStreamBytes = 0x8000 * NameId::kSize;
 constexpr std::size_t kMostTextBytes = 16u << 20;
-
-std::optional<Guid> SetOf(std::uint16_t index, CByteView guids)
-{
-    switch (index) {
-        case namemap::kGuidIndexNone:
-            return Guid{};
-        case namemap::kGuidIndexMapi:
-            return propset::kMapi;
-        case namemap::kGuidIndexPublicStrings:
-            return propset::kPublicStrings;
-        default:
-            return DecodeGuid(guids,
-                              static_cast<std::uint64_t>(index - namemap::kFirstGuidIndex) * kGuidSize);
-    }
-}
-
-std::optional<PropertyName> NameOf(const NameId& record, CByteView guids, CByteView strings)
-{
-    const auto set = SetOf(record.guidIndex, guids);
-    if (!set)
-        return std::nullopt;
-    if (!record.isString)
-        return PropertyName{*set, record.number, {}};
-    const auto text = StringNameAt(strings, record.number);
-    if (!text || text->Size() < 2)
-        return std::nullopt;
-    return PropertyName{*set, 0, WideText(text->Bytes())};
-}
 
 std::u16string UnknownName(std::uint16_t id)
 {

@@ -10,6 +10,7 @@
 #include "format/PropertyIds.h"
 #include "recovery/complete/FoundText.h"
 #include "recovery/complete/LostNameMap.h"
+#include "recovery/complete/SourceNodes.h"
 
 namespace pastille::recovery::complete {
 namespace {
@@ -19,7 +20,6 @@ using format::NidType;
 using store::complete::CFoundObject;
 using store::complete::CFoundTable;
 using store::complete::FoundRow;
-using store::complete::NodeReference;
 using store::complete::NodeVersion;
 
 constexpr std::uint16_t kStoreCodePage = 0x66C3;  // PidTagCodePageId
@@ -33,40 +33,12 @@ constexpr std::size_t kMostMapCopies = 16;
 /// Rows of all tables together: a damaged file may name one table any number of times.
 constexpr std::size_t kMostListed = 50'000'000, kFewestRowBytes = 8;
 
-Nid TableOf(std::uint32_t folder, NidType type)
-{
-    return Nid::Make(type, Nid{folder}.Index());
-}
-
-bool IsMessage(std::uint32_t nid)
-{
-    const NidType type = Nid{nid}.Type();
-    return type == NidType::NormalMessage || type == NidType::AssociatedMessage;
-}
-
 bool IsFolder(std::uint32_t nid)
 {
     return Nid{nid}.Type() == NidType::NormalFolder;
 }
 
 }  // namespace
-
-NodeReference ReferenceOf(const store::complete::CScannedSource& source, const NodeVersion& version)
-{
-    return {version.bidData, version.bidSub, source.nodes.PageOf(version).isAtHome};
-}
-
-void ForEachNode(const store::complete::CNodeIndex& nodes,
-                 const std::function<bool(std::span<const NodeVersion>)>& visit)
-{
-    const auto all = nodes.Versions();
-    for (std::size_t begin = 0, end = 0; begin < all.size(); begin = end) {
-        while (end < all.size() && all[end].nid == all[begin].nid)
-            ++end;
-        if (!visit(all.subspan(begin, end - begin)))
-            return;
-    }
-}
 
 bool CSourceFolders::Collect(const std::function<bool(std::size_t)>& proceed)
 {
@@ -121,13 +93,13 @@ void CSourceFolders::FindParents()
 {
     std::vector<std::uint32_t> pending;
     const auto want = [&](const NodeVersion& version) {
-        if (IsMessage(version.nid))
+        if (IsMessageNode(version.nid))
             m_holders.insert(version.parent);
         if (m_parents.insert(version.parent).second)
             pending.push_back(version.parent);
     };
     for (const NodeVersion& version : m_source.nodes.Versions()) {
-        if (version.isLive != 0 && (IsMessage(version.nid) || IsFolder(version.nid)))
+        if (version.isLive != 0 && (IsMessageNode(version.nid) || IsFolder(version.nid)))
             want(version);
     }
     while (!pending.empty()) {
@@ -181,8 +153,8 @@ void CSourceFolders::AddFolder(std::span<const NodeVersion> versions)
 
 void CSourceFolders::ReadTables(std::uint32_t folder)
 {
-    ReadTable(TableOf(folder, NidType::ContentsTable).value, folder);
-    ReadTable(TableOf(folder, NidType::AssociatedContentsTable).value, folder | ListedItem::kAssociated);
+    ReadTable(ContentsTableOf(folder, false), folder);
+    ReadTable(ContentsTableOf(folder, true), folder | ListedItem::kAssociated);
 }
 
 void CSourceFolders::ReadTable(std::uint32_t table, std::uint32_t folder)
@@ -197,7 +169,7 @@ void CSourceFolders::ReadTable(std::uint32_t table, std::uint32_t folder)
             if (m_listed.size() >=
                 std::min<std::uint64_t>(kMostListed, m_blocks.FileSize() / kFewestRowBytes))
                 return false;
-            if (IsMessage(row.id))
+            if (IsMessageNode(row.id))
                 m_listed.push_back({row.id, folder});
             return true;
         });
@@ -249,7 +221,7 @@ void CSourceFolders::ReadHierarchy(const NodeVersion& version,
         at->second.name = TextOf(table, row, format::pid::kDisplayName, text);
         at->second.containerClass = TextOf(table, row, format::pid::kContainerClass, text);
         if (at->second.parentId == 0)
-            at->second.parentId = TableOf(version.nid, NidType::NormalFolder).value;
+            at->second.parentId = Nid::Make(NidType::NormalFolder, Nid{version.nid}.Index()).value;
         return true;
     });
 }
@@ -270,6 +242,36 @@ void CSourceFolders::FindRoot()
     }
 }
 
+namespace {
+
+/// True for a folder whose chain of parents ends at the store's own root. One that ends nowhere or in itself
+/// has lost its parents: that is no outsider. `judged`: folders of which it is known, to which the chain is
+/// added.
+bool IsOutsider(std::uint32_t folder, const std::unordered_map<std::uint32_t, std::uint32_t>& parents,
+                std::unordered_map<std::uint32_t, bool>& judged)
+{
+    std::vector<std::uint32_t> chain;
+    bool isOutside = false;
+    for (std::uint32_t nid = folder;;) {
+        if (const auto known = judged.find(nid); known != judged.end()) {
+            isOutside = known->second;
+            break;
+        }
+        const auto parent = parents.find(nid);
+        if (parent == parents.end())
+            break;
+        chain.push_back(nid);
+        judged.emplace(nid, false);
+        isOutside = parent->second == format::nids::kRootFolder.value;
+        nid = parent->second;
+    }
+    for (const std::uint32_t nid : chain)
+        judged[nid] = isOutside;
+    return isOutside;
+}
+
+}  // namespace
+
 /// Folders that do not hang below the root: without items in them they are the store's own bookkeeping.
 void CSourceFolders::DropEmptyOutsiders()
 {
@@ -286,29 +288,11 @@ void CSourceFolders::DropEmptyOutsiders()
             nid = at->second;
         }
     };
-    // A chain that ends nowhere or in itself is one that has lost its parents: it is no outsider.
-    std::unordered_map<std::uint32_t, bool> isOutsider;
+    std::unordered_map<std::uint32_t, bool> judged;
     if (m_root != 0)
-        isOutsider.emplace(m_root, false);
+        judged.emplace(m_root, false);
     for (const FolderRecord& record : m_records) {
-        std::vector<std::uint32_t> chain;
-        bool isOutside = false;
-        for (std::uint32_t nid = record.nodeId;;) {
-            const auto known = isOutsider.find(nid);
-            if (known != isOutsider.end()) {
-                isOutside = known->second;
-                break;
-            }
-            const auto parent = parents.find(nid);
-            if (parent == parents.end())
-                break;
-            chain.push_back(nid);
-            isOutsider.emplace(nid, false);
-            isOutside = parent->second == format::nids::kRootFolder.value;
-            nid = parent->second;
-        }
-        for (const std::uint32_t nid : chain)
-            isOutsider[nid] = isOutside;
+        const bool isOutside = IsOutsider(record.nodeId, parents, judged);
         if (!isOutside || m_root == 0)
             kept.insert(record.nodeId);
         if (m_holders.contains(record.nodeId) || listed.contains(record.nodeId))

@@ -87,11 +87,4 @@ private:
     std::vector<ListedItem> m_listed;
 };
 
-/// What a version of a node names. `source` is where it was found.
-store::complete::NodeReference ReferenceOf(const store::complete::CScannedSource& source,
-                                           const store::complete::NodeVersion& version);
-/// Visits the versions of each node by rising id until `visit` returns false.
-void ForEachNode(const store::complete::CNodeIndex& nodes,
-                 const std::function<bool(std::span<const store::complete::NodeVersion>)>& visit);
-
 }  // namespace pastille::recovery::complete

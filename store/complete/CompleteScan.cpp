@@ -88,6 +88,7 @@ private:
 struct HeaderFacts {
     std::optional<format::BlockReference> root;  ///< of the node tree; of a sound header only
     std::optional<format::CryptMethod> method;
+    std::uint64_t statedSize = 0;  ///< of a sound header only
 };
 
 HeaderFacts ReadHeader(CScannedSource& source)
@@ -103,6 +104,8 @@ HeaderFacts ReadHeader(CScannedSource& source)
         facts.root = checked->header.nodeTree;
     if (checked->header.cryptMethod < format::kCryptMethods.size())
         facts.method = static_cast<format::CryptMethod>(checked->header.cryptMethod);
+    if (checked->faults == format::kHeaderSound)
+        facts.statedSize = checked->header.fileSize;
     return facts;
 }
 
@@ -124,8 +127,11 @@ bool ScanSource(CScannedSource& source, const std::function<bool(std::uint64_t)>
     if (!AddDamagedBlocks(source.file, layout, findings.Finish(), source.blocks, proceedAtEnd))
         return false;
     const HeaderFacts header = ReadHeader(source);
-    if (!CVersionChoice(source.file, layout, source.nodes).Decide(header.root, proceedAtEnd))
+    CVersionChoice choice(source.file, layout, source.nodes);
+    if (!choice.Decide(header.root, proceedAtEnd))
         return false;
+    source.damagedNodePages = choice.DamagedPages();
+    source.statedSize = header.statedSize;
     source.nodes.Finish();
     source.method = ChooseCryptMethod(source, header.method);
     return true;

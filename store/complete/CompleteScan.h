@@ -36,6 +36,10 @@ struct CScannedSource {
     format::CryptMethod method = format::CryptMethod::None;
     CBlockIndex blocks;
     CNodeIndex nodes;
+    std::uint64_t statedSize = 0;  ///< bytes of the file, as a sound header says; 0: there is none
+    /// Pages of the live node tree that are missing or damaged, where the tree above them shows them; nothing
+    /// when its root is not known.
+    std::optional<std::uint64_t> damagedNodePages;
 
     const format::VariantLayout& Layout() const { return format::LayoutOf(type.variant); }
 };

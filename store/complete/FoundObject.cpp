@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "format/Bytes.h"
+#include "format/PropertyIds.h"
 
 namespace pastille::store::complete {
 namespace {
@@ -64,7 +65,10 @@ FoundValue CFoundHeap::Value(PropertyTag tag, std::uint32_t hnid)
     } else if (const Subnode* const subnode = Subnodes().Find(hnid)) {
         value.tree =
             std::make_unique<CNodeData>(m_blocks, subnode->reference.bidData, subnode->reference.isAtHome);
-        value.isThere = value.tree->BlockCount() != 0 && IsSizeOfType(tag.type, value.tree->Size());
+        // An attachment whose bytes are lost is there still, with zeros for them.
+        const bool isLost = value.tree->IsLost() && tag.id != format::pid::kAttachDataBinary;
+        value.isThere =
+            value.tree->BlockCount() != 0 && !isLost && IsSizeOfType(tag.type, value.tree->Size());
         value.fault = value.tree->Fault();
     } else {
         value.fault = Subnodes().Fault();

@@ -21,11 +21,12 @@ CNodeData::CNodeData(CSourceBlocks& blocks, std::uint64_t bid, bool isAtHome)
     if (bid != 0)
         leaves.bids.push_back(bid);
     m_leaves = std::make_shared<const DataLeaves>(leaves);
-    if (const auto bytes = BlockAt(0)) {
-        leaves.size = bytes->size();
-        leaves.known = m_leaf.storedSize;
-        m_leaves = std::make_shared<const DataLeaves>(std::move(leaves));
-    }
+    const auto bytes = BlockAt(0);
+    m_isLost = bid != 0 && !bytes;
+    const bool mayBePacked = blocks.Layout().variant == format::Variant::Unicode4k;
+    leaves.size = bytes ? bytes->size() : mayBePacked ? 0 : m_leaf.storedSize;
+    leaves.known = m_leaf.storedSize;
+    m_leaves = std::make_shared<const DataLeaves>(std::move(leaves));
 }
 
 format::SharedBytes CNodeData::BlockAt(std::size_t index)

@@ -25,8 +25,10 @@ public:
     format::SharedBytes BlockAt(std::size_t index) override;
 
     /// Data bytes: as the tree states them where its leaves can have as many, else the most that they can; of
-    /// an only block what it has. A stream never gives more.
+    /// an only block what it has, or had where its stored size tells. A stream never gives more.
     std::uint64_t Size() const { return m_leaves->size; }
+    /// True when all that there is of it is one block, and that cannot be read.
+    bool IsLost() const { return m_isLost; }
     /// The first fault met so far, in the tree or in the leaves that were read.
     const std::optional<SourceFault>& Fault() const { return m_fault; }
     /// Of the leaf read last.
@@ -39,6 +41,7 @@ private:
     std::uint64_t m_bid;
     std::shared_ptr<const DataLeaves> m_leaves;
     SourceBlock m_leaf;
+    bool m_isLost = false;
     std::optional<SourceFault> m_fault;
 };
 

@@ -15,8 +15,6 @@ namespace {
 
 using format::NidType;
 
-constexpr std::uint32_t kHasAttachments = 0x10;  // of PidTagMessageFlags
-
 /// The ids of the subnodes that values stand in: how many and which, as a sum that does not depend on their
 /// order. Hardly any two messages have the same.
 struct ValueIds {
@@ -176,7 +174,8 @@ void COrphanSearch::AddContext(const NodeReference& reference)
         context.values.Add(nid);
     context.bytes = CNodeData(m_blocks, reference.bidData, reference.isAtHome).Size();
     context.messageSize = object.Number(format::pid::kMessageSize).value_or(0);
-    context.hasAttachments = (object.Number(format::pid::kMessageFlags).value_or(0) & kHasAttachments) != 0;
+    context.hasAttachments =
+        (object.Number(format::pid::kMessageFlags).value_or(0) & format::messageflag::kHasAttachments) != 0;
     for (const std::uint16_t id :
          {format::pid::kDisplayTo, format::pid::kDisplayCc, format::pid::kDisplayBcc})
         context.hasRecipients = context.hasRecipients || !object.Bytes(id, 2).empty();

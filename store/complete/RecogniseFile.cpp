@@ -13,7 +13,7 @@ namespace {
 using format::Variant;
 
 constexpr std::array kVariants = {Variant::Ansi, Variant::Unicode, Variant::Unicode4k};
-constexpr std::size_t kBytesBetweenAsking = 65536;
+constexpr std::size_t kSearchedBetweenAsking = 65536;
 /// A variant that fills so many bytes, and so many times more than another, needs no further proof.
 constexpr std::uint64_t kEnoughBytes = std::uint64_t{4} << 20;
 constexpr std::uint64_t kClearLead = 16;
@@ -104,7 +104,7 @@ std::optional<Variant> ByContents(CSourceFile& source, const std::function<bool(
     bool stopped = false;
     ScanWindows(source, 0, CountPlaces, [&](const Shares& shares, const ScanWindow& window) {
         total.Add(shares);
-        stopped = !window.ProceedThrough(kBytesBetweenAsking, proceed);
+        stopped = !window.ProceedThrough(kSearchedBetweenAsking, proceed);
         return !stopped && !total.IsClear();
     });
     const std::size_t best = total.Largest();

@@ -14,7 +14,7 @@ constexpr unsigned kMostCopies = 64;
 /// Walks through upper pages may look at so many pages for each that there is, so that pages that lead
 /// nowhere do not cost more than that.
 constexpr std::uint64_t kVisitsPerPage = 4;
-constexpr std::size_t kPagesBetweenAsking = 4096;
+constexpr std::size_t kVersionsBetweenAsking = 4096;
 
 std::uint64_t KeyOf(const format::NodeEntry& entry)
 {
@@ -38,13 +38,17 @@ CVersionChoice::CVersionChoice(CSourceFile& source, const format::VariantLayout&
 bool CVersionChoice::Decide(const std::optional<format::BlockReference>& root,
                             const std::function<bool()>& proceed)
 {
-    if (const auto page = root ? FindPage(*root) : std::nullopt)
-        Walk(*page, {0, kNidEnd, false});
+    if (root) {
+        m_damagedPages = 0;
+        m_isBelowRoot = true;
+        WalkReference(*root, std::nullopt, {0, kNidEnd, false});
+        m_isBelowRoot = false;
+    }
     std::size_t asked = 0;
     for (const std::uint32_t number : NewestFirst()) {
         if (m_open.empty())
             break;
-        if (asked++ % kPagesBetweenAsking == 0 && !proceed())
+        if (asked++ % kVersionsBetweenAsking == 0 && !proceed())
             return false;
         if (m_nodes.Pages()[number].level <= 1 || m_visitsLeft != 0)
             Walk(number, {0, kNidEnd, true});
@@ -127,10 +131,20 @@ void CVersionChoice::WalkChildren(const LoadedPage& page, const Reach& reach)
             child.end = std::min(reach.end, entries[i + 1].key & 0xFFFFFFFF);
         if (child.first >= child.end || !IsOpen(child.first, child.end))
             continue;
-        const auto number = FindPage(entries[i].child);
-        if (number && m_nodes.Pages()[*number].level + 1u == page.facts.level)
-            Walk(*number, child);
+        WalkReference(entries[i].child, page.facts.level - 1u, child);
     }
+}
+
+/// `level`: the one that the page must have.
+void CVersionChoice::WalkReference(const format::BlockReference& reference, std::optional<unsigned> level,
+                                   const Reach& reach)
+{
+    const auto number = FindPage(reference);
+    const bool isThere = number && (!level || m_nodes.Pages()[*number].level == *level);
+    if (m_isBelowRoot && (!isThere || !m_nodes.Pages()[*number].isSound))
+        ++*m_damagedPages;
+    if (isThere)
+        Walk(*number, reach);
 }
 
 void CVersionChoice::DecideByLeaf(const LoadedPage& page, std::uint32_t number, Reach reach)

@@ -31,6 +31,10 @@ public:
     /// index again. False when `proceed` returned false.
     bool Decide(const std::optional<format::BlockReference>& root, const std::function<bool()>& proceed);
 
+    /// Pages below the root that are missing or damaged, where the tree above them shows them; nothing when
+    /// the root is not known. REQUIRES: decided.
+    std::optional<std::uint64_t> DamagedPages() const { return m_damagedPages; }
+
 private:
     /// A range of NIDs that a page is asked about. When `isBounded`, it decides from its own first key to its
     /// own last key only.
@@ -47,6 +51,8 @@ private:
     std::vector<std::uint32_t> NewestFirst() const;
     std::optional<LoadedPage> Load(std::uint32_t page);
     void Walk(std::uint32_t page, const Reach& reach);
+    void WalkReference(const format::BlockReference& reference, std::optional<unsigned> level,
+                       const Reach& reach);
     void WalkChildren(const LoadedPage& page, const Reach& reach);
     void DecideByLeaf(const LoadedPage& page, std::uint32_t number, Reach reach);
     bool IsOpen(std::uint64_t first, std::uint64_t end) const;
@@ -57,7 +63,9 @@ private:
     CNodeIndex& m_nodes;
     std::vector<std::uint32_t> m_byBid;             ///< page numbers
     std::map<std::uint64_t, std::uint64_t> m_open;  ///< NIDs not decided yet: first, end
-    std::uint64_t m_visitsLeft = 0;                 ///< pages that walks may still look at
+    std::optional<std::uint64_t> m_damagedPages;
+    bool m_isBelowRoot = false;      ///< the walk is that of the live tree
+    std::uint64_t m_visitsLeft = 0;  ///< pages that walks may still look at
 };
 
 }  // namespace pastille::store::complete

@@ -13,13 +13,13 @@
 #include "tests/support/StoreFindings.h"
 
 namespace pastille::tests {
-std::vector<std::string> CodesOf(platform::IByteSource& store)
+Codes CodesOf(platform::IByteSource& store)
 {
     const CStoreFindings found = CheckedStore(store);
     return {found.codes.begin(), found.codes.end()};
 }
 
-std::vector<std::string> CodesOf(std::span<const std::byte> store)
+Codes CodesOf(std::span<const std::byte> store)
 {
     CMemorySource source(store);
     return CodesOf(source);
@@ -236,6 +236,18 @@ format::SubnodeLeafEntry CStorePatch::Subnode(std::uint64_t bidSub, std::uint32_
         }
     }
     throw std::out_of_range("no subnode " + std::to_string(nid));
+}
+
+void ExpectFound(const Bytes& store, const std::vector<PlantedFault>& faults)
+{
+    for (const PlantedFault& fault : faults) {
+        CStorePatch patch(store);
+        SCOPED_TRACE(std::string(fault.name) + " in variant " +
+                     std::to_string(static_cast<int>(patch.Layout().variant)));
+        ASSERT_NO_THROW(fault.plant(patch));
+        const bool isSeen = fault.isSeenIn4k || patch.Layout().variant != format::Variant::Unicode4k;
+        EXPECT_EQ(CodesOf(patch.Store()), isSeen ? fault.expected : Codes()) << FindingsOf(patch.Store());
+    }
 }
 
 }  // namespace pastille::tests

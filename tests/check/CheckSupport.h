@@ -13,10 +13,12 @@
 
 namespace pastille::tests {
 
+using Codes = std::vector<std::string>;
+
 /// What the checker says of a store: every code once, in order of the alphabet, warnings with a "?" behind. A
 /// file that is no store brings "(no store)" besides.
-std::vector<std::string> CodesOf(std::span<const std::byte> store);
-std::vector<std::string> CodesOf(platform::IByteSource& store);
+Codes CodesOf(std::span<const std::byte> store);
+Codes CodesOf(platform::IByteSource& store);
 /// The findings in words, for the message of a test that fails.
 std::string FindingsOf(std::span<const std::byte> store);
 
@@ -74,5 +76,16 @@ private:
     const format::VariantLayout* m_layout;
     format::FileHeader m_header;
 };
+
+/// A fault for a sound store, and all that the checker must say of it.
+struct PlantedFault {
+    const char* name;
+    Codes expected;
+    std::function<void(CStorePatch&)> plant;
+    bool isSeenIn4k = true;  ///< nothing tells what fill levels of 4 KB files count from
+};
+
+/// Plants each in a store of its own.
+void ExpectFound(const Bytes& store, const std::vector<PlantedFault>& faults);
 
 }  // namespace pastille::tests

@@ -44,4 +44,12 @@ void EditHeap(CStorePatch& patch, std::uint32_t nid, const std::function<void(co
 void EditHeap(CStorePatch& patch, std::uint32_t nid, std::uint32_t subnode,
               const std::function<void(const CHeapPatch&)>& edit);
 
+using HeapEdit = std::function<void(const CHeapPatch&)>;
+/// A fault in a node's heap.
+inline std::function<void(CStorePatch&)> InNode(std::uint32_t nid, HeapEdit edit)
+{
+    return [nid, edit](CStorePatch& patch) { EditHeap(patch, nid, edit); };
+}
+inline constexpr std::uint32_t kRootHierarchy = 0x12D;
+
 }  // namespace pastille::tests

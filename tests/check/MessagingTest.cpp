@@ -12,13 +12,11 @@ namespace {
 
 using format::LoadLE;
 using format::StoreLE;
-using Codes = std::vector<std::string>;
 namespace pid = format::pid;
 
 constexpr std::uint32_t kStore = 0x21;
 constexpr std::uint32_t kNames = 0x61;
 constexpr std::uint32_t kRoot = 0x122;
-constexpr std::uint32_t kRootHierarchy = 0x12D;
 constexpr std::uint32_t kAttachmentTable = 0x671;
 constexpr std::uint32_t kRecipientTable = 0x692;
 
@@ -123,13 +121,6 @@ TEST(PlantedMessagingFaults, InWhatIsWrittenEachBringsItsOwnFinding)
     }
 }
 
-using HeapEdit = std::function<void(const CHeapPatch&)>;
-
-std::function<void(CStorePatch&)> InNode(std::uint32_t nid, HeapEdit edit)
-{
-    return [nid, edit](CStorePatch& patch) { EditHeap(patch, nid, edit); };
-}
-
 std::function<void(CStorePatch&)> InSubnode(std::uint32_t subnode, HeapEdit edit)
 {
     return [subnode, edit](CStorePatch& patch) { EditHeap(patch, kMail, subnode, edit); };
@@ -196,13 +187,7 @@ std::function<void(CStorePatch&)> RenumberSubnode(std::uint32_t from, std::uint3
     };
 }
 
-struct PatchedFault {
-    const char* name;
-    Codes expected;
-    std::function<void(CStorePatch&)> plant;
-};
-
-const std::vector<PatchedFault> kStoreFaults = {
+const std::vector<PlantedFault> kStoreFaults = {
     {"no receive folder table", {"node-missing"}, Renumber(0x62B, 0x62C)},
     {"no replication table", {"node-missing-lately?"}, Renumber(0x6B6, 0x6B7)},
     {"parent of a table",
@@ -242,7 +227,7 @@ const std::vector<PatchedFault> kStoreFaults = {
             })},
 };
 
-const std::vector<PatchedFault> kFolderFaults = {
+const std::vector<PlantedFault> kFolderFaults = {
     {"no table of associated messages",
      {"folder-node", "node-orphan?"},
      Renumber(kFolder + 13, kFolder + 14)},
@@ -266,7 +251,7 @@ const std::vector<PatchedFault> kFolderFaults = {
     {"size in the row", {"message-row-stale?"}, InNode(kContents, FlipCell(0x0E08, 8))},
 };
 
-const std::vector<PatchedFault> kMessageFaults = {
+const std::vector<PlantedFault> kMessageFaults = {
     {"no creation time", {"message-property"}, InNode(kMail, RenameRecord(0x3007, 0x3006))},
     {"no search key", {"message-search-key?"}, InNode(kMail, RenameRecord(0x300B, 0x300A))},
     {"no recipient table", {"recipient-table?", "subnode-unused?"}, RenumberSubnode(kRecipientTable, 0x693)},
@@ -301,14 +286,8 @@ TEST(PlantedMessagingFaults, InASoundStoreEachBringsItsOwnFinding)
 {
     const Bytes sound = CBuiltStore(Describe()).Content();
     ASSERT_EQ(FindingsOf(sound), "");
-    for (const auto& faults : {kStoreFaults, kFolderFaults, kMessageFaults}) {
-        for (const PatchedFault& fault : faults) {
-            CStorePatch patch(sound);
-            fault.plant(patch);
-            EXPECT_EQ(CodesOf(patch.Store()), fault.expected) << fault.name << "\n"
-                                                              << FindingsOf(patch.Store());
-        }
-    }
+    for (const auto& faults : {kStoreFaults, kFolderFaults, kMessageFaults})
+        ExpectFound(sound, faults);
 }
 
 }  // namespace

@@ -15,7 +15,6 @@ namespace {
 using format::PageType;
 using format::Variant;
 using format::VariantLayout;
-using Codes = std::vector<std::string>;
 
 constexpr std::uint64_t kAMap = 0x4400;
 constexpr std::uint64_t kPMap = 0x4600;
@@ -154,12 +153,6 @@ std::function<void(CStorePatch&)> InTree(unsigned level, CStorePatch::Edit edit)
 {
     return [=](CStorePatch& patch) { patch.EditBlock(FindTreeBlock(patch, 1, level), edit); };
 }
-
-struct PlantedFault {
-    const char* name;
-    Codes expected;
-    std::function<void(CStorePatch&)> plant;
-};
 
 const std::vector<PlantedFault> kHeaderFaults = {
     {"magic", {"(no store)", "no-store"}, [](auto& p) { Flip(p.Raw(), 0); }},
@@ -352,16 +345,6 @@ const std::vector<PlantedFault> kReferenceFaults = {
          p.EditBlockEntry(leaf, [](auto& e) { ++e.references; });
      }},
 };
-
-void ExpectFound(const Bytes& store, const std::vector<PlantedFault>& faults)
-{
-    for (const PlantedFault& fault : faults) {
-        SCOPED_TRACE(fault.name);
-        CStorePatch patch(store);
-        ASSERT_NO_THROW(fault.plant(patch));
-        EXPECT_EQ(CodesOf(patch.Store()), fault.expected) << FindingsOf(patch.Store());
-    }
-}
 
 TEST(NdbFaults, OfTheHeader)
 {

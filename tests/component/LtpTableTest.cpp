@@ -36,12 +36,16 @@ NodeRecord PutTable(CNdbWriter& writer, CTableWriter& table)
     return *writer.FindNode({0x12E});
 }
 
-void ExpectTable(INodeDatabase& database, const NodeRecord& node, const Model& model)
+/// Looks at every `step`th row.
+void ExpectTable(INodeDatabase& database, const NodeRecord& node, const Model& model, unsigned step = 1)
 {
     CTableReader reader(database, node);
     ASSERT_EQ(reader.RowCount(), model.size());
     ASSERT_NO_THROW(reader.VerifyRowIndex());
+    unsigned number = 0;
     for (const auto& [rowId, cells] : model) {
+        if (number++ % step != 0)
+            continue;
         const auto row = reader.FindRow(rowId);
         ASSERT_TRUE(row) << rowId;
         CPropertyBag found = reader.ReadRow(*row, 1u << 20);
@@ -68,7 +72,7 @@ public:
             EXPECT_TRUE(table.UpdateRow(RowId(i), model[RowId(i)]));
         }
     }
-    void ExpectFinished() { ExpectTable(writer, PutTable(writer, table), model); }
+    void ExpectFinished(unsigned step = 1) { ExpectTable(writer, PutTable(writer, table), model, step); }
 
     CMemoryFile file;
     CNdbWriter writer{file};
@@ -110,7 +114,7 @@ TEST(LtpTable, ALargeTableFinishesCheaply)
     const NodeRecord node = PutTable(t.writer, t.table);
     EXPECT_LT(t.writer.FileBytes() - end, 100'000u) << "of 8 MB";
     t.Change(100, 50'000);
-    t.ExpectFinished();
+    t.ExpectFinished(50);  // rows of every block, and those changed
     EXPECT_NE(before.data.value, node.data.value);
     t.writer.Commit();
     ASSERT_EQ(DatabaseErrors(t.file), "");

@@ -89,6 +89,7 @@ void ExpectEarlyEnd(CRecoveryScenario& scenario, const FailingCall& failing, wri
     EXPECT_EQ(scenario.pipeline->Failure(), error);
     EXPECT_EQ(scenario.frontEnd.BoxTexts(), std::vector<std::u16string>{message});
     EXPECT_EQ(exists(scenario.state.outputPath), isKept);
+    EXPECT_EQ(scenario.state.hasOutput, isKept) << "a front end would show what is not this run's";
     EXPECT_EQ(scenario.component.CountCalls("AddItem"), callsBefore) << "nothing more is tried";
     EXPECT_EQ(scenario.component.liveStores, 0);
     EXPECT_TRUE(scenario.frontEnd.All<platform::CompletionMessage>().empty());

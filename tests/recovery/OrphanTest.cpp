@@ -11,7 +11,7 @@ using Lines = std::vector<std::string>;
 
 constexpr std::u16string_view kLogLine = u"\r\nRecovering Orphaned Mails \r\n";
 
-struct Item {
+struct LostItem {
     const char* label;
     const char16_t* messageClass;
 };
@@ -20,7 +20,7 @@ struct Item {
 /// given.
 class COrphanScenario : public CRecoveryScenario {
 public:
-    explicit COrphanScenario(const std::vector<Item>& items, const StoreFolder& more = {})
+    explicit COrphanScenario(const std::vector<LostItem>& items, const StoreFolder& more = {})
         : CRecoveryScenario(Describe(items, more))
     {
         settings.smartScan = true;
@@ -33,13 +33,13 @@ public:
     }
 
 private:
-    static StoreDescription Describe(const std::vector<Item>& items, const StoreFolder& more)
+    static StoreDescription Describe(const std::vector<LostItem>& items, const StoreFolder& more)
     {
         StoreDescription description;
         description.folders = {{.name = u"Inbox"}};
         if (!more.name.empty())
             description.folders.push_back(more);
-        for (const Item& item : items) {
+        for (const LostItem& item : items) {
             StoreMessage message = Mail(u"subject", u"sender", u"body", 0);
             message.label = item.label;
             message.messageClass = item.messageClass;

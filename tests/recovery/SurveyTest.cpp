@@ -80,7 +80,7 @@ Contents Repaired(platform::IFileSystem& files, platform::RunSettings settings)
 /// Every way that an item can go.
 StoreDescription Everything(format::Variant variant)
 {
-    constexpr std::uint32_t kNoSuchFolder = 0x9FC2;
+    constexpr std::uint32_t kUnknownFolder = 0x9FC2;
     StoreDescription description;
     description.format = FormatOf(variant);
     description.messages = {ItemOf(u"IPM.Note"), ItemOf(u"IPM.Contact"), ItemOf(u"IPM.MessageManager")};
@@ -103,8 +103,8 @@ StoreDescription Everything(format::Variant variant)
         {.name = u"Lost & Found", .messages = {ItemOf(u"IPM.Note")}},
         {.name = u"People",
          .containerClass = u"IPF.Contact",
-         .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Contact", kNoSuchFolder),
-                      ItemOf(u"IPM.Note.Custom", kNoSuchFolder)}}};
+         .messages = {ItemOf(u"IPM.Contact"), ItemOf(u"IPM.Contact", kUnknownFolder),
+                      ItemOf(u"IPM.Note.Custom", kUnknownFolder)}}};
     return description;
 }
 

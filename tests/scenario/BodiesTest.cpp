@@ -127,6 +127,8 @@ std::vector<BodyCase> CommonCases()
     const StoreProperty wrapped = Binary(pid::kRtfCompressed, kWrappedRtf);
     cases.push_back({u"Wrapped RTF", {wrapped}, pid::kRtfCompressed, wrapped.value});
     cases.push_back({u"Plain before RTF", {small, rtf}, pid::kBody, small.value});
+    cases.push_back(
+        {u"Plain before an empty RTF", {small, Binary(pid::kRtfCompressed, "")}, pid::kBody, small.value});
     cases.push_back(Last(u"Plain before all others", {Binary(pid::kHtml, "<p>"), rtf, small}));
     StoreProperty damaged = small;
     damaged.hnid = 0x7FE0;
@@ -195,6 +197,30 @@ TEST(BodyChoice, HtmlDecidesWhereABodyOfAnOstLies)
     const std::vector<BodyCase> cases = {Last(u"Two", {Text(pid::kBody, u"small"), html}),
                                          Last(u"One", {html})};
     ExpectBodies(Recover({.ost = true}, cases), cases);
+}
+
+/// Of a heap of several blocks the first one is read: it has what a folder needs, and a mail's subject.
+TEST(BodyChoice, WhatALaterHeapBlockHoldsCostsNoMore)
+{
+    const auto fill = [](std::vector<StoreProperty>& properties, std::uint16_t first) {
+        for (std::uint16_t i = 0; i < 3; ++i)
+            properties.push_back(Binary(static_cast<std::uint16_t>(first + i), FixedBytes(i, 3500)));
+    };
+    StoreDescription description;
+    description.format.spillHeaps = true;
+    StoreMessage mail = Mail(u"Spilled", u"Ada Brook", u"Body", FileTime(2020, 1, 1));
+    mail.attachments = {{.fileName = u"kept.bin", .data = FixedBytes(7, 200)}};
+    fill(mail.properties, 0x0F10);
+    StoreFolder inbox{.name = u"Inbox", .containerClass = u"IPF.Note", .messages = {mail}};
+    fill(inbox.properties, 0x3F10);
+    description.folders = {inbox};
+    const auto repair = RepairOf(description);
+    const std::vector<FoundItem> items = ReadNewStore(repair->state.outputPath);
+    ASSERT_EQ(items.size(), 1u);
+    EXPECT_TRUE(items[0].folder.ends_with("/Inbox")) << items[0].folder;
+    EXPECT_EQ(FindValue(items[0], pid::kBody), nullptr) << "the case needs a body in the second block";
+    ASSERT_EQ(items[0].attachments.size(), 1u);
+    EXPECT_TRUE(items[0].attachments[0].data == FixedBytes(7, 200));
 }
 
 TEST(BodyChoice, FiveMegabytesComeBackWhole)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "component/pst/ndb/NdbReader.h"
 #include "format/Header.h"
 #include "tests/scenario/Repair.h"
@@ -14,12 +16,6 @@ namespace {
 using platform::SourceKind;
 
 constexpr std::uint64_t kSector = 512;
-
-/// Code page of a sample's 8-bit texts where the items state none.
-std::string CodePageOf(const std::filesystem::path& sample)
-{
-    return sample.filename() == "contacts-ansi.pst" ? "windows-932" : "windows-1252";
-}
 
 SourceKind KindOf(const std::filesystem::path& sample)
 {
@@ -47,6 +43,7 @@ protected:
     {
         if (!std::filesystem::exists(sample))
             GTEST_SKIP() << "no real store files: set PASTILLE_SAMPLES to a folder of them";
+        whole = ReadWholeStore(sample, CodePageOf(sample));
     }
 
     /// Everything of the sample must be in the new store, once, and nothing else.
@@ -60,8 +57,7 @@ protected:
         ASSERT_TRUE(repair.HasResult());
         const auto result = platform::HostFileSystem().OpenSource(repair.state.outputPath);
         EXPECT_EQ(CheckedStore(*result).errors, "");
-        EXPECT_EQ(Joined(Differences(ReadWholeStore(sample, CodePageOf(sample)),
-                                     ReadWholeStore(repair.state.outputPath, CodePageOf(sample)))),
+        EXPECT_EQ(Joined(Differences(whole, ReadWholeStore(repair.state.outputPath, CodePageOf(sample)))),
                   "");
     }
 
@@ -81,44 +77,35 @@ protected:
         }
     }
 
-    CBuiltStore Copy() const { return SampleCopy(GetParam()).value(); }
-
     const std::filesystem::path sample = SampleFolder() / GetParam();
+    WholeStore whole;  ///< what the sample holds
 };
 
-TEST_P(CompleteSamples, ComeBackWhole)
+TEST_P(CompleteSamples, ComeBackWholeWhateverTheFileLost)
 {
-    CRepair repair(sample);
-    ExpectAllFrom(repair);
-    if (repair.HasResult())
-        ExpectOutsideReadersToOpen(repair.state.outputPath);
-}
-
-/// Everything behind the border has moved against the places that the file records for it.
-TEST_P(CompleteSamples, ComeBackWholeFromAroundAnInsertedSector)
-{
-    CBuiltStore damaged = Copy();
-    damaged.Damage().Insert(BlockBorder(sample), kSector);
-    CRepair repair(damaged.Content(), GetParam());
-    ExpectAllFrom(repair);
-}
-
-TEST_P(CompleteSamples, ComeBackWholeWithoutAHeader)
-{
-    CBuiltStore damaged = Copy();
-    damaged.Damage().ZeroHeader();
-    CRepair repair(damaged.Content(), GetParam());
-    repair.settings.kind = KindOf(sample);
-    ExpectAllFrom(repair);
-}
-
-TEST_P(CompleteSamples, ComeBackWholeWithoutTheClientMagic)
-{
-    CBuiltStore damaged = Copy();
-    damaged.Damage().SetClientMagic(0);
-    CRepair repair(damaged.Content(), GetParam());
-    repair.settings.kind = KindOf(sample);
-    ExpectAllFrom(repair);
+    struct Loss {
+        const char* name;
+        std::function<void(CStoreDamage)> make;
+        bool isKindLost = false;
+    };
+    const Loss losses[] = {
+        {"nothing", [](CStoreDamage) {}},
+        // Everything behind the border has moved against the places that the file records for it.
+        {"a sector inserted", [this](CStoreDamage damage) { damage.Insert(BlockBorder(sample), kSector); }},
+        {"the header", [](CStoreDamage damage) { damage.ZeroHeader(); }, true},
+        {"the client magic", [](CStoreDamage damage) { damage.SetClientMagic(0); }, true},
+    };
+    for (const Loss& loss : losses) {
+        SCOPED_TRACE(loss.name);
+        CBuiltStore damaged = SampleCopy(GetParam()).value();
+        loss.make(damaged.Damage());
+        CRepair repair(damaged.Content(), GetParam());
+        if (loss.isKindLost)
+            repair.settings.kind = KindOf(sample);
+        ExpectAllFrom(repair);
+        if (&loss == std::begin(losses) && repair.HasResult())
+            ExpectOutsideReadersToOpen(repair.state.outputPath);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CompleteSamples,

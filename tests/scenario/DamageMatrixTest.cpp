@@ -18,7 +18,7 @@ using format::Variant;
 constexpr unsigned kMails = 30;
 constexpr std::u16string_view kInner = u"Inside ";  ///< before the number of the mail that it is attached to
 
-std::u16string Numbered(std::u16string_view text, unsigned number)
+std::u16string NumberedText(std::u16string_view text, unsigned number)
 {
     return std::u16string(text) + platform::FromUtf8("#" + std::to_string(100 + number));
 }
@@ -28,11 +28,11 @@ std::u16string LongText(unsigned number, std::size_t length)
 {
     std::u16string text;
     while (text.size() < length)
-        text += Numbered(u"Text ", number) + u". ";
+        text += NumberedText(u"Text ", number) + u". ";
     return text;
 }
 
-Bytes FileBytes(unsigned number, std::size_t length)
+Bytes AttachedBytes(unsigned number, std::size_t length)
 {
     return Binary(0, platform::ToUtf8(LongText(number, length))).value;
 }
@@ -40,18 +40,18 @@ Bytes FileBytes(unsigned number, std::size_t length)
 /// A mail whose every value has its number: in its own block, in subnodes, in trees of them.
 StoreMessage NumberedMail(unsigned i)
 {
-    StoreMessage mail = Mail(Numbered(u"Mail ", i), Numbered(u"Sender ", i), LongText(i, 60 + i % 7 * 230),
-                             FileTime(2020, 5, 1 + i % 28, i % 24, 7));
+    StoreMessage mail = Mail(NumberedText(u"Mail ", i), NumberedText(u"Sender ", i),
+                             LongText(i, 60 + i % 7 * 230), FileTime(2020, 5, 1 + i % 28, i % 24, 7));
     mail.label = "mail " + std::to_string(i);
     if (i % 5 == 4)
         mail.properties.back() = InSubnode(Text(format::pid::kBody, LongText(i, 900)), i % 2 == 0 ? 300 : 0);
     if (i % 5 == 2)
-        mail.attachments = {{.fileName = u"small.bin", .data = FileBytes(i, 40 + i)},
-                            {.fileName = u"tree.bin", .data = FileBytes(i, 2000), .leafBytes = 300}};
+        mail.attachments = {{.fileName = u"small.bin", .data = AttachedBytes(i, 40 + i)},
+                            {.fileName = u"tree.bin", .data = AttachedBytes(i, 2000), .leafBytes = 300}};
     if (i % 10 == 2) {  // blocks around the sizes of their parts, some ending in zeros
         constexpr std::size_t kSizes[] = {1, 16, 48, 15, 17, 64};
         for (const bool endsInZeros : {false, true}) {
-            Bytes data = FileBytes(i, 64);
+            Bytes data = AttachedBytes(i, 64);
             data.resize(kSizes[i / 10 + (endsInZeros ? 3 : 0)]);
             if (endsInZeros)
                 std::ranges::fill(std::span(data).subspan(data.size() / 2), std::byte{0});
@@ -59,7 +59,8 @@ StoreMessage NumberedMail(unsigned i)
         }
     }
     if (i % 10 == 7) {
-        const StoreMessage inner = Mail(Numbered(kInner, i), Numbered(u"Sender ", i), LongText(i, 300), 0);
+        const StoreMessage inner =
+            Mail(NumberedText(kInner, i), NumberedText(u"Sender ", i), LongText(i, 300), 0);
         mail.attachments = {{.method = 5, .embedded = std::make_shared<StoreMessage>(inner)}};
     }
     if (i == 16 || i == 26) {  // nothing but its own block, by which no node is known; in no old page

@@ -1,5 +1,7 @@
 #include "tests/scenario/HostileMails.h"
 
+#include <sys/resource.h>
+
 #include "format/Bytes.h"
 
 namespace pastille::tests {
@@ -174,6 +176,13 @@ const std::vector<std::u16string>& OddNames()
                                                       std::u16string(300, u'n'),
                                                       std::u16string(32'000, u'x')};
     return names;
+}
+
+long PeakMemory()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
 }
 
 }  // namespace pastille::tests

@@ -27,4 +27,7 @@ StoreAttachment FromTree(std::uint64_t bid, const std::u16string& name = u"tree.
 /// Names of folders that a host would take for something else, or not at all.
 const std::vector<std::u16string>& OddNames();
 
+/// Most memory that the process ever held, in MB.
+long PeakMemory();
+
 }  // namespace pastille::tests

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <algorithm>
 #include <chrono>
 
@@ -22,14 +21,6 @@ constexpr std::uint32_t kInbox = 0x9002;
 StoreMessage Victim()
 {
     return Mail(u"Victim", u"Ada Brook", u"Text", FileTime(2020, 1, 1));
-}
-
-/// Most memory that the process ever held, in MB.
-long PeakMemory()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024;
 }
 
 /// Repairs a store with a victim and with bystanders, who must come back whole.

@@ -15,12 +15,6 @@ using SampleItems = std::vector<FoundItem>;
 /// The fallback folder as pffexport names it.
 constexpr std::string_view kLostAndFound = "/Lost _ Found";
 
-/// Code page of a sample's 8-bit texts.
-std::string CodePageOf(const std::filesystem::path& sample)
-{
-    return sample.filename() == "contacts-ansi.pst" ? "windows-932" : "windows-1252";
-}
-
 /// A time as far as OLE dates keep it: to the millisecond. Other texts as they are.
 std::string Millisecond(const std::string& text)
 {

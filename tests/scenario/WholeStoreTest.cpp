@@ -72,7 +72,7 @@ TEST(WholeStore, TellsSamplesApart)
         EXPECT_FALSE(Differences(Sample(one), Sample(other)).empty()) << one;
 }
 
-StoreDescription Described(format::Variant variant)
+StoreDescription StoreOfEverything(format::Variant variant)
 {
     StoreDescription description;
     description.format = FormatOf(variant);
@@ -93,12 +93,13 @@ StoreDescription Described(format::Variant variant)
 /// 8-bit texts come in the code page of their store; what the file calls a named property does not matter.
 TEST(WholeStore, IsTheSameFromEveryVariant)
 {
-    const WholeStore unicode = Built(Described(format::Variant::Unicode));
+    const WholeStore unicode = Built(StoreOfEverything(format::Variant::Unicode));
     EXPECT_EQ(Joined(unicode.faults), "");
     EXPECT_EQ(unicode.CountItems(false), 3u);
     for (const format::Variant variant : {format::Variant::Ansi, format::Variant::Unicode4k})
-        EXPECT_EQ(Joined(Differences(unicode, Built(Described(variant)))), "") << VariantName(variant);
-    StoreDescription reordered = Described(format::Variant::Unicode);
+        EXPECT_EQ(Joined(Differences(unicode, Built(StoreOfEverything(variant)))), "")
+            << VariantName(variant);
+    StoreDescription reordered = StoreOfEverything(format::Variant::Unicode);
     std::swap(reordered.folders[0].messages[0].named[0], reordered.folders[0].messages[0].named[1]);
     EXPECT_EQ(Joined(Differences(unicode, Built(reordered))), "");
 }
@@ -137,7 +138,7 @@ protected:
         throw std::logic_error("the store has no mail with attachments");
     }
 
-    WholeStore source = Built(Described(format::Variant::Unicode));
+    WholeStore source = Built(StoreOfEverything(format::Variant::Unicode));
     WholeStore copy = source;
 };
 

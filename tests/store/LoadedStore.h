@@ -58,9 +58,10 @@ private:
         source.blocks.Create(m_fileSystem, "index");
         store::ScanBlockPages(source.file, layout, {m_smartScan, kind}, source.blocks, trailers, findings,
                               proceed);
+        const auto bids = m_smartScan ? source.blocks.AppendedBids() : std::vector<std::uint32_t>();
         source.blocks.Finish();
         if (m_smartScan)
-            store::FindOrphans(source, trailers, [] { return true; });
+            store::FindOrphans(source, trailers, bids, [] { return true; });
     }
 
     Bytes m_bytes;

@@ -234,6 +234,23 @@ TEST(NamedProperties, ManyNamesLieInSubnodes)
         ExpectNames(variant, false, 900, false);
 }
 
+TEST(NamedProperties, OfASmallMapNoneIsLostToASetThatIsNotKnown)
+{
+    StoreDescription description;
+    StoreMessage message;
+    const format::Guid unknown{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    message.named = {{{unknown, 0x9000}, Number(0, 1)},
+                     {{format::propset::kAppointment, 0x820D}, Number(0, 2)}};
+    description.messages = {message};
+    CLoadedStore loaded{CBuiltStore(description)};
+    ASSERT_TRUE(loaded.Detect(0x8022));
+    const auto* node = loaded.Node(0x61);
+    ASSERT_NE(node, nullptr);
+    CNamedPropertyMap map;
+    store::ReadNamedProperties(loaded.source.reader, node->bidData, node->bidSub, map);
+    EXPECT_EQ(map.FindLid(0x8002), 0x820D);
+}
+
 TEST(NamedProperties, ALostHeapLeavesTheNamesInTheSubnodes)
 {
     ExpectNames(format::Variant::Unicode, false, 900, true);

@@ -33,4 +33,9 @@ std::vector<std::filesystem::path> Samples()
     return samples;
 }
 
+std::string CodePageOf(const std::filesystem::path& sample)
+{
+    return sample.filename() == "contacts-ansi.pst" ? "windows-932" : "windows-1252";
+}
+
 }  // namespace pastille::tests

@@ -13,6 +13,8 @@ namespace pastille::tests {
 std::filesystem::path SampleFolder();
 /// The store files in it by name; none when it is not there.
 std::vector<std::filesystem::path> Samples();
+/// Code page of the 8-bit texts in a sample.
+std::string CodePageOf(const std::filesystem::path& sample);
 /// A copy in memory, to damage. Nothing when there is no such sample.
 std::optional<CBuiltStore> SampleCopy(const std::string& name);
 

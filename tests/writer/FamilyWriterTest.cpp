@@ -12,12 +12,6 @@ namespace {
 
 using namespace writer;
 
-constexpr std::uint16_t kShort = 0x0002;
-constexpr std::uint16_t kLong = 0x0003;
-constexpr std::uint16_t kBoolean = 0x000B;
-constexpr std::uint16_t kString = 0x001F;
-constexpr std::uint16_t kTime = 0x0040;
-constexpr std::uint16_t kBinary = 0x0102;
 constexpr double kYear1601 = -109'205.0;
 
 struct FamilyFixture : WriterFixture {

@@ -9,10 +9,6 @@ namespace {
 
 using namespace writer;
 
-constexpr std::uint16_t kLong = 0x0003;
-constexpr std::uint16_t kString = 0x001F;
-constexpr std::uint16_t kTime = 0x0040;
-
 class MailWriterTest : public testing::Test, public WriterFixture, public platform::IFrontEnd {
 public:
     MailWriterTest() : WriterFixture(u"IPM.Note") { writer.BeginMessage(); }

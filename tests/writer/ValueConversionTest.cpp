@@ -11,8 +11,6 @@ namespace {
 using namespace writer;
 
 constexpr std::uint16_t kString8 = 0x001E;
-constexpr std::uint16_t kString = 0x001F;
-constexpr std::uint16_t kTime = 0x0040;
 constexpr std::uint16_t kMultipleString8 = 0x101E;
 constexpr std::uint16_t kMultipleString = 0x101F;
 constexpr std::uint64_t kDay = 864'000'000'000;

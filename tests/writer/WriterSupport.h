@@ -10,6 +10,13 @@
 
 namespace pastille::tests {
 
+inline constexpr std::uint16_t kShort = 0x0002;
+inline constexpr std::uint16_t kLong = 0x0003;
+inline constexpr std::uint16_t kBoolean = 0x000B;
+inline constexpr std::uint16_t kString = 0x001F;
+inline constexpr std::uint16_t kTime = 0x0040;
+inline constexpr std::uint16_t kBinary = 0x0102;
+
 /// A source item whose values are given by their HNIDs.
 class CValueSource final : public writer::IPropertySource {
 public:

@@ -4,13 +4,12 @@
 #include <span>
 #include <stdexcept>
 
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Block.h"
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
 static_assert(CGrowingTree::kGroup == format::DataTreeCapacity(format::kUnicodeLayout));
 
 format::Bid WriteIndex(CNdbWriter& writer, unsigned level, std::uint64_t size,

@@ -5,13 +5,13 @@
 #include <utility>
 
 #include "component/pst/ndb/FormatError.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Bth.h"
 #include "format/Bytes.h"
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
 constexpr std::size_t kFirstFillLevelOffset = 8;   ///< in HNHDR
 constexpr std::size_t kBitmapFillLevelOffset = 2;  ///< in HNBITMAPHDR
 constexpr std::size_t kFillLevelsOfFirst = 8;

@@ -8,6 +8,7 @@
 #include "component/pst/ltp/StringEncoding.h"
 #include "format/NameId.h"
 #include "format/PropertyContext.h"
+#include "format/WideText.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -142,7 +143,7 @@ std::optional<std::u16string> AsString(const PropertyValue& value)
 {
     if (value.tag.type != PropertyType::String || value.tree)
         return std::nullopt;
-    return DecodeString(value.bytes);
+    return format::WideText(value.bytes);
 }
 
 std::optional<std::vector<std::u16string>> AsMultipleString(const PropertyValue& value)
@@ -154,7 +155,7 @@ std::optional<std::vector<std::u16string>> AsMultipleString(const PropertyValue&
         return std::nullopt;
     std::vector<std::u16string> texts;
     for (const format::CByteView element : *elements)
-        texts.push_back(DecodeString(element.Bytes()));
+        texts.push_back(format::WideText(element.Bytes()));
     return texts;
 }
 

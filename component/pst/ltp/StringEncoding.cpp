@@ -39,9 +39,4 @@ std::vector<std::byte> EncodeString(std::u16string_view text)
     return bytes;
 }
 
-std::u16string DecodeString(std::span<const std::byte> bytes)
-{
-    return format::WideText(bytes);
-}
-
 }  // namespace pastille::component::pst

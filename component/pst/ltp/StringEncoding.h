@@ -23,7 +23,5 @@ std::u16string StorableText(std::u16string_view text);
 /// A string value as the file keeps it: UTF-16, little-endian, no terminator. NULs are left out, because
 /// readers take them for the end; lone surrogates, which no reader can show, are replaced. [MS-PST] 2.3.3.3
 std::vector<std::byte> EncodeString(std::u16string_view text);
-/// The inverse; an odd last byte is dropped.
-std::u16string DecodeString(std::span<const std::byte> bytes);
 
 }  // namespace pastille::component::pst

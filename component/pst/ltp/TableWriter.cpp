@@ -4,14 +4,14 @@
 #include <stdexcept>
 
 #include "component/pst/ndb/FormatError.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/PropertyContext.h"
 #include "format/PropertyIds.h"
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
-constexpr std::size_t kBthHeaderSize = 8;
+constexpr std::size_t kRowIndexHeaderSize = 8;
 constexpr std::size_t kIndexKeySize = 4;
 constexpr std::size_t kIndexDataSize = 4;
 constexpr std::size_t kIndexRecordSize = kIndexKeySize + kIndexDataSize;
@@ -88,7 +88,7 @@ CTableWriter::CTableWriter(CNdbWriter& writer, std::span<const format::TableColu
       m_limits(limits),
       m_info(LayOut(columns)),
       m_heap(format::clientsig::kTableContext),
-      m_indexHeader(m_heap.Add(writer, std::vector<std::byte>(kBthHeaderSize))),
+      m_indexHeader(m_heap.Add(writer, std::vector<std::byte>(kRowIndexHeaderSize))),
       m_infoItem(m_heap.Add(writer, format::EncodeTableInfo(m_info))),
       m_geometry(m_info.rowSize, kFullBlock)
 {

@@ -143,20 +143,20 @@ bool IsPicture(std::span<const std::byte> bytes)
     return std::ranges::any_of(kMagics, [&](std::string_view magic) { return StartsWith(bytes, magic); });
 }
 
-struct Extent {
+struct SubtreeExtent {
     std::uint64_t size = 0;  ///< data bytes of all subnodes
     unsigned nesting = 0;    ///< messages below one another
 };
 
 /// What stands below a node. Ends at twice the deepest nesting, as messages and attachments alternate.
-Extent ExtentBelow(INodeDatabase& database, format::Bid root)
+SubtreeExtent ExtentBelow(INodeDatabase& database, format::Bid root)
 {
     struct Level {
         format::Bid sub;
         unsigned depth;     ///< nodes above
         unsigned messages;  ///< messages among those
     };
-    Extent extent;
+    SubtreeExtent extent;
     std::vector<Level> pending{{root, 0, 0}};
     while (!pending.empty()) {
         const Level level = pending.back();
@@ -308,7 +308,7 @@ Attachment WriteWholeAttachment(CNdbWriter& writer, AttachmentDraft& draft, std:
 Attachment ReadAttachment(INodeDatabase& database, const NodeRecord& subnode)
 {
     const auto properties = CPropertyReader(database, subnode).ReadAll(format::kLargestHeapItem);
-    const Extent below = ExtentBelow(database, subnode.sub);
+    const SubtreeExtent below = ExtentBelow(database, subnode.sub);
     return {subnode.nid,
             subnode.data,
             subnode.sub,

@@ -81,8 +81,8 @@ WrittenMessage WriteMessage(CNdbWriter& writer, MessageDraft& draft)
 
     const auto* stored = bag.Find(format::pid::kMessageFlags);
     std::uint32_t flags = stored ? AsInteger32(*stored).value_or(0) : 0;
-    flags = draft.attachments.empty() ? flags & ~messageflag::kHasAttachments
-                                      : flags | messageflag::kHasAttachments;
+    flags = draft.attachments.empty() ? flags & ~format::messageflag::kHasAttachments
+                                      : flags | format::messageflag::kHasAttachments;
     bag.Set(Integer32Value(format::pid::kMessageFlags, flags));
 
     // The size stands in the context that it counts, but takes the same bytes whatever it is.

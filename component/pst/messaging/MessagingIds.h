@@ -2,8 +2,6 @@
 
 #include <cstdint>
 
-#include "writer/ItemProperties.h"
-
 namespace pastille::component::pst {
 
 /// Properties that only the messaging layer itself needs. [MS-OXPROPS]
@@ -20,14 +18,6 @@ inline constexpr std::uint16_t kPstHiddenUnread = 0x6636;  ///< those that have 
 inline constexpr std::uint16_t kLatestPstEnsure = 0x66FA;
 inline constexpr std::uint16_t kAttachmentContactPhoto = 0x7FFF;
 }  // namespace pid
-
-/// Bits of PidTagMessageFlags. [MS-OXCMSG] 2.2.1.6
-namespace messageflag {
-inline constexpr std::uint32_t kRead = writer::property::kMessageFlagRead;
-inline constexpr std::uint32_t kUnsent = writer::property::kMessageFlagUnsent;
-inline constexpr std::uint32_t kHasAttachments = 0x10;
-inline constexpr std::uint32_t kAssociated = 0x40;
-}  // namespace messageflag
 
 /// Values of PidTagAttachMethod. [MS-OXCMSG] 2.2.2.9
 namespace attachmethod {

@@ -8,6 +8,7 @@
 #include "component/pst/messaging/StoredText.h"
 #include "format/Bytes.h"
 #include "format/NameId.h"
+#include "format/WideText.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -75,36 +76,6 @@ std::span<const std::byte> StreamOf(const CPropertyBag& properties, std::uint16_
     return value == nullptr ? std::span<const std::byte>() : std::span<const std::byte>(value->bytes);
 }
 
-std::optional<format::Guid> SetOf(std::uint16_t index, format::CByteView guids)
-{
-    switch (index) {
-        case format::namemap::kGuidIndexNone:
-            return format::Guid{};
-        case format::namemap::kGuidIndexMapi:
-            return format::propset::kMapi;
-        case format::namemap::kGuidIndexPublicStrings:
-            return format::propset::kPublicStrings;
-        default:
-            break;
-    }
-    const std::uint64_t place = index - format::namemap::kFirstGuidIndex;
-    return format::DecodeGuid(guids, place * format::kGuidSize);
-}
-
-std::optional<PropertyName> NameOf(const format::NameId& record, format::CByteView guids,
-                                   format::CByteView strings)
-{
-    const auto set = SetOf(record.guidIndex, guids);
-    if (!set)
-        return std::nullopt;
-    if (!record.isString)
-        return PropertyName{*set, record.number, {}};
-    const auto text = format::StringNameAt(strings, record.number);
-    if (!text || text->Size() == 0)
-        return std::nullopt;
-    return PropertyName{*set, 0, DecodeString(text->Bytes())};
-}
-
 }  // namespace
 
 CNameMap CNameMap::Decode(const CPropertyBag& properties)
@@ -116,7 +87,7 @@ CNameMap CNameMap::Decode(const CPropertyBag& properties)
     entries.resize(std::min(entries.size(), kMostNames));
     map.m_names.resize(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        auto name = NameOf(entries[i], guids, strings);
+        auto name = format::NameOf(entries[i], guids, strings);
         if (!name)
             continue;
         map.m_ids.try_emplace(*name, static_cast<std::uint16_t>(format::namemap::kFirstPropertyId + i));
@@ -149,7 +120,7 @@ std::optional<std::uint16_t> CNameMap::Find(const PropertyName& name) const
 std::optional<std::uint16_t> CNameMap::FindOrAdd(const PropertyName& given)
 {
     // As it will be read back: the key of a name is that of its stored form.
-    const PropertyName name{given.set, given.lid, DecodeString(EncodeString(given.text))};
+    const PropertyName name{given.set, given.lid, format::WideText(EncodeString(given.text))};
     if (const auto known = Find(name))
         return known;
     if (m_names.size() >= kMostNames)

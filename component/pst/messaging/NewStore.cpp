@@ -27,7 +27,7 @@ constexpr std::uint32_t kValidFolders = 0x89;
 /// PidTagLatestPstEnsure as today's stores carry it.
 constexpr std::uint32_t kPstEnsure = 0x000E0011;
 
-void PutEmptyTable(CNdbWriter& writer, format::Nid nid, std::span<const format::TableColumn> columns)
+void PutTemplate(CNdbWriter& writer, format::Nid nid, std::span<const format::TableColumn> columns)
 {
     const auto table = CTableWriter(writer, columns).Finish();
     writer.PutNode(nid, table.data, table.sub);
@@ -56,16 +56,16 @@ void PutMessageStore(CNdbWriter& writer, const RecordKey& key, std::u16string_vi
 
 void PutTemplates(CNdbWriter& writer)
 {
-    PutEmptyTable(writer, nids::kHierarchyTemplate, tabletemplate::kHierarchyTableColumns);
-    PutEmptyTable(writer, nids::kContentsTemplate, tabletemplate::kContentsTableColumns);
-    PutEmptyTable(writer, nids::kAssociatedContentsTemplate, tabletemplate::kAssociatedContentsTableColumns);
-    PutEmptyTable(writer, nids::kSearchContentsTemplate, tabletemplate::kSearchContentsTableColumns);
-    PutEmptyTable(writer, nids::kOutgoingQueueTable, tabletemplate::kOutgoingQueueTableColumns);
-    PutEmptyTable(writer, nids::kAttachmentTable, tabletemplate::kAttachmentTableColumns);
-    PutEmptyTable(writer, nids::kRecipientTable, tabletemplate::kRecipientTableColumns);
-    PutEmptyTable(writer, kChangeTemplate, tabletemplate::kChangeTableColumns);
-    PutEmptyTable(writer, kReplicationTemplate, tabletemplate::kReplicationTableColumns);
-    PutEmptyTable(writer, kReplicationTimeTemplate, tabletemplate::kReplicationTimeTableColumns);
+    PutTemplate(writer, nids::kHierarchyTemplate, tabletemplate::kHierarchyTableColumns);
+    PutTemplate(writer, nids::kContentsTemplate, tabletemplate::kContentsTableColumns);
+    PutTemplate(writer, nids::kAssociatedContentsTemplate, tabletemplate::kAssociatedContentsTableColumns);
+    PutTemplate(writer, nids::kSearchContentsTemplate, tabletemplate::kSearchContentsTableColumns);
+    PutTemplate(writer, nids::kOutgoingQueueTable, tabletemplate::kOutgoingQueueTableColumns);
+    PutTemplate(writer, nids::kAttachmentTable, tabletemplate::kAttachmentTableColumns);
+    PutTemplate(writer, nids::kRecipientTable, tabletemplate::kRecipientTableColumns);
+    PutTemplate(writer, kChangeTemplate, tabletemplate::kChangeTableColumns);
+    PutTemplate(writer, kReplicationTemplate, tabletemplate::kReplicationTableColumns);
+    PutTemplate(writer, kReplicationTimeTemplate, tabletemplate::kReplicationTimeTableColumns);
 }
 
 /// One row: messages of the empty class, that is of every class, arrive in the root folder. [MS-PST] 2.4.5

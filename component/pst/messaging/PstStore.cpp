@@ -27,7 +27,7 @@ constexpr std::int32_t kFirstSyncKind = 19;  ///< conflicts, sync issues, local 
 
 bool IsUnread(const std::optional<PropertyValue>& flags)
 {
-    return !flags || (AsInteger32(*flags).value_or(0) & messageflag::kRead) == 0;
+    return !flags || (AsInteger32(*flags).value_or(0) & format::messageflag::kRead) == 0;
 }
 
 }  // namespace

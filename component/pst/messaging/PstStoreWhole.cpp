@@ -58,8 +58,9 @@ void CompleteMessage(CPropertyBag& bag, bool isAssociated)
     CompleteTime(bag, format::pid::kLastModificationTime, format::pid::kCreationTime);
     const auto* const stored = bag.Find(format::pid::kMessageFlags);
     const std::uint32_t flags = stored ? AsInteger32(*stored).value_or(0) : 0;
-    bag.Set(Integer32Value(format::pid::kMessageFlags, isAssociated ? flags | messageflag::kAssociated
-                                                                    : flags & ~messageflag::kAssociated));
+    bag.Set(Integer32Value(format::pid::kMessageFlags, isAssociated
+                                                           ? flags | format::messageflag::kAssociated
+                                                           : flags & ~format::messageflag::kAssociated));
 }
 
 }  // namespace
@@ -135,7 +136,7 @@ format::Nid CPstStore::SaveAssociated(Folder& folder, MessageDraft& draft)
     writer.PutNode(nid, written.content.data, written.content.sub, folder.nid);
     ++folder.associatedCount;
     const auto flags = AsInteger32(*draft.properties.Find(format::pid::kMessageFlags)).value_or(0);
-    folder.associatedUnread += (flags & messageflag::kRead) == 0 ? 1 : 0;
+    folder.associatedUnread += (flags & format::messageflag::kRead) == 0 ? 1 : 0;
     folder.associatedChanged = true;
     FolderChanged(folder);
     CheckpointIfDue();

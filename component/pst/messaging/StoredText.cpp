@@ -5,6 +5,7 @@
 
 #include "component/pst/ltp/StringEncoding.h"
 #include "format/PropertyContext.h"
+#include "format/WideText.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -33,7 +34,7 @@ std::u16string DecodeStringList(std::span<const std::byte> bytes)
     for (std::size_t i = 0; i < parts->size(); ++i) {
         if (i != 0)
             text.push_back(kListSeparator);
-        text += DecodeString((*parts)[i].Bytes());
+        text += format::WideText((*parts)[i].Bytes());
     }
     return text;
 }

@@ -1,8 +1,8 @@
 #include "component/pst/messaging/StringReader.h"
 
-#include "component/pst/ltp/StringEncoding.h"
 #include "component/pst/messaging/StoredText.h"
 #include "format/PropertyContext.h"
+#include "format/WideText.h"
 
 namespace pastille::component::pst {
 namespace {
@@ -34,7 +34,7 @@ std::optional<std::u16string> CStringReader::Read(const PropertyValue& value, st
 {
     switch (value.tag.type) {
         case format::PropertyType::String:
-            return WithoutTerminator(DecodeString(value.bytes));
+            return WithoutTerminator(format::WideText(value.bytes));
         case format::PropertyType::String8:
             return Narrow(value.bytes, stated);
         case format::PropertyType::MultipleString:

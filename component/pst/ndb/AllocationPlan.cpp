@@ -1,11 +1,12 @@
 #include "component/pst/ndb/AllocationPlan.h"
 
+#include "component/pst/ndb/NewStoreLayout.h"
+
 #include <algorithm>
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr std::uint64_t kPageBytes = 512;
 constexpr std::uint64_t kSectionsPerPageMap = 8;
 constexpr std::uint64_t kFirstFreeMapSection = 128;
 constexpr std::uint64_t kSectionsPerFreeMap = 496;

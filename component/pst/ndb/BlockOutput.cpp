@@ -4,12 +4,12 @@
 #include <exception>
 #include <utility>
 
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Block.h"
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 /// A longer gap is left to the file system, which makes it a hole.
 constexpr std::uint64_t kLongestGap = 64 * 1024;

@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "component/pst/ndb/AllocationPlan.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Page.h"
 
 namespace pastille::component::pst {
 namespace {
-
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::size_t kPageBytes = 512;
 
 /// Sets `count` bits from bit `first` on, the most significant bit of each byte first.
 void SetBits(std::span<std::byte> bits, std::uint64_t first, std::uint64_t count)

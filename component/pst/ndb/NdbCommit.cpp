@@ -8,15 +8,12 @@
 
 #include "component/pst/ndb/MapPages.h"
 #include "component/pst/ndb/NdbWriter.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "component/pst/ndb/StoreCompletion.h"
 #include "format/Page.h"
 
 namespace pastille::component::pst {
 namespace {
-
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::uint64_t kPageBytes = 512;
-constexpr std::uint64_t kBidStep = 4;
 
 template <class Number>
 void SortOnce(std::vector<Number>& numbers)

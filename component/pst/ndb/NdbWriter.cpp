@@ -7,13 +7,12 @@
 #include <utility>
 
 #include "component/pst/ndb/FormatError.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Block.h"
 
 namespace pastille::component::pst {
 namespace {
 
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::uint64_t kBidStep = 4;
 constexpr std::uint64_t kInternalBit = 2;
 /// In Block::sizeAndKind.
 constexpr std::uint16_t kInternalKind = 0x8000;
@@ -45,7 +44,7 @@ std::vector<format::NidType> GroupOf(format::NidType type)
 }  // namespace
 
 CNdbWriter::CNdbWriter(platform::IFile& file, format::CryptMethod method)
-    : m_file(file), m_method(method), m_output(file, method)
+    : m_file(file), m_output(file, method)
 {
     m_header.cryptMethod = static_cast<std::uint8_t>(method);
     m_header.lastNodeIndex = format::InitialNodeIndexes();

@@ -145,7 +145,6 @@ private:
     void WriteHeader(std::uint8_t amapValid);
 
     platform::IFile& m_file;
-    format::CryptMethod m_method;
     CAllocationPlan m_plan;
     CBlockOutput m_output;
     CBlockCache m_cache;

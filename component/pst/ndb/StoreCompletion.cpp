@@ -9,12 +9,10 @@
 #include "component/pst/ndb/AllocationPlan.h"
 #include "component/pst/ndb/MapPages.h"
 #include "component/pst/ndb/NdbReader.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 
 namespace pastille::component::pst {
 namespace {
-
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::uint64_t kPageBytes = 512;
 
 /// Space that the trees name, in units of 64 bytes.
 struct Extent {

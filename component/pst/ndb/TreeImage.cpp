@@ -1,5 +1,7 @@
 #include "component/pst/ndb/TreeImage.h"
 
+#include "component/pst/ndb/NewStoreLayout.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -7,8 +9,6 @@
 namespace pastille::component::pst {
 namespace {
 
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::size_t kPageBytes = 512;
 constexpr std::uint64_t kNoKeyAbove = std::numeric_limits<std::uint64_t>::max();
 
 /// Entries packed one behind the other, with their keys.

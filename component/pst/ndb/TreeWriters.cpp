@@ -3,16 +3,10 @@
 #include <stdexcept>
 
 #include "component/pst/ndb/NdbWriter.h"
+#include "component/pst/ndb/NewStoreLayout.h"
 #include "format/Block.h"
 
 namespace pastille::component::pst {
-namespace {
-
-constexpr const format::VariantLayout& kLayout = format::kUnicodeLayout;
-constexpr std::size_t kFullBlock = format::kUnicodeLayout.largestBlock;
-
-}  // namespace
-
 CDataTreeWriter::CDataTreeWriter(CNdbWriter& writer, std::size_t childrenPerBlock)
     : m_writer(writer), m_childrenPerBlock(childrenPerBlock)
 {
