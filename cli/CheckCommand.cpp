@@ -2,6 +2,8 @@
 
 #include "cli/CheckReport.h"
 #include "cli/RunOptions.h"
+#include "platform/FileSystem.h"
+#include "platform/Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -43,7 +45,8 @@ bool CCheckCommand::IsChosen() const
 
 ExitStatus CCheckCommand::Execute(CommandContext& context)
 {
-    const CheckReport report = CheckFile(context.fileSystem, WholePath(m_file));
+    const CheckReport report =
+        CheckFile(context.fileSystem, platform::WholePath(platform::PathOfBytes(m_file)));
     if (m_json)
         WriteJson(context.out, report);
     else

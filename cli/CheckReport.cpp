@@ -2,6 +2,7 @@
 
 #include "check/Check.h"
 #include "cli/TerminalText.h"
+#include "platform/Text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -88,7 +89,7 @@ void WriteText(std::ostream& out, const CheckReport& report)
             out << SeverityText(*rule) << ' ' << rule->code << ": and "
                 << count - check::CFindings::kMostPerRule << " more\n";
     }
-    out << Printable(report.path.native(), LineBreaks::Escape) << ": " << Summary(report) << '\n'
+    out << Printable(platform::PathBytes(report.path), LineBreaks::Escape) << ": " << Summary(report) << '\n'
         << std::flush;
 }
 
@@ -97,7 +98,7 @@ std::string JsonText(const CheckReport& report)
     Json object = Json::object();
     object["status"] = StatusText(report.status);
     object["messages"] = report.messages;
-    object["file"] = report.path.empty() ? Json(nullptr) : Json(report.path.native());
+    object["file"] = report.path.empty() ? Json(nullptr) : Json(platform::PathBytes(report.path));
     object["errors"] = report.findings.Count(Severity::Error);
     object["warnings"] = report.findings.Count(Severity::Warning);
     Json& rules = object["rules"] = Json::array();

@@ -3,6 +3,7 @@
 #include "cli/ListReport.h"
 #include "cli/RunOptions.h"
 #include "cli/TerminalText.h"
+#include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "writer/FolderWalk.h"
 #include "writer/OleDate.h"
@@ -57,7 +58,7 @@ private:
     {
         try {
             auto store = m_context.component.CreateSession()->GetStores()->OpenPstStore(
-                m_store.path, platform::FromUtf8(codePage));
+                platform::PathOfBytes(m_store.path), platform::FromUtf8(codePage));
             m_store.name = platform::ToUtf8(store->GetDisplayName());
             return store;
         } catch (const _com_error& error) {
@@ -216,7 +217,8 @@ void CListCommand::Declare(CLI::App& program)
                      "Show the items of this folder, named as the list of folders has it")
         ->option_text("PATH");
     m_command
-        ->add_option("--code-page", m_codePage, "Code page of 8-bit texts that state none (windows-1252)")
+        ->add_option("--code-page", m_codePage,
+                     "Code page of 8-bit texts that state none (" + m_codePage + ")")
         ->check(RefuseUnknownCodePage)
         ->option_text("NAME");
     m_command->add_flag("--json", m_json, "Print the result as one JSON object");
@@ -230,7 +232,8 @@ bool CListCommand::IsChosen() const
 ExitStatus CListCommand::Execute(CommandContext& context)
 {
     const auto report = m_json ? MakeListJson(context.out) : MakeListText(context.out);
-    IListReport::Store store{WholePath(m_store).native(), std::nullopt, m_folder};
+    IListReport::Store store{platform::PathBytes(platform::WholePath(platform::PathOfBytes(m_store))),
+                             std::nullopt, m_folder};
     return CListing(context, *report, std::move(store)).Run(m_codePage);
 }
 

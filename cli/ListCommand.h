@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/Command.h"
+#include "platform/Text.h"
 
 namespace pastille::cli {
 
@@ -18,7 +19,7 @@ private:
     CLI::App* m_command = nullptr;  ///< owned by the program
     std::string m_store;
     std::optional<std::string> m_folder;
-    std::string m_codePage = "windows-1252";
+    std::string m_codePage = platform::DefaultCodePage();
     bool m_json = false;
 };
 

@@ -4,7 +4,9 @@
 #include "cli/RunDisplay.h"
 #include "cli/RunReport.h"
 #include "cli/StopSignals.h"
+#include "platform/FileSystem.h"
 #include "platform/RunState.h"
+#include "platform/Text.h"
 #include "recovery/RecoveryPipeline.h"
 #include "recovery/RunSummary.h"
 #include "recovery/complete/AccountReport.h"
@@ -19,13 +21,11 @@
 namespace pastille::cli {
 namespace {
 
-constexpr unsigned kValidationPhase = 2;
 constexpr unsigned kSetUpPhase = 3;
 
 std::filesystem::path ExistingOrEmpty(const std::filesystem::path& path)
 {
-    std::error_code error;
-    return std::filesystem::exists(path, error) ? path : std::filesystem::path();
+    return platform::Exists(path) ? path : std::filesystem::path();
 }
 
 /// Looks at what the run has left, counts the new store and completes the log.
@@ -39,7 +39,8 @@ void Conclude(CommandContext& context, const platform::RunState& state, CRunDisp
     report.logPath = ExistingOrEmpty(state.logPath);
     if (report.status == RunStatus::Done && report.outputPath.empty() && !state.outputPath.empty()) {
         // Somebody has taken it away while the run was writing into it.
-        display.ShowError("The new store is no longer at its place: " + state.outputPath.string());
+        display.ShowError("The new store is no longer at its place: " +
+                          platform::PathBytes(state.outputPath));
         report.status = RunStatus::Failed;
         report.reason = "output-missing";
         return;
@@ -94,7 +95,7 @@ bool CRepairCommand::IsChosen() const
 platform::RunSettings CRepairCommand::Settings() const
 {
     platform::RunSettings settings = m_options.Settings();
-    settings.destinationFolder = WholePath(m_destination);
+    settings.destinationFolder = platform::WholePath(platform::PathOfBytes(m_destination));
     settings.complete = m_complete;
     if (!m_kind.empty())
         settings.kind = m_kind == "ost" ? platform::SourceKind::Ost : platform::SourceKind::Pst;

@@ -11,6 +11,8 @@
 
 namespace pastille::cli {
 
+inline constexpr unsigned kValidationPhase = 2;
+
 /// The command line's side of a run: a progress line, and boxes as text on the error stream. Remembers what
 /// the run told, for the report after it.
 class CRunDisplay final : public platform::IFrontEnd {

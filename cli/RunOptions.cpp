@@ -1,12 +1,10 @@
 #include "cli/RunOptions.h"
 
 #include "cli/RunDisplay.h"
+#include "platform/FileSystem.h"
 #include "platform/Text.h"
 
 #include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <system_error>
 
 namespace pastille::cli {
 
@@ -18,7 +16,7 @@ void RunOptions::Declare(CLI::App& command)
     command.add_flag("--smart", smartScan,
                      "Smart Scan: also bring back items that nothing in the file refers to any more, such as "
                      "deleted ones");
-    command.add_option("--code-page", codePage, "Code page of 8-bit texts (windows-1252)")
+    command.add_option("--code-page", codePage, "Code page of 8-bit texts (" + codePage + ")")
         ->check(RefuseUnknownCodePage)
         ->option_text("NAME");
     command.add_flag("--json", json, "Print the result as one JSON object");
@@ -27,7 +25,7 @@ void RunOptions::Declare(CLI::App& command)
 
 platform::RunSettings RunOptions::Settings() const
 {
-    return {.sourcePath = WholePath(source),
+    return {.sourcePath = platform::WholePath(platform::PathOfBytes(source)),
             .destinationFolder = {},
             .smartScan = smartScan,
             .codePage = codePage};
@@ -48,15 +46,6 @@ std::string RefuseUnknownCodePage(const std::string& name)
 std::string RefuseEmpty(const std::string& text)
 {
     return text.empty() ? "A path must not be empty." : "";
-}
-
-std::filesystem::path WholePath(const std::filesystem::path& path)
-{
-    std::error_code error;
-    const std::filesystem::path whole = std::filesystem::absolute(path, error);
-    if (error)
-        return path;
-    return std::ranges::find(whole, "..") == whole.end() ? whole.lexically_normal() : whole;
 }
 
 RunStatus StatusAfter(const CRunDisplay& display, const platform::RunState& state)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <ostream>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "cli/ProgressLine.h"
 #include "cli/RunStatus.h"
 #include "platform/RunState.h"
+#include "platform/Text.h"
 
 namespace pastille::cli {
 
@@ -19,7 +19,7 @@ ExitStatus StatusCode(RunStatus status);
 /// The arguments that all commands with a run share.
 struct RunOptions {
     std::string source;
-    std::string codePage = "windows-1252";
+    std::string codePage = platform::DefaultCodePage();
     bool smartScan = false;
     bool json = false;
     bool quiet = false;
@@ -44,9 +44,6 @@ struct RunOptions {
 // Complaints about an argument, "" when there is nothing to complain about.
 std::string RefuseEmpty(const std::string& text);
 std::string RefuseUnknownCodePage(const std::string& name);
-
-/// The log and the messages name whole paths. ".." stays: after a symbolic link it is not the folder before.
-std::filesystem::path WholePath(const std::filesystem::path& path);
 
 /// How a run has ended, as far as it told.
 RunStatus StatusAfter(const CRunDisplay& display, const platform::RunState& state);

@@ -31,7 +31,7 @@ constexpr std::array kCounts{
 
 Json PathOrNull(const std::filesystem::path& path)
 {
-    return path.empty() ? Json(nullptr) : Json(path.native());
+    return path.empty() ? Json(nullptr) : Json(platform::PathBytes(path));
 }
 
 Json PhaseSeconds(const std::array<double, 10>& seconds)
@@ -126,11 +126,11 @@ void AddAccount(Json& object, const RunReport& report)
 void WriteText(std::ostream& out, const RunReport& report)
 {
     if (!report.outputPath.empty())
-        out << "Output: " << Printable(report.outputPath.native(), LineBreaks::Escape) << '\n';
+        out << "Output: " << Printable(platform::PathBytes(report.outputPath), LineBreaks::Escape) << '\n';
     if (!report.logPath.empty())
-        out << "Log:    " << Printable(report.logPath.native(), LineBreaks::Escape) << '\n';
+        out << "Log:    " << Printable(platform::PathBytes(report.logPath), LineBreaks::Escape) << '\n';
     if (!report.accountPath.empty())
-        out << "Report: " << Printable(report.accountPath.native(), LineBreaks::Escape) << '\n';
+        out << "Report: " << Printable(platform::PathBytes(report.accountPath), LineBreaks::Escape) << '\n';
     if (report.summary) {
         out << '\n';
         for (const Count& count : kCounts)

@@ -13,8 +13,6 @@
 namespace pastille::cli {
 namespace {
 
-constexpr unsigned kValidationPhase = 2;
-
 /// A scan that is stopped leaves nothing behind that a box could name.
 class CScanDisplay final : public platform::IFrontEnd {
 public:

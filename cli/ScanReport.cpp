@@ -104,16 +104,16 @@ private:
     void Line(std::string label, std::uint64_t value) { Line(std::move(label), Grouped(value)); }
     void CountLine(std::uint64_t count, const std::string& what)
     {
-        constexpr std::size_t kCountWidth = 11;
+        constexpr std::size_t kNumberWidth = 11;
         const std::string number = Grouped(count);
-        m_out << std::string(kCountWidth - std::min(kCountWidth, number.size()), ' ') << number << "  "
+        m_out << std::string(kNumberWidth - std::min(kNumberWidth, number.size()), ' ') << number << "  "
               << what << '\n';
     }
 
     void WriteFile()
     {
         constexpr std::array kVariants{"", "ANSI (Outlook 97 to 2002)", "Unicode", "Unicode with 4 KB pages"};
-        m_out << "File: " << Printable(m_report.sourcePath.native(), LineBreaks::Escape) << '\n';
+        m_out << "File: " << Printable(platform::PathBytes(m_report.sourcePath), LineBreaks::Escape) << '\n';
         const bool isOst = m_findings.kind == store::FileKind::Ost;
         Line("Kind",
              std::string(isOst ? "OST, " : "PST, ") + kVariants[static_cast<std::size_t>(m_figures.variant)]);
@@ -311,7 +311,8 @@ void WriteJson(std::ostream& out, const ScanReport& report)
     Json object = Json::object();
     object["status"] = StatusText(report.status);
     object["messages"] = report.messages;
-    object["source"] = report.sourcePath.empty() ? Json(nullptr) : Json(report.sourcePath.native());
+    object["source"] =
+        report.sourcePath.empty() ? Json(nullptr) : Json(platform::PathBytes(report.sourcePath));
     object["smartScan"] = report.smartScan;
     for (const char* key : {"kind", "fileSize", "declaredSize", "variant", "cryptMethod", "items", "folders",
                             "classes", "skippedClasses", "orphans", "unreadable", "damage", "nodes", "blocks",

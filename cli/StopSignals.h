@@ -1,13 +1,11 @@
 #pragma once
 
-#include <signal.h>
-
 #include <atomic>
 
 namespace pastille::cli {
 
-/// While it lives, the first SIGINT or SIGTERM sets a flag, and the next one ends the process as usual. One
-/// at a time.
+/// While it lives, the first request of the user or the system to end (SIGINT, SIGTERM; Ctrl+C, Ctrl+Break, a
+/// console that is closed) sets a flag, and the next one ends the process as usual. One at a time.
 class CStopSignals {
 public:
     /// The flag must outlive this object.
@@ -15,10 +13,6 @@ public:
     ~CStopSignals();
     CStopSignals(const CStopSignals&) = delete;
     CStopSignals& operator=(const CStopSignals&) = delete;
-
-private:
-    struct sigaction m_previousInterrupt {};
-    struct sigaction m_previousTerminate {};
 };
 
 }  // namespace pastille::cli

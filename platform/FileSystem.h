@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <system_error>
 
 namespace pastille::platform {
@@ -67,6 +68,10 @@ public:
     virtual std::unique_ptr<IByteSource> OpenSource(const std::filesystem::path& path) = 0;
     /// Creates a file for reading and writing, emptying one that exists. Raises std::system_error.
     virtual std::unique_ptr<IFile> Create(const std::filesystem::path& path) = 0;
+    /// Does as Create for a file that is only needed while it is open, hidden from listings where the host
+    /// has a mark for that. Some hosts remove it when it is closed or its process ends; on others Remove
+    /// does.
+    virtual std::unique_ptr<IFile> CreateTemporary(const std::filesystem::path& path) { return Create(path); }
     /// Opens an existing file for reading and writing. Raises std::system_error.
     virtual std::unique_ptr<IFile> OpenExisting(const std::filesystem::path& path) = 0;
     /// Creates one folder whose parent exists. An existing one is an error (file_exists).
@@ -78,5 +83,13 @@ public:
 
 /// The host's own file system; lives as long as the process.
 IFileSystem& HostFileSystem();
+
+/// The path from the root of the host's files, without ".". ".." stays where the folder before it may be a
+/// link to another place. What cannot be completed comes back as it is.
+std::filesystem::path WholePath(const std::filesystem::path& path);
+/// True when there is a file, folder or anything else.
+bool Exists(const std::filesystem::path& path);
+/// Characters that no file name may have, beside the separators.
+std::string_view ForbiddenInNames();
 
 }  // namespace pastille::platform

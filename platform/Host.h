@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -18,6 +19,8 @@ bool HasOwnHome();
 
 /// The moment as local time in the run log's form, as "Sunday, November 22, 2026,21:05:09".
 std::string LocalTimeText(std::chrono::system_clock::time_point moment);
+/// The same of a broken-down time, in English whatever the user's language.
+std::string TimeText(const std::tm& time);
 
 /// Fills `bytes` with random bytes from the host.
 void FillRandom(std::span<std::byte> bytes);

@@ -52,14 +52,15 @@ struct RunSettings {
     bool complete = false;
     /// Of a source whose header does not tell it; looked at by a complete recovery only.
     std::optional<SourceKind> kind = std::nullopt;
-    std::string codePage = "windows-1252";  ///< of 8-bit texts, a name that ICU knows
+    std::string codePage = "windows-1252";  ///< of 8-bit texts, a name for CCodePage
 };
 
 /// What a run and its front end share. Texts are written by the run and read by the front end after it has
 /// ended; the flags are set and tested by either at any time.
 struct RunState {
     std::filesystem::path outputFolder;
-    std::filesystem::path outputPath;  ///< the new PST
+    std::filesystem::path outputPath;  ///< the new PST, or where it was to be
+    bool hasOutput = false;            ///< this run has made the new PST and left it there
     std::filesystem::path logPath;
     std::u16string storeName;
     std::u16string profileName;  ///< empty until the run has chosen one

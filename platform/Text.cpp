@@ -1,7 +1,6 @@
 #include "platform/Text.h"
 
-#include <unicode/uchar.h>
-#include <unicode/ustring.h>
+#include "platform/CharacterKinds.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,19 +8,33 @@
 namespace pastille::platform {
 namespace {
 
+constexpr bool IsLead(char16_t c)
+{
+    return (c & 0xFC00) == 0xD800;
+}
+
+constexpr bool IsTrail(char16_t c)
+{
+    return (c & 0xFC00) == 0xDC00;
+}
+
+constexpr char32_t Joined(char16_t lead, char16_t trail)
+{
+    return 0x10000 + (static_cast<char32_t>(lead - 0xD800) << 10) + static_cast<char32_t>(trail - 0xDC00);
+}
+
 /// Code points of `text` that no text holds, counted in UTF-16 units.
 std::size_t CountImplausible(std::u16string_view text)
 {
     std::size_t implausible = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        UChar32 c = text[i];
+        char32_t c = text[i];
         std::size_t units = 1;
-        if (U16_IS_LEAD(c) && i + 1 < text.size() && U16_IS_TRAIL(text[i + 1])) {
-            c = U16_GET_SUPPLEMENTARY(c, text[i + 1]);
+        if (IsLead(text[i]) && i + 1 < text.size() && IsTrail(text[i + 1])) {
+            c = Joined(text[i], text[i + 1]);
             units = 2;
         }
-        const auto type = u_charType(c);
-        if (type == U_UNASSIGNED || type == U_CONTROL_CHAR || type == U_SURROGATE)
+        if (!IsTextCharacter(c))
             implausible += units;
         i += units - 1;
     }
@@ -50,11 +63,11 @@ std::string ToUtf8(std::u16string_view text)
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t c = text[i];
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-            text[i + 1] <= 0xDFFF)
-            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
-        else if (c >= 0xD800 && c <= 0xDFFF)
+        char32_t c = text[i];
+        if (IsLead(text[i]) && i + 1 < text.size() && IsTrail(text[i + 1])) {
+            c = Joined(text[i], text[i + 1]);
+            ++i;
+        } else if (c >= 0xD800 && c <= 0xDFFF)
             c = 0xFFFD;
         if (c < 0x80) {
             out += static_cast<char>(c);
@@ -73,22 +86,6 @@ std::string ToUtf8(std::u16string_view text)
         }
     }
     return out;
-}
-
-std::u16string FromUtf8(std::string_view text)
-{
-    std::u16string out(text.size(), u'\0');  // UTF-16 never has more units than UTF-8 has bytes
-    int32_t length = 0;
-    UErrorCode error = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(out.data(), static_cast<int32_t>(out.size()), &length, text.data(),
-                         static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &error);
-    out.resize(U_SUCCESS(error) ? static_cast<std::size_t>(length) : 0);
-    return out;
-}
-
-std::u16string PathText(const std::filesystem::path& path)
-{
-    return FromUtf8(path.string());
 }
 
 bool EqualsNoCase(std::u16string_view left, std::u16string_view right)

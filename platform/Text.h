@@ -16,12 +16,20 @@ std::string ToUtf8(std::u16string_view text);
 std::u16string FromUtf8(std::string_view text);
 /// A host path as text, for logs and messages.
 std::u16string PathText(const std::filesystem::path& path);
+/// The same as bytes, for terminals and JSON: the host's own bytes where paths are made of bytes, else UTF-8.
+std::string PathBytes(const std::filesystem::path& path);
+/// The path of such bytes. A path made of a text without this function is another one on some hosts.
+std::filesystem::path PathOfBytes(std::string_view bytes);
 /// Compares without regard to the case of A to Z.
 bool EqualsNoCase(std::u16string_view left, std::u16string_view right);
 
 /// True when UTF-16 units are likely to be text: not empty, and at most a third of them controls, unassigned,
 /// noncharacters or lone surrogates; or text of one alphabet in the other byte order.
 bool LooksLikeText(std::u16string_view text);
+
+/// Name, for CCodePage, of the code page of 8-bit texts that state none: the system's ANSI code page where
+/// the host has one, else windows-1252.
+std::string DefaultCodePage();
 
 /// Name, for CCodePage, of the code page of a number as mails state it (65001 UTF-8, 1252, 28591, 932).
 /// Pages with shift states are named US-ASCII: their bytes are all of it, and so all of them are kept.

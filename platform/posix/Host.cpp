@@ -48,9 +48,7 @@ std::string LocalTimeText(std::chrono::system_clock::time_point moment)
     const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
     std::tm local{};
     ::localtime_r(&seconds, &local);
-    std::array<char, 128> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%A, %B %d, %Y,%H:%M:%S", &local);
-    return {text.data(), length};
+    return TimeText(local);
 }
 
 void FillRandom(std::span<std::byte> bytes)

@@ -1,5 +1,7 @@
 #include "cli/StopSignals.h"
 
+#include <signal.h>
+
 #include <cerrno>
 
 namespace pastille::cli {
@@ -10,6 +12,9 @@ static_assert(std::atomic<std::atomic<bool>*>::is_always_lock_free && std::atomi
               "a signal handler may only touch lock-free atomics");
 
 std::atomic<bool> g_signalled{false};
+
+struct sigaction g_previousInterrupt {};
+struct sigaction g_previousTerminate {};
 
 /// Only calls that are safe in a signal handler. Two signals at once may both come here, each on a
 /// thread of its own, before the first has given the signals back: the second of them then ends the
@@ -41,14 +46,14 @@ CStopSignals::CStopSignals(std::atomic<bool>& flag)
     sigemptyset(&action.sa_mask);
     sigaddset(&action.sa_mask, SIGINT);
     sigaddset(&action.sa_mask, SIGTERM);
-    ::sigaction(SIGINT, &action, &m_previousInterrupt);
-    ::sigaction(SIGTERM, &action, &m_previousTerminate);
+    ::sigaction(SIGINT, &action, &g_previousInterrupt);
+    ::sigaction(SIGTERM, &action, &g_previousTerminate);
 }
 
 CStopSignals::~CStopSignals()
 {
-    ::sigaction(SIGINT, &m_previousInterrupt, nullptr);
-    ::sigaction(SIGTERM, &m_previousTerminate, nullptr);
+    ::sigaction(SIGINT, &g_previousInterrupt, nullptr);
+    ::sigaction(SIGTERM, &g_previousTerminate, nullptr);
     g_flag.store(nullptr);
 }
 

@@ -229,4 +229,24 @@ IFileSystem& HostFileSystem()
     return fileSystem;
 }
 
+std::filesystem::path WholePath(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    if (error)
+        return path;
+    return std::ranges::find(whole, "..") == whole.end() ? whole.lexically_normal() : whole;
+}
+
+bool Exists(const std::filesystem::path& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(path, error);
+}
+
+std::string_view ForbiddenInNames()
+{
+    return {};
+}
+
 }  // namespace pastille::platform

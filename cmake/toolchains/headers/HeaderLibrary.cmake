@@ -1,0 +1,13 @@
+# header_library(TARGET FOLDER): a target for a library whose headers lie in /usr/include/FOLDER.
+function(header_library target folder)
+  if(NOT IS_DIRECTORY /usr/include/${folder})
+    message(FATAL_ERROR "There is no folder /usr/include/${folder}")
+  endif()
+  set(headers ${CMAKE_BINARY_DIR}/headers)
+  file(MAKE_DIRECTORY ${headers})
+  file(CREATE_LINK /usr/include/${folder} ${headers}/${folder} SYMBOLIC)
+  if(NOT TARGET ${target})
+    add_library(${target} INTERFACE IMPORTED GLOBAL)
+    target_include_directories(${target} SYSTEM INTERFACE ${headers})
+  endif()
+endfunction()
