@@ -10,6 +10,8 @@ namespace pastille::app {
 struct RepairChoices {
     platform::RunSettings settings;  ///< source path, scan method, destination folder
     std::filesystem::path sourceFileName;
+    /// A store that is known to need a repair, which the page for a file comes up with; empty: none.
+    std::filesystem::path offered;
 
     /// Takes a source file; its name is the path's last component.
     void SetSource(const std::filesystem::path& path)

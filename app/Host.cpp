@@ -1,6 +1,7 @@
 #include "app/Host.h"
 
 #include "app/HostPath.h"
+#include "app/Installation.h"
 #include "app/WineFolders.h"
 #include "platform/Host.h"
 #include "platform/Language.h"
@@ -63,12 +64,27 @@ int ErrorOfOpening(const QByteArray& path)
     return reason == ENOENT && fs::is_directory(folder, error) ? kFileNotFound : kPathNotFound;
 }
 
+Installation HostInstallation()
+{
+    std::error_code error;
+    return InstallationOf(fs::read_symlink("/proc/self/exe", error));
+}
+
 }  // namespace
 
 fs::path CHost::InstallationFolder()
 {
-    std::error_code error;
-    return fs::read_symlink("/proc/self/exe", error).parent_path().parent_path();
+    return HostInstallation().folder;
+}
+
+fs::path CHost::ManualFolder()
+{
+    return HostInstallation().manual;
+}
+
+bool CHost::IsInstallationOwn()
+{
+    return HostInstallation().isOwn;
 }
 
 fs::path CHost::ConfigFolder()

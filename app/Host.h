@@ -15,8 +15,12 @@ class IHost {
 public:
     virtual ~IHost() = default;
 
-    /// The folder above the one that holds the executable.
+    /// The folder of the program's own files (Lang/).
     virtual std::filesystem::path InstallationFolder() = 0;
+    /// The folder of the manual's pages; need not exist.
+    virtual std::filesystem::path ManualFolder() = 0;
+    /// True when settings may be kept in the installation folder, which is then the program's own.
+    virtual bool IsInstallationOwn() = 0;
     /// Per-user folder for settings, registry and lock; need not exist.
     virtual std::filesystem::path ConfigFolder() = 0;
     /// Per-user folder for data; need not exist.
@@ -54,6 +58,8 @@ public:
 class CHost final : public IHost {
 public:
     std::filesystem::path InstallationFolder() override;
+    std::filesystem::path ManualFolder() override;
+    bool IsInstallationOwn() override;
     std::filesystem::path ConfigFolder() override;
     std::filesystem::path DataFolder() override;
     unsigned OsMajorVersion() override;

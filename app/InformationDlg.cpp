@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::u16string_view kConfirm = u"Confirm";  // 176
 constexpr std::u16string_view kIgnore = u"Ignore";    // 177
-constexpr std::u16string_view kHeading =
+constexpr std::u16string_view kInformationHeading =
     u"Software has detected Outlook 2000 installed on your system in IMO (Internet Mail only) mode. Please "
     u"read below mentioned instructions carefully to effectively recover pst file.";  // 182
 constexpr std::u16string_view kRightMode =
@@ -53,7 +53,7 @@ CInformationDlg::CInformationDlg(IHost& host, platform::CRegistry& registry)
 {
     setObjectName(QStringLiteral("CInformationDlg"));
     setWindowTitle(QStringLiteral("Please read carefully"));
-    BuildReadingDialog(*this, Text(kHeading), Instructions(), QStringLiteral("Instructions"),
+    BuildReadingDialog(*this, Text(kInformationHeading), Instructions(), QStringLiteral("Instructions"),
                        {kConfirm, Qt::Key_C, [this] { Confirm(); }},
                        {kIgnore, Qt::Key_I, [this] { reject(); }});
 }

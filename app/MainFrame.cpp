@@ -42,7 +42,7 @@ recovery::RecoveryOptions OptionsFor(IHost& host)
 
 }  // namespace
 
-CMainFrame::CMainFrame(CPastilleApp& app)
+CMainFrame::CMainFrame(CPastilleApp& app, const std::filesystem::path& store)
     : m_app(app),
       m_progress(this, *this),
       m_run(app.FileSystem(), app.Component(), OptionsFor(app.Host()), *this)
@@ -63,7 +63,8 @@ CMainFrame::CMainFrame(CPastilleApp& app)
     UpdateCommands();
     resize(QSize(1000, 700).boundedTo(screen()->availableSize()));
     m_folders->setFocus();
-    QMetaObject::invokeMethod(this, &CMainFrame::OpenWizard, Qt::QueuedConnection);
+    const auto begin = [this, store] { store.empty() ? OpenWizard() : ShowStoreOrRepair(store); };
+    QMetaObject::invokeMethod(this, begin, Qt::QueuedConnection);
 }
 
 CMainFrame::~CMainFrame() = default;
@@ -143,11 +144,11 @@ void CMainFrame::Execute(Command command)
 
 void CMainFrame::OpenHelp()
 {
-    constexpr int kFileNotFound = 2;
-    constexpr int kPathNotFound = 3;
+    constexpr int kNoFile = 2;
+    constexpr int kNoPath = 3;
     const auto file = HelpFile(m_app.Host());
-    const int result = file.empty() ? kFileNotFound : m_app.Host().Open(FileAddress(file));
-    if (result == kFileNotFound || result == kPathNotFound)
+    const int result = file.empty() ? kNoFile : m_app.Host().Open(FileAddress(file));
+    if (result == kNoFile || result == kNoPath)
         ShowBox(this, u"Unable to locate Help File", strings::kInformation, QMessageBox::Information);
 }
 

@@ -2,6 +2,7 @@
 
 #include <QMainWindow>
 
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -25,7 +26,8 @@ namespace pastille::app {
 
 class CPastilleApp;
 
-/// The only top-level window of the program. It opens the wizard by itself once it is created and shown.
+/// The only top-level window of the program. Once it is created and shown, it opens the wizard by itself, or
+/// the store that the program was started with.
 class CMainFrame final : public QMainWindow,
                          private IRunWindows,
                          private IRunControl,
@@ -33,8 +35,8 @@ class CMainFrame final : public QMainWindow,
     Q_OBJECT
 
 public:
-    /// The application must outlive the frame.
-    explicit CMainFrame(CPastilleApp& app);
+    /// The application must outlive the frame. `store`: to be shown at first; empty: none.
+    CMainFrame(CPastilleApp& app, const std::filesystem::path& store);
     ~CMainFrame() override;
 
     /// Shows the wizard, and starts the repair that it ends with. While a run goes, shows its progress
@@ -71,7 +73,10 @@ private:
     void OrderTabs();
     void ClearPanes();
     void AskForStore();
-    void ShowStore(const std::filesystem::path& path, bool anew);
+    /// For the store that the program was started with: one that cannot be opened is offered for a repair.
+    void ShowStoreOrRepair(const std::filesystem::path& path);
+    void ShowStore(const std::filesystem::path& path, bool anew,
+                   const std::function<void()>& afterFailure = {});
     /// The right upper pane when it is that view, else null.
     preview::CListViewRight* List() const;
     preview::CListViewRight* MakeList(QWidget* parent);

@@ -149,7 +149,17 @@ void CMainFrame::OpenStore(const std::filesystem::path& path)
         ShowStore(path, true);
 }
 
-void CMainFrame::ShowStore(const std::filesystem::path& path, bool anew)
+void CMainFrame::ShowStoreOrRepair(const std::filesystem::path& path)
+{
+    ShowStore(path, true, [this, path] {
+        m_app.Choices().offered = path;
+        // The pane is to be done with the store first.
+        QMetaObject::invokeMethod(this, &CMainFrame::OpenWizard, Qt::QueuedConnection);
+    });
+}
+
+void CMainFrame::ShowStore(const std::filesystem::path& path, bool anew,
+                           const std::function<void()>& afterFailure)
 {
     const auto open = [&component = m_app.Component(), path, codePage = m_app.Choices().settings.codePage] {
         return std::make_shared<preview::CPreviewStore>(component, path, codePage);
@@ -158,13 +168,15 @@ void CMainFrame::ShowStore(const std::filesystem::path& path, bool anew)
         ClearPanes();
         m_store = store;
     };
-    const auto failed = [this, path](const std::string& reason) {
+    const auto failed = [this, path, afterFailure](const std::string& reason) {
         ShowBox(
             this,
             QStringLiteral("This file cannot be opened: %1\n\nIt is no Outlook data file, or it is damaged. "
                            "\"Repair PST File\" brings back what is in a damaged one.\n\n%2")
                 .arg(ShownPath(path), QString::fromStdString(reason)),
             Text(strings::kError), QMessageBox::Critical);
+        if (afterFailure)
+            afterFailure();
     };
     m_folders->ShowStore({open, opened, failed, anew});
 }

@@ -9,7 +9,7 @@ namespace pastille::app {
 
 std::filesystem::path ManualPage(IHost& host, const char* name)
 {
-    return host.InstallationFolder() / "docs" / "manual" / name;
+    return host.ManualFolder() / name;
 }
 
 std::filesystem::path HelpFile(IHost& host)

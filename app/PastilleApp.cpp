@@ -57,7 +57,7 @@ CPastilleApp::CPastilleApp(IHost& host, platform::IFileSystem& fileSystem,
 
 CPastilleApp::~CPastilleApp() = default;
 
-bool CPastilleApp::InitInstance()
+bool CPastilleApp::InitInstance(const fs::path& store)
 {
     ChoosePaths();
     ChooseLanguage();
@@ -66,7 +66,7 @@ bool CPastilleApp::InitInstance()
         return false;
     // The key under which windows keep their layout.
     QCoreApplication::setOrganizationName(QStringLiteral("Orvane"));
-    m_mainFrame = std::make_unique<CMainFrame>(*this);
+    m_mainFrame = std::make_unique<CMainFrame>(*this, store);
     m_mainFrame->show();
     return true;
 }
@@ -74,7 +74,7 @@ bool CPastilleApp::InitInstance()
 void CPastilleApp::ChoosePaths()
 {
     m_settingsPath = m_host.InstallationFolder() / "settings.ini";
-    if (platform::HasOwnHome() || !platform::CanBeWritten(m_settingsPath))
+    if (platform::HasOwnHome() || !m_host.IsInstallationOwn() || !platform::CanBeWritten(m_settingsPath))
         m_settingsPath = m_host.ConfigFolder() / "settings.ini";
 }
 

@@ -31,8 +31,9 @@ public:
     CPastilleApp& operator=(const CPastilleApp&) = delete;
 
     /// Runs the checks in their order, each of which shows its refusal itself, and shows the main frame.
-    /// False when start-up ended; the process ends then.
-    bool InitInstance();
+    /// False when start-up ended; the process ends then. With a store (its whole path), the frame shows that
+    /// instead of the wizard.
+    bool InitInstance(const std::filesystem::path& store = {});
 
     /// Text of a key of the current language's file; empty when it has none.
     QString LanguageText(const char* key) const;

@@ -14,7 +14,7 @@ namespace pastille::app {
 namespace {
 
 // Of the text, in letters and lines: as shown at first, as far as the screen has room, and at least.
-constexpr int kLettersWide = 76;
+constexpr int kReadingLettersWide = 76;
 constexpr int kLinesHigh = 23;
 constexpr int kFewestLetters = 32;
 constexpr int kFewestLines = 6;
@@ -47,7 +47,7 @@ void BuildReadingDialog(QDialog& dialog, const QString& heading, const QString& 
     box->setMinimumSize(letter * kFewestLetters, line * kFewestLines);
 
     ArrangeReading(dialog, Qt::TopEdge, label, box, {NewButton(dialog, first), NewButton(dialog, second)});
-    const QSize wanted(letter * kLettersWide, line * (kLinesHigh + kLinesAround));
+    const QSize wanted(letter * kReadingLettersWide, line * (kLinesHigh + kLinesAround));
     dialog.resize(wanted.boundedTo(dialog.screen()->availableSize() * 9 / 10));
 }
 

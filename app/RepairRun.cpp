@@ -125,7 +125,8 @@ void CRepairRun::Run(const platform::RunSettings& settings)
         [this] {
             m_worker.join();
             if (!m_silent)
-                m_windows.RunIsOver(m_isOutputLost ? std::filesystem::path() : m_state->outputPath);
+                m_windows.RunIsOver(m_state->hasOutput && !m_isOutputLost ? m_state->outputPath
+                                                                          : std::filesystem::path());
         },
         Qt::QueuedConnection);
 }

@@ -36,6 +36,8 @@ CSelectPstDlg::CSelectPstDlg(QWidget* parent, RepairChoices& choices)
     browse->setFocus();
 
     m_next = MakeNextButton();
+    if (!m_choices.offered.empty())
+        Choose(m_choices.offered);
     AddFooter(WizardPage::Start, m_next);
     connect(browse, &QPushButton::clicked, this, &CSelectPstDlg::Browse);
     connect(m_next, &QPushButton::clicked, this, [this] {
@@ -50,10 +52,16 @@ void CSelectPstDlg::Browse()
     const auto chosen = ChooseStore(this, m_choices.settings.sourcePath);
     if (!chosen)
         return;
-    m_chosen = *chosen;
-    m_choices.SetSource(m_chosen);
-    m_file->setText(ShownPath(m_chosen));
+    m_choices.offered.clear();
+    Choose(*chosen);
     LookAgain();
+}
+
+void CSelectPstDlg::Choose(const std::filesystem::path& file)
+{
+    m_chosen = file;
+    m_choices.SetSource(file);
+    m_file->setText(ShownPath(file));
 }
 
 void CSelectPstDlg::LookAgain()

@@ -20,6 +20,7 @@ protected:
 
 private:
     void Browse();
+    void Choose(const std::filesystem::path& file);
 
     RepairChoices& m_choices;
     std::filesystem::path m_chosen;  ///< on this page; empty until then

@@ -9,8 +9,8 @@
 namespace pastille::app {
 namespace {
 
-constexpr int kGap = 6;
-constexpr int kMargin = 12;
+constexpr int kButtonGap = 6;
+constexpr int kButtonMargin = 12;
 
 }  // namespace
 
@@ -25,7 +25,7 @@ QSize CSkinButton::sizeHint() const
 {
     const QSize shown = fontMetrics().size(Qt::TextShowMnemonic, text());
     const int height = std::max(shown.height(), iconSize().height()) + 12;
-    return QSize(shown.width() + iconSize().width() + kGap + 2 * kMargin, height)
+    return QSize(shown.width() + iconSize().width() + kButtonGap + 2 * kButtonMargin, height)
         .expandedTo(DialogUnits(*this, 56, 15));
 }
 
@@ -37,16 +37,16 @@ void CSkinButton::paintEvent(QPaintEvent*)
     PaintSkin(painter, rect(), palette(), state);
 
     const int textWidth = fontMetrics().size(Qt::TextShowMnemonic, text()).width();
-    const int width = textWidth + kGap + iconSize().width();
-    QRect content(rect().left() + std::max(kMargin / 2, (rect().width() - width) / 2), rect().top(), width,
-                  rect().height());
+    const int width = textWidth + kButtonGap + iconSize().width();
+    QRect content(rect().left() + std::max(kButtonMargin / 2, (rect().width() - width) / 2), rect().top(),
+                  width, rect().height());
     if (state.pressed)
         content.translate(0, 1);
     QRect iconArea = content, textArea = content;
     const bool iconLeft = (m_side == IconSide::Left) == (layoutDirection() == Qt::LeftToRight);
     if (iconLeft) {
         iconArea.setWidth(iconSize().width());
-        textArea.setLeft(iconArea.right() + 1 + kGap);
+        textArea.setLeft(iconArea.right() + 1 + kButtonGap);
     } else {
         iconArea.setLeft(content.right() + 1 - iconSize().width());
         textArea.setWidth(textWidth);

@@ -24,7 +24,7 @@ static void KeepResources()
 namespace pastille::app {
 namespace {
 
-constexpr int kMargin = 16;
+constexpr int kPageMargin = 16;
 constexpr int kSpacing = 8;
 
 }  // namespace
@@ -40,7 +40,7 @@ CWizardPage::CWizardPage(const QString& className, QWidget* parent)
     setWindowTitle(Text(strings::kProduct));
     setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
     setModal(true);
-    m_body->setContentsMargins(kMargin, kMargin, kMargin, kSpacing);
+    m_body->setContentsMargins(kPageMargin, kPageMargin, kPageMargin, kSpacing);
     m_body->setSpacing(kSpacing);
     // What a small screen has no room for is scrolled; the buttons below stay.
     auto* area = new QScrollArea(this);
@@ -49,7 +49,7 @@ CWizardPage::CWizardPage(const QString& className, QWidget* parent)
     area->setFrameShape(QFrame::NoFrame);
     area->setFocusPolicy(Qt::NoFocus);
     auto* all = new QVBoxLayout(this);
-    all->setContentsMargins(0, m_banner.defaultSize().height(), 0, kMargin);
+    all->setContentsMargins(0, m_banner.defaultSize().height(), 0, kPageMargin);
     all->setSpacing(kSpacing);
     all->setSizeConstraint(QLayout::SetNoConstraint);
     all->addWidget(area, 1);
@@ -109,7 +109,7 @@ void CWizardPage::AddFooter(WizardPage back, CSkinButton* onward)
     }
     row->addWidget(onward);
     onward->setDefault(true);
-    row->setContentsMargins(kMargin, 0, kMargin, 0);
+    row->setContentsMargins(kPageMargin, 0, kPageMargin, 0);
     static_cast<QBoxLayout*>(layout())->addLayout(row);
     m_footerHeight = row->sizeHint().height();
 }

@@ -1,3 +1,4 @@
+#include "app/CommandLine.h"
 #include "app/EndSignals.h"
 #include "app/Host.h"
 #include "app/MainFrame.h"
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <span>
 
 int main(int argc, char** argv)
 try {
@@ -22,11 +24,21 @@ try {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 
-    QApplication application(argc, argv);
+    const auto arguments = [&] {
+        return std::span<const char* const>(argv + (argc > 0 ? 1 : 0), argv + argc);
+    };
+    if (app::AnswersInText(arguments()))
+        return 0;
+    QApplication application(argc, argv);  // takes its own options out of the arguments
+    const app::Arguments read = app::ReadArguments(arguments());
+    if (!read.complaint.empty()) {
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", read.complaint.c_str());
+        return 2;
+    }
     Q_INIT_RESOURCE(pastille);
     QApplication::setApplicationName(QStringLiteral("pastille-gui"));
     QApplication::setApplicationVersion(QStringLiteral(PASTILLE_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("pastille"));
+    QApplication::setDesktopFileName(QStringLiteral("org.pastille.Pastille"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/pastille.svg")));
 
     app::CHost host;
@@ -40,7 +52,7 @@ try {
         }
         QApplication::quit();
     });
-    if (!pastille.InitInstance())
+    if (!pastille.InitInstance(read.store))
         return 1;
     const int status = QApplication::exec();
     // At once: what still reads a store for a pane that has gone may wait for a dead disk.

@@ -15,7 +15,7 @@ namespace pastille::preview {
 namespace {
 
 /// Of elements and of characters.
-constexpr std::size_t kLongestName = 32;
+constexpr std::size_t kLongestEntity = 32;
 /// Different names of characters that are looked up in one document.
 constexpr std::size_t kMostEntities = 4096;
 
@@ -95,7 +95,7 @@ private:
     std::u16string ReadName()
     {
         std::u16string name;
-        while (IsLetterOrDigit(At(m_at)) && name.size() < kLongestName) {
+        while (IsLetterOrDigit(At(m_at)) && name.size() < kLongestEntity) {
             const char16_t c = At(m_at++);
             name.push_back(c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 0x20) : c);
         }
@@ -155,7 +155,7 @@ private:
         std::size_t end = m_at + 1;
         const bool isNumber = At(end) == u'#';
         end += isNumber ? 1 : 0;
-        while (end - m_at < kLongestName && IsLetterOrDigit(At(end)))
+        while (end - m_at < kLongestEntity && IsLetterOrDigit(At(end)))
             ++end;
         const std::u16string name(m_html.substr(m_at, end - m_at));
         if (name.size() < 2 || (At(end) != u';' && !isNumber)) {

@@ -5,7 +5,7 @@
 namespace pastille::preview {
 namespace {
 
-constexpr int kDate = 3;
+constexpr int kDateColumn = 3;
 
 QStringView View(std::u16string_view text)
 {
@@ -40,7 +40,7 @@ bool CItemOrder::lessThan(const QModelIndex& left, const QModelIndex& right) con
     const auto* model = static_cast<const CItemModel*>(sourceModel());
     const CItemRow& one = model->Row(left.row());
     const CItemRow& other = model->Row(right.row());
-    if (left.column() == kDate)
+    if (left.column() == kDateColumn)
         return one.date < other.date;
     return View(one.Text(left.column())).compare(View(other.Text(left.column())), Qt::CaseInsensitive) < 0;
 }

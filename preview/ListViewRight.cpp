@@ -53,6 +53,7 @@ void CListViewRight::MakeTable()
     m_table->setAccessibleName(QStringLiteral("Items"));
     m_table->setModel(m_order);
     m_table->installEventFilter(this);
+    m_table->viewport()->installEventFilter(this);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -82,6 +83,8 @@ void CListViewRight::MakeTable()
 /// End go to the first and the last row, not column.
 bool CListViewRight::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == m_table->viewport() && event->type() == QEvent::Resize)
+        FitColumns();
     const bool isPress = watched == m_table && event->type() == QEvent::KeyPress;
     const int key = isPress ? static_cast<QKeyEvent*>(event)->key() : 0;
     const bool isFirst =
@@ -93,6 +96,22 @@ bool CListViewRight::eventFilter(QObject* watched, QEvent* event)
     else
         m_table->selectRow(key == Qt::Key_Home ? 0 : m_order->rowCount() - 1);
     return true;
+}
+
+/// The columns fill the list, in the proportion that they have.
+void CListViewRight::FitColumns()
+{
+    QHeaderView* header = m_table->horizontalHeader();
+    const int before = header->length();
+    int left = m_table->viewport()->width();
+    if (before <= 0 || left < CItemRow::kColumns * header->minimumSectionSize())
+        return;
+    const double scale = static_cast<double>(left) / before;
+    for (int column = 0; column + 1 < CItemRow::kColumns; ++column) {
+        header->resizeSection(column, static_cast<int>(header->sectionSize(column) * scale));
+        left -= header->sectionSize(column);
+    }
+    header->resizeSection(CItemRow::kColumns - 1, left);
 }
 
 void CListViewRight::MakeFindBox()

@@ -51,6 +51,7 @@ protected:
 
 private:
     void MakeTable();
+    void FitColumns();
     void MakeFindBox();
     void Look(const QString& text);
     void EndFill();

@@ -80,7 +80,7 @@ constexpr auto kCharacterSets = std::to_array<CharacterSet>({{77, 10000},
                                                              {254, 437},
                                                              {255, 850}});
 
-bool IsLetter(char16_t c)
+bool IsControlLetter(char16_t c)
 {
     return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
 }
@@ -178,7 +178,7 @@ private:
     {
         if (m_at >= m_rtf.size())
             return;
-        if (IsLetter(m_rtf[m_at])) {
+        if (IsControlLetter(m_rtf[m_at])) {
             ReadWord();
             return;
         }
@@ -214,7 +214,7 @@ private:
     {
         constexpr std::size_t kLongestWord = 32;
         std::string word;
-        while (m_at < m_rtf.size() && IsLetter(m_rtf[m_at]) && word.size() < kLongestWord)
+        while (m_at < m_rtf.size() && IsControlLetter(m_rtf[m_at]) && word.size() < kLongestWord)
             word.push_back(static_cast<char>(m_rtf[m_at++]));
         const std::optional<int> number = ReadNumber();
         if (m_at < m_rtf.size() && m_rtf[m_at] == u' ')

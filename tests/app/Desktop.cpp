@@ -28,13 +28,13 @@ std::filesystem::path CDesktop::MakeFolder(const std::string& name) const
     return folder;
 }
 
-void CDesktop::Begins()
+void CDesktop::Begins(const std::filesystem::path& store)
 {
     CPerson::OnUi([this] {
         m_started.reset();
         m_app = std::make_unique<app::CPastilleApp>(m_host, m_fileSystem, m_component);
     });
-    CPerson::BeginOnUi([this] { m_started = m_app->InitInstance(); });
+    CPerson::BeginOnUi([this, store] { m_started = m_app->InitInstance(store); });
 }
 
 std::optional<bool> CDesktop::Started()

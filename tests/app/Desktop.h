@@ -25,8 +25,8 @@ public:
     /// A new folder below it.
     std::filesystem::path MakeFolder(const std::string& name) const;
 
-    /// Begins the start-up, which may end in a refusal.
-    void Begins();
+    /// Begins the start-up, which may end in a refusal; with a store to be shown at first.
+    void Begins(const std::filesystem::path& store = {});
     /// What InitInstance has returned, once it has.
     std::optional<bool> Started();
     /// Starts; the wizard's first page is in front.

@@ -120,6 +120,7 @@ TEST_F(Frame, OpensTheHelpFileElseTheManualElseSaysSo)
                                       {"How to import recovered outlook data file (.pst) ?", "import"}}) {
         m_person.PicksFromMenu("&Help", entry);
         EXPECT_EQ(m_desktop.OpenedPath(), base + "/docs/manual/" + page + ".html");
+        EXPECT_TRUE(std::filesystem::exists(installed / "docs/manual" / (std::string(page) + ".html")));
     }
     std::filesystem::remove_all(installed / "docs");
     m_person.PicksFromMenu("&Help", "Content");

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "app/Host.h"
+#include "app/Installation.h"
 #include "tests/support/FaultyFileSystem.h"
 
 namespace pastille::tests {
@@ -112,6 +113,29 @@ TEST(StartupHost, ListsDrivesThatHoldFiles)
     }
     EXPECT_FALSE(host.IsRemovableDrive("/"));
     EXPECT_EQ(host.InstallationFolder(), fs::read_symlink("/proc/self/exe").parent_path().parent_path());
+}
+
+TEST(StartupHost, FindsItsFilesWhereverItIsInstalled)
+{
+    const CTemporaryFolder folder;
+    const fs::path prefix = folder.MakeFolder("usr");
+    const fs::path program = prefix / "bin/pastille-gui";
+    // Alone among programs of others, whose folder is not for settings.
+    EXPECT_FALSE(app::InstallationOf(program).isOwn);
+    // A tree of its own, as the one that it is built in.
+    fs::create_directory(prefix / "Lang");
+    const app::Installation tree = app::InstallationOf(program);
+    EXPECT_EQ(tree.folder, prefix);
+    EXPECT_EQ(tree.manual, prefix / "docs/manual");
+    EXPECT_TRUE(tree.isOwn);
+    fs::create_directories(prefix / "share/pastille/Lang");
+    const app::Installation package = app::InstallationOf(program);
+    EXPECT_EQ(package.folder, prefix / "share/pastille");
+    EXPECT_EQ(package.manual, prefix / "share/doc/pastille/manual");
+    EXPECT_FALSE(package.isOwn);
+    // Without its own path nothing is guessed from the working folder.
+    EXPECT_TRUE(app::InstallationOf("").folder.empty());
+    EXPECT_FALSE(app::InstallationOf("bin/pastille-gui").isOwn);
 }
 
 TEST(StartupHost, TellsWhyAFileCannotBeOpened)

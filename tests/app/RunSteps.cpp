@@ -49,7 +49,7 @@ const std::vector<RunFault>& RunFaults()
          }},
         {"name-too-long", "Error", kNoFolder, [](auto&, const path&, const path&) {},
          std::string(250, 'n') + ".pst"},
-        {"destination-missing", "Information", kNoSpace,
+        {"destination-missing", "Error", kNoFolder,
          [](auto&, const path&, const path& to) { std::filesystem::remove(to); }},
         {"no-disk-space", "Information", kNoSpace,
          [](auto&, const path& source, const path& to) {

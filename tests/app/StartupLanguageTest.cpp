@@ -75,7 +75,6 @@ TEST(StartupLanguage, FirstStartWritesTheUsersLanguage)
         for (const auto& [userInterface, locale] : choice.identifiers) {
             SCOPED_TRACE(testing::Message() << std::hex << userInterface << " " << locale);
             CLanguageStart start;
-            std::ofstream(start.installed / "Lang/Portuguese.ini") << "[Pastille]\nIDS_OK=OK\n";
             start.desktop.Host().userInterfaceLanguage = userInterface;
             start.desktop.Host().userLocale = locale;
             // Version 6 writes the locale as well; the one before it and those after it do not.
@@ -102,6 +101,7 @@ TEST(StartupLanguage, ChosenOneStaysAndAMissingFileFallsBackToEnglish)
         SCOPED_TRACE(name);
         CLanguageStart start;
         fs::create_directory(start.installed / "Lang/Lang.ini");
+        fs::remove(start.installed / "Lang/Portuguese.ini");
         std::ofstream(start.settings)
             << "[Pastille]\nIDS_LANGUAGE=" << name << "\nIDS_LANGUAGE_ABR=PT\nOther=kept\n[Else]\nX=1\n";
         start.Starts();
@@ -120,6 +120,17 @@ TEST(StartupLanguage, SettingsGoWhereTheyCanBeWritten)
     fs::permissions(start.settings, fs::perms::owner_read);
     start.Starts();
     EXPECT_EQ(Settings(own), LinesOf("Italian", "IT"));
+
+    // Among files of others they are not looked for, nor written.
+    start.desktop.Ends();
+    fs::remove(own);
+    fs::permissions(start.settings, fs::perms::owner_write, fs::perm_options::add);
+    start.desktop.Host().isInstallationOwn = false;
+    start.Starts();
+    EXPECT_EQ(Settings(own), LinesOf("Italian", "IT"));
+    EXPECT_EQ(Settings(start.settings), Lines{"IDS_LANGUAGE=French"});
+    start.desktop.Host().isInstallationOwn = true;
+    fs::permissions(start.settings, fs::perms::owner_read);
 
     // Nowhere: the start goes on, and the language is chosen again at the next one.
     start.desktop.Ends();

@@ -56,10 +56,15 @@ public:
         EXPECT_TRUE(CPerson::WaitUntil([&] { return IsShown(title); })) << title;
         EXPECT_TRUE(IsRunning());
     }
+    /// Until the window is gone: one that is not active yet overhears a key.
     void Presses(const std::string& title, char letter)
     {
         Shows(title);
-        EXPECT_TRUE(PressAltIn(title, letter));
+        EXPECT_TRUE(CPerson::WaitUntil([&] {
+            if (PressAltIn(title, letter))
+                std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            return !IsShown(title);
+        })) << title;
     }
     void Dies()
     {

@@ -139,6 +139,35 @@ TEST(Startup, NormalUserPassesEveryCheck)
     }
 }
 
+TEST(Startup, ShowsTheStoreThatItIsStartedWithOrOffersItsRepair)
+{
+    CDesktop desktop;
+    CPerson person;
+    desktop.Starts();
+    Repair(person, ExampleStore(), desktop.MakeFolder("new"));
+    person.SeesDialog("CSuccessfullyRecoveredDlg");
+    desktop.Ends();
+
+    // The other pages of a wizard that comes up would be in front.
+    desktop.Begins(desktop.Folder() / "new/damaged Recovered/damaged Recovered.pst");
+    person.IsAtTheFrame();
+    person.Sees("damaged Recovered");
+    person.IsAtTheFrame();
+    desktop.Ends();
+
+    const fs::path damaged = desktop.Folder() / "my mail.pst";
+    fs::copy_file(ExampleStore(), damaged);
+    fs::resize_file(damaged, 100'000);
+    desktop.Begins(damaged);
+    person.SeesWindow("Error");
+    person.ClosesWindow();
+    person.Clicks("Select PST File Manually");
+    person.Clicks("Next");
+    person.Sees(Shown(damaged));
+    person.Clicks("Next");
+    person.Sees("Select the appropriate scanning method");
+}
+
 class StartupMailMode : public testing::Test {
 protected:
     void SetUp() override

@@ -9,7 +9,7 @@ CTestHost::CTestHost(const std::filesystem::path& folder)
     const std::filesystem::path source = PASTILLE_SOURCE_FOLDER;
     std::filesystem::copy(source / "Lang", installationFolder / "Lang");
     std::filesystem::create_directories(installationFolder / "docs");
-    std::filesystem::copy(source / "docs/manual", installationFolder / "docs/manual",
+    std::filesystem::copy(PASTILLE_MANUAL_FOLDER, installationFolder / "docs/manual",
                           std::filesystem::copy_options::recursive);
 }
 

@@ -16,6 +16,8 @@ public:
     explicit CTestHost(const std::filesystem::path& folder);
 
     std::filesystem::path InstallationFolder() override { return installationFolder; }
+    std::filesystem::path ManualFolder() override { return installationFolder / "docs/manual"; }
+    bool IsInstallationOwn() override { return isInstallationOwn; }
     std::filesystem::path ConfigFolder() override { return configFolder; }
     std::filesystem::path DataFolder() override { return dataFolder; }
     unsigned OsMajorVersion() override { return osMajorVersion; }
@@ -35,6 +37,7 @@ public:
     QStringList TakeOpened();
 
     std::filesystem::path installationFolder, configFolder, dataFolder;
+    bool isInstallationOwn = true;
     unsigned osMajorVersion = 10;
     std::uint32_t userInterfaceLanguage = 0x0409;
     std::uint32_t userLocale = 0x0409;

@@ -95,11 +95,22 @@ TEST(ListOfAFolder, ShowsItsItemsInStoreOrder)
     EXPECT_EQ(CPerson::OnUi([] {
                   QStringList headers;
                   for (int column = 0; column < 4; ++column)
-                      headers << ItemTable()->model()->headerData(column, Qt::Horizontal).toString()
-                              << QString::number(ItemTable()->horizontalHeader()->sectionSize(column));
+                      headers << ItemTable()->model()->headerData(column, Qt::Horizontal).toString();
                   return headers.join(u' ');
               }),
-              "From 212 To 212 Subject 212 Date (mm/dd/yy) 127");
+              "From To Subject Date (mm/dd/yy)");
+    // They fill the list in the proportion of 212, 212, 212 and 127.
+    for (const int width : {900, 500, 1300}) {
+        const auto [first, third, last, all, shown] = CPerson::OnUi([&] {
+            ItemTable()->window()->resize(width, 300);
+            const QHeaderView* header = ItemTable()->horizontalHeader();
+            return std::array{header->sectionSize(0), header->sectionSize(2), header->sectionSize(3),
+                              header->length(), ItemTable()->viewport()->width()};
+        });
+        EXPECT_EQ(all, shown);
+        EXPECT_NEAR(first, third, 4);
+        EXPECT_NEAR(last * 212.0 / 127, first, 12);
+    }
     list.Fill(store, u"\\Inbox");
     EXPECT_EQ(ItemRows(), QStringList({"Zoe | me | beta | 3/1/2011",
                                        QStringLiteral("\uFFFDeve | two  lines | Alpha | 3/10/2011"),
