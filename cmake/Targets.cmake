@@ -22,42 +22,20 @@ if(PASTILLE_FUZZ)
   target_link_options(pastille_options INTERFACE -fuse-ld=lld)
 endif()
 
-# Most of the time that a small file takes to compile goes into these headers. Only for builds that are made from
-# nothing again and again: a header that a file forgets to include does not show in them. Flags must be the same.
-function(pastille_precompile target first)
-  if(target STREQUAL first)
-    target_precompile_headers(${target} PRIVATE <algorithm> <array> <cstdint> <filesystem> <functional> <map> <memory>
-      <optional> <span> <string> <string_view> <unordered_map> <vector>)
-  else()
-    target_precompile_headers(${target} REUSE_FROM ${first})
-  endif()
-endfunction()
-
-# The same for code with windows, whose flags differ from target to target.
-function(pastille_precompile_windows target)
-  if(PASTILLE_PRECOMPILE)
-    target_precompile_headers(${target} PRIVATE <algorithm> <filesystem> <functional> <map> <memory> <optional> <string>
-      <vector> <QtWidgets>)
-  endif()
-endfunction()
-
-# One static library per folder. A folder links only what it may include.
+# One static library per folder. A folder links only what it may include. HOT: runs long over the bytes of files.
 function(pastille_library name)
-  cmake_parse_arguments(arg "WINDOWS" "" "SOURCES;USES;HEAVY_HEADERS" ${ARGN})
+  cmake_parse_arguments(arg "HOT" "" "SOURCES;USES" ${ARGN})
   add_library(pastille_${name} STATIC ${arg_SOURCES})
   target_link_libraries(pastille_${name} PRIVATE pastille_options)
   foreach(used ${arg_USES})
     target_link_libraries(pastille_${name} PUBLIC ${used})
   endforeach()
+  if(PASTILLE_SANITIZE AND arg_HOT)
+    # The sanitizers make these so slow that the tests gain more by optimising them than the build loses.
+    target_compile_options(pastille_${name} PRIVATE $<$<CONFIG:Debug>:-O1>)
+  endif()
   if(PASTILLE_FUZZ)
     # Everything that reads file bytes is watched by the fuzzer, not the targets alone.
     target_compile_options(pastille_${name} PRIVATE -fsanitize=fuzzer-no-link)
-  endif()
-  if(arg_WINDOWS)
-    pastille_precompile_windows(pastille_${name})
-  elseif(PASTILLE_PRECOMPILE AND arg_HEAVY_HEADERS)
-    target_precompile_headers(pastille_${name} PRIVATE ${arg_HEAVY_HEADERS})
-  elseif(PASTILLE_PRECOMPILE)
-    pastille_precompile(pastille_${name} pastille_platform)
   endif()
 endfunction()
