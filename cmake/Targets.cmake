@@ -17,6 +17,14 @@ if(PASTILLE_SANITIZE)
   target_link_options(pastille_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(PASTILLE_HARDENED)
+  include(CheckCXXCompilerFlag)
+  check_cxx_compiler_flag(-fcf-protection PASTILLE_HAS_CF_PROTECTION)  # not on every processor
+  target_compile_options(pastille_options INTERFACE -fPIE -fstack-protector-strong -D_FORTIFY_SOURCE=2
+    $<$<BOOL:${PASTILLE_HAS_CF_PROTECTION}>:-fcf-protection>)
+  target_link_options(pastille_options INTERFACE -pie -Wl,-z,relro,-z,now,--as-needed)
+endif()
+
 if(PASTILLE_FUZZ)
   # The default linker takes half a minute longer over the many programs.
   target_link_options(pastille_options INTERFACE -fuse-ld=lld)

@@ -74,7 +74,7 @@ TEST_P(DamagedSamples, AtLeastTheMailsOfAnotherReaderComeBack)
         CRepair repair(sample->Content(), GetParam());
         repair.settings.smartScan = smartScan;
         const std::vector<FoundItem> found = Recovered(repair);
-        const auto others = CountWithReadpst(repair.settings.sourcePath);
+        const auto others = CountWithReadpst(repair.settings.sourcePath, OfStore::MayBeDamaged);
         const auto ours = CountWithReadpst(repair.state.outputPath);
         EXPECT_GE(found.size(), others ? others->messages : 0);
         if (others) {

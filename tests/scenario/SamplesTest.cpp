@@ -171,8 +171,8 @@ void AddAttachments(const SampleItems& items, std::set<Bytes>& files)
 bool ExpectContentsOf(const std::filesystem::path& sample, CRepair& repair)
 {
     repair.settings.codePage = CodePageOf(sample);
-    const auto source =
-        ReadItemsWithPffexport(sample, {.values = false, .codePage = repair.settings.codePage});
+    const auto source = ReadItemsWithPffexport(
+        sample, {.values = false, .codePage = repair.settings.codePage, .store = OfStore::MayBeDamaged});
     if (!source)
         return false;
     repair.Run();
@@ -186,7 +186,7 @@ bool ExpectContentsOf(const std::filesystem::path& sample, CRepair& repair)
     ExpectOtherItems(*source, *found);
     // Not every store is one for the second reader. There may be more: a mail comes back from superseded
     // pages, too.
-    if (const auto before = CountWithReadpst(sample)) {
+    if (const auto before = CountWithReadpst(sample, OfStore::MayBeDamaged)) {
         const auto after = CountWithReadpst(repair.state.outputPath);
         EXPECT_GE(after ? after->messages : 0, before->messages);
     }

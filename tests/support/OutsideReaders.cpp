@@ -6,8 +6,10 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <map>
+#include <stdexcept>
 #include <vector>
 
 #include "platform/Text.h"
@@ -18,8 +20,10 @@ extern char** environ;
 namespace pastille::tests {
 namespace {
 
-/// Runs a program without its output. False when it is not there or fails.
-bool RunProgram(std::vector<std::string> arguments)
+enum class Outcome { Done, Failed, Absent };
+
+/// Runs a program without its output.
+Outcome RunProgram(std::vector<std::string> arguments)
 {
     std::vector<char*> values;
     for (std::string& argument : arguments)
@@ -32,9 +36,23 @@ bool RunProgram(std::vector<std::string> arguments)
     pid_t child = 0;
     const int error = ::posix_spawnp(&child, values.front(), &actions, nullptr, values.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
+    if (error == ENOENT)
+        return Outcome::Absent;
     int status = 0;
-    return error == 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
-           WEXITSTATUS(status) == 0;
+    const bool isDone =
+        error == 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return isDone ? Outcome::Done : Outcome::Failed;
+}
+
+/// False when the program is not installed, or fails on a store that it may fail on.
+bool ReadBy(std::vector<std::string> command, OfStore store)
+{
+    const std::string name = command.front();
+    const std::string path = command.back();
+    const Outcome outcome = RunProgram(std::move(command));
+    if (outcome == Outcome::Failed && store == OfStore::Sound)
+        throw std::runtime_error(name + " cannot read " + path);
+    return outcome == Outcome::Done;
 }
 
 /// "Message" for a folder that stands for one item, as "Message00012"; "" for others.
@@ -197,12 +215,12 @@ std::string FromAscii(const std::string& text)
     return {std::ranges::find_if(text, isAscii), text.end()};
 }
 
-std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store)
+std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store, OfStore kind)
 {
     const CTemporaryFolder out;
     // -j0: no parallel jobs, which fail at times; -t e: mails alone, -D: deleted ones too; the exit status
     // tells whether there was one folder at least.
-    if (!RunProgram({"readpst", "-q", "-j0", "-D", "-te", "-o", out.Path(), store}))
+    if (!ReadBy({"readpst", "-q", "-j0", "-D", "-te", "-o", out.Path(), store}, kind))
         return std::nullopt;
     OutsideCount count;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(out.Path())) {
@@ -227,7 +245,7 @@ std::optional<std::vector<FoundItem>> ReadItemsWithPffexport(const std::filesyst
     if (options.values)
         command.emplace_back("-d");
     command.insert(command.end(), {"-t", out / "found", store});
-    if (!RunProgram(std::move(command)))
+    if (!ReadBy(std::move(command), options.store))
         return std::nullopt;
     std::vector<FoundItem> items;
     for (const auto& top : std::filesystem::directory_iterator(out / "found.export")) {

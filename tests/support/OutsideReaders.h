@@ -10,7 +10,10 @@
 
 namespace pastille::tests {
 
-// What other programs find in a store file. Nothing when that program is not installed or fails.
+// What other programs find in a store file. Nothing when that program is not installed. Of a sound store a program that
+// is there has to make something: std::runtime_error when it fails.
+
+enum class OfStore { Sound, MayBeDamaged };
 
 struct OutsideCount {
     std::size_t messages = 0;  ///< without those inside others
@@ -18,11 +21,13 @@ struct OutsideCount {
 };
 
 /// The mails that readpst finds, by folder name. Items that are no mails are not counted.
-std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store);
+std::optional<OutsideCount> CountWithReadpst(const std::filesystem::path& store,
+                                             OfStore kind = OfStore::Sound);
 
 struct PffexportOptions {
     bool values = true;                     ///< every value of every item; takes far longer
     std::string codePage = "windows-1252";  ///< of 8-bit texts
+    OfStore store = OfStore::Sound;
 };
 
 /// Everything that pffexport finds in the items of a store, without the names of property sets; folders are
