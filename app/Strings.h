@@ -6,8 +6,8 @@
 
 namespace pastille::app {
 
-// The texts of the windows that several of them or their tests share, with their numbers in the
-// string table. Texts of one window only stand in its own file.
+/// The texts of the windows that several of them or their tests share, with their numbers in the string table,
+/// in English. "&" comes before the letter that picks a command. Texts of one window only stand in its own file.
 namespace strings {
 inline constexpr std::u16string_view kProduct = u"Pastille";                              // 128, 152
 inline constexpr std::u16string_view kFind = u"Fin&d";                                    // 133

@@ -201,9 +201,11 @@ class IStoreFolder : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
         0x15B8597F, 0x0A55, 0x4361, {0xAE, 0x8B, 0x1F, 0x69, 0x0B, 0xC6, 0x1E, 0xE4}};
+    /// Its items in the order of its contents table; associated ones are not among them.
     virtual CRef<IItemList> GetItems() = 0;
-    virtual CRef<IFolderList> GetFolders() = 0;
-    virtual std::u16string GetName() = 0;
+    virtual CRef<IFolderList> GetFolders() = 0;  ///< those right below it
+    virtual std::u16string GetName() = 0;        ///< PidTagDisplayName; "" when it has none
+    /// The class of what is kept in it, as "IPF.Note"; "" when it has none. PidTagContainerClass, [MS-OXOSFLD] 2.2.3
     virtual std::u16string GetContainerClass() = 0;
     /// Unread items as the folder counts them itself; no item is read for it.
     virtual std::int32_t GetUnreadCount() = 0;
@@ -216,6 +218,7 @@ public:
         0x4A34CF03, 0xDB62, 0x4D32, {0x82, 0x9A, 0xB0, 0x07, 0x9E, 0x16, 0xE2, 0x8C}};
     /// Makes the folder the store's default folder of a kind (calendar, contacts, journal, notes, tasks).
     virtual void SetDefaultFolderKind(std::int32_t kind) = 0;
+    /// Marks the folder as one that clients keep: 1. Nothing of it is stored: a PST has no place for it.
     virtual void SetFolderFlag(std::int32_t value) = 0;
 };
 
@@ -278,7 +281,8 @@ public:
     virtual CRef<IObject> AddProfile(std::u16string_view name, std::int16_t option, const Variant& extra) = 0;
 };
 
-/// A third top-level object, held while a run lasts.
+/// A third top-level object, held while a run lasts: it has nothing to call, and its absence means, as that of the
+/// others, that the component is not there.
 class IStoreAuxiliary : public IObject {
 public:
     static constexpr format::Guid kInterfaceId{
