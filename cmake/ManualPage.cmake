@@ -6,16 +6,18 @@ execute_process(COMMAND ${CMARK} --extension table --to html ${SOURCE}/${PAGE}.m
 # In the sources pages name each other as files, so that their links work wherever Markdown is shown.
 string(REGEX REPLACE "href=\"([a-z-]+)\\.md([\"#])" "href=\"\\1.html\\2" body "${body}")
 string(REPLACE "href=\"../schema/" "href=\"schema/" body "${body}")
-# A heading's words are its name, for links into a page; a table that is wider than the window scrolls.
-string(REGEX MATCHALL "<h[23]>[^\n]*</h[23]>" headings "${body}")
-foreach(heading IN LISTS headings)
-  string(REGEX REPLACE "<[^>]*>" "" name "${heading}")
+# A heading's words are its name, for links into a page; a table that is wider than the window scrolls. The headings come
+# one by one, not as a list: the semicolon of an entity such as &amp; would part one.
+string(REGEX MATCH "<h[23]>[^\n]*</h[23]>" heading "${body}")
+while(heading)
+  string(REGEX REPLACE "<[^>]*>|&[a-z]+;" "" name "${heading}")
   string(TOLOWER "${name}" name)
   string(REGEX REPLACE "[^a-z0-9]+" "-" name "${name}")
   string(REGEX REPLACE "^-|-$" "" name "${name}")
   string(REGEX REPLACE "^<h([23])>" "<h\\1 id=\"${name}\">" withName "${heading}")
   string(REPLACE "${heading}" "${withName}" body "${body}")
-endforeach()
+  string(REGEX MATCH "<h[23]>[^\n]*</h[23]>" heading "${body}")
+endwhile()
 string(REPLACE "<table>" "<div class=\"table\"><table>" body "${body}")
 string(REPLACE "</table>" "</table></div>" body "${body}")
 
