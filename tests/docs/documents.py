@@ -51,6 +51,23 @@ def blocks(page):
     return found
 
 
+def spans(page):
+    """The pieces of code within a page's text, each with what can be said of its place."""
+    text = page.read_text(encoding="utf-8")
+    text = re.sub(r"(?ms)^ *```.*?^ *```", "", text)
+    return [(f"{page.relative_to(ROOT)}: {span}", span) for span in re.findall(r"`([^`]+)`", text)]
+
+
+def man_examples(page):
+    """The commands below EXAMPLES in a man page, one after the other."""
+    text = page.read_text(encoding="utf-8").split("\n.Sh EXAMPLES\n")[1].split("\n.Sh ")[0]
+    literal = re.findall(r"(?ms)^\.Bd -literal.*?\n(.*?)^\.Ed$|^\.Dl (.*?\n)", text)
+    commands = ["".join(parts) for parts in literal]
+    for escape, character in ((r"\(aq", "'"), (r"\(dq", '"'), (r"\-", "-"), (r"\e", "\\")):
+        commands = [command.replace(escape, character) for command in commands]
+    return commands
+
+
 def table(text):
     """The rows of the first table, heading first, each a list of cells."""
     rows = re.search(r"(?m)(^\|.*\n)+", text)[0].strip().split("\n")

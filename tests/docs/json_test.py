@@ -29,6 +29,15 @@ def schema(name):
     return json.loads((SCHEMAS / f"{name}.schema.json").read_text(encoding="utf-8"))
 
 
+def members_of(properties):
+    """The names of all members, those of objects within it too. The object of a check has a section of its own."""
+    names = set(properties)
+    for part in properties.values():
+        for inner in (part, part.get("items", {}), *part.get("items", {}).get("anyOf", [])):
+            names |= members_of(inner.get("properties", {}))
+    return names
+
+
 def sources():
     """The example and, where there is one, a file of a mail program."""
     sample = pathlib.Path(os.environ.get("PASTILLE_SAMPLES", "")) / "outlook.pst"
@@ -99,15 +108,19 @@ class Output(unittest.TestCase):
 
     def test_is_described_in_the_manual(self):
         page = (MANUAL / "json.md").read_text(encoding="utf-8")
-        before, report = page.split("## report.json\n")
-        members = set(re.findall(r'"(\w+)": \{', json.dumps(schema("report")["properties"])))
-        members -= {"items", "properties"}
-        members |= set(schema("report")["properties"]["losses"]["items"]["properties"]["what"]["enum"])
-        told = set(re.findall(r"`([\w-]+)`", report))
-        self.assertEqual(members - told, set())
-        self.assertEqual(self.names_of_rows(report) - members, set())
-        repair = self.names_of_rows(before.split("## repair\n")[1])
-        self.assertEqual(repair - set(schema("repair")["properties"]), set())
+        for name in ("repair", "scan", "list", "check", "report"):
+            with self.subTest(name):
+                section = re.search(rf"(?ms)^## {name}(?:\.json)?\n(.*?)(?=^## |\Z)", page)[1]
+                # A section tells what is its own; what it shares with a repair stands there.
+                shared = "" if name in ("report", "repair") else re.search(r"(?ms)^## repair\n(.*?)^## ", page)[1]
+                properties = schema(name)["properties"]
+                members = members_of(properties)
+                told = set(re.findall(r"`([\w-]+)`", section))
+                self.assertEqual(members - told - set(re.findall(r"`([\w-]+)`", shared)), set())
+                self.assertEqual(set(properties) - told, set())
+                values = set(properties["losses"]["items"]["properties"]["what"]["enum"]) if name == "report" else set()
+                self.assertEqual(values - told, set())
+                self.assertEqual(self.names_of_rows(section) - members - values, set())
 
     @staticmethod
     def names_of_rows(text):
