@@ -29,7 +29,7 @@ ExitStatus StatusCode(CheckReport::Status status)
 void CCheckCommand::Declare(CLI::App& program)
 {
     m_command = program.add_subcommand("check", "Tell what in a store breaks the rules of the file format");
-    m_command->add_option("file", m_file, "A PST or OST file; it is only read")
+    m_command->add_option("STORE", m_file, "A PST or OST file; it is only read")
         ->required()
         ->check(RefuseEmpty)
         ->option_text("FILE REQUIRED");

@@ -81,7 +81,8 @@ try {
     CLI::App program(kDescription, "pastille");
     program.footer(kExitStatuses);
     program.set_version_flag("--version", "pastille " PASTILLE_VERSION, "Print the version and exit");
-    program.require_subcommand(1);
+    // None at all is told below: the parser would tell that before it tells of a word that is no command.
+    program.require_subcommand(0, 1);
 
     std::vector<std::unique_ptr<ICommand>> commands;
     commands.push_back(std::make_unique<CRepairCommand>());
@@ -93,6 +94,8 @@ try {
 
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        if (program.get_subcommands().empty())
+            throw CLI::RequiredError("One of the commands repair, scan, list and check");
     } catch (const CLI::ParseError& error) {
         return AnswerParseError(program, error, arguments, context);
     }

@@ -125,6 +125,17 @@ TEST(Usage, WrongCommandLinesAreRefusedBeforeAnythingIsDone)
     EXPECT_EQ(Listing(scratch.Path()), before);
 }
 
+TEST(Usage, ComplaintsNameWhatIsWrong)
+{
+    const CTemporaryFolder scratch;
+    EXPECT_NE(RunHere({"mend", "a.pst"}, scratch.Path()).err.find("mend"), std::string::npos);
+    EXPECT_NE(RunHere({"repair", "a.pst", "--to", "b", "--harder"}, scratch.Path()).err.find("--harder"),
+              std::string::npos);
+    const std::string none = RunHere({}, scratch.Path()).err;
+    for (const char* command : {"repair", "scan", "list", "check"})
+        EXPECT_NE(none.find(command), std::string::npos) << command;
+}
+
 TEST(Usage, ComplaintsDoNotCarryControlCharactersToTheTerminal)
 {
     const CTemporaryFolder scratch;
