@@ -6,7 +6,7 @@
 namespace pastille::platform {
 
 /// The console or the streams that a command-line program writes to. One at a time, made before anything is
-/// written: text is UTF-8 while it lives.
+/// written: text is UTF-8 while it lives. The console is given back as it was, also when the user ends the process.
 class CConsole {
 public:
     CConsole();
@@ -19,8 +19,6 @@ public:
 
 private:
     bool m_canRedraw = false;
-    [[maybe_unused]] unsigned m_savedCodePage = 0;  ///< of the console; 0 when none is to be given back
-    [[maybe_unused]] unsigned long m_savedModes = 0;
 };
 
 /// The arguments of the process behind its name, as UTF-8 where the host has them as text.

@@ -69,8 +69,8 @@ public:
     /// Creates a file for reading and writing, emptying one that exists. Raises std::system_error.
     virtual std::unique_ptr<IFile> Create(const std::filesystem::path& path) = 0;
     /// Does as Create for a file that is only needed while it is open, hidden from listings where the host
-    /// has a mark for that. Some hosts remove it when it is closed or its process ends; on others Remove
-    /// does.
+    /// has a mark for that; one that exists may be removed and made anew. Some hosts remove it when it is
+    /// closed or its process ends; on others Remove does.
     virtual std::unique_ptr<IFile> CreateTemporary(const std::filesystem::path& path) { return Create(path); }
     /// Opens an existing file for reading and writing. Raises std::system_error.
     virtual std::unique_ptr<IFile> OpenExisting(const std::filesystem::path& path) = 0;
@@ -87,7 +87,8 @@ IFileSystem& HostFileSystem();
 /// The path from the root of the host's files, without ".". ".." stays where the folder before it may be a
 /// link to another place. What cannot be completed comes back as it is.
 std::filesystem::path WholePath(const std::filesystem::path& path);
-/// True when there is a file, folder or anything else.
+/// True when the name is taken in its folder: by a file, a folder or anything else, and by a link whether or not
+/// it leads to something. False also when that cannot be told.
 bool Exists(const std::filesystem::path& path);
 /// Characters that no file name may have, beside the separators.
 std::string_view ForbiddenInNames();

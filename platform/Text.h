@@ -43,6 +43,9 @@ std::uint32_t CodePageNumber(const std::string& name);
 /// survives being read and written. Where two sequences stand for one character, the usual one comes back.
 class CCodePage {
 public:
+    /// The names are the same on every host: those that IANA and the WHATWG's encoding standard list for the
+    /// pages of mails (such as "csISOLatin1" or "shift_jis"), "windows-1252", "cp1252", "ibm850" and their like,
+    /// and the bare number of a page; case, "-", "_", blanks, ":" and "." do not count. A host may lack a page.
     /// Raises std::invalid_argument when the name is unknown.
     explicit CCodePage(const std::string& name);
     ~CCodePage();

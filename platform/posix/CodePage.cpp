@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/CodePageNames.h"
 #include "platform/CodePageNumbers.h"
 #include "platform/Text.h"
 
@@ -57,15 +58,19 @@ void U_CALLCONV WriteSubstitute(const void*, UConverterFromUnicodeArgs* args, co
         ucnv_cbFromUWriteBytes(args, "?", 1, 0, error);
 }
 
-/// ICU's own name of a code page; "" when it does not know it.
-std::string CanonicalName(const std::string& name)
+/// nullptr when the name is none of ours, or ICU lacks the page.
+UConverter* OpenPage(const std::string& name)
 {
+    const std::uint32_t number = NumberOfName(name);
+    const auto page = std::ranges::find(kPages, number, &NumberedPage::number);
+    if (page == kPages.end())
+        return nullptr;
     UErrorCode error = U_ZERO_ERROR;
-    UConverter* probe = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
-    const char* canonical = U_SUCCESS(error) && probe != nullptr ? ucnv_getName(probe, &error) : nullptr;
-    const std::string found = canonical == nullptr ? "" : canonical;
-    ucnv_close(probe);
-    return found;
+    UConverter* const converter = ucnv_open(page->name, &error);
+    if (U_SUCCESS(error))
+        return converter;
+    ucnv_close(converter);
+    return nullptr;
 }
 
 }  // namespace
@@ -78,12 +83,7 @@ std::string CodePageName(std::uint32_t number)
 
 std::uint32_t CodePageNumber(const std::string& name)
 {
-    const std::string canonical = CanonicalName(name);
-    if (canonical.empty())
-        return 0;
-    const auto page = std::ranges::find_if(
-        kPages, [&](const NumberedPage& candidate) { return CanonicalName(candidate.name) == canonical; });
-    return page == kPages.end() ? 0 : page->number;
+    return CCodePage::IsKnown(name) ? NumberOfName(name) : 0;
 }
 
 /// An ICU converter and what is known of the text that it is in the middle of.
@@ -190,9 +190,8 @@ private:
 
 CCodePage::CCodePage(const std::string& name)
 {
-    UErrorCode error = U_ZERO_ERROR;
-    UConverter* const handle = name.empty() ? nullptr : ucnv_open(name.c_str(), &error);
-    if (U_FAILURE(error) || handle == nullptr)
+    UConverter* const handle = OpenPage(name);
+    if (handle == nullptr)
         throw std::invalid_argument("unknown code page: " + name);
     m_converter = std::make_unique<Converter>(handle);
 }
@@ -201,7 +200,9 @@ CCodePage::~CCodePage() = default;
 
 bool CCodePage::IsKnown(const std::string& name)
 {
-    return !CanonicalName(name).empty();
+    UConverter* const probe = OpenPage(name);
+    ucnv_close(probe);
+    return probe != nullptr;
 }
 
 std::u16string CCodePage::ToUtf16(std::span<const std::byte> bytes) const

@@ -44,6 +44,7 @@ std::uint64_t SizeOf(int fd) noexcept
     return ::fstat(fd, &status) == 0 && status.st_size > 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
+/// The host gives what lies before a page of a bad sector, and the error with the next transfer.
 std::size_t ReadFully(int fd, std::uint64_t offset, std::span<std::byte> into) noexcept
 {
     std::size_t done = 0;
@@ -241,7 +242,7 @@ std::filesystem::path WholePath(const std::filesystem::path& path)
 bool Exists(const std::filesystem::path& path)
 {
     std::error_code error;
-    return std::filesystem::exists(path, error);
+    return std::filesystem::exists(std::filesystem::symlink_status(path, error));
 }
 
 std::string_view ForbiddenInNames()

@@ -7,22 +7,26 @@
 #include <ctime>
 #include <random>
 
+#include "platform/posix/PrivateFolder.h"
+
 namespace pastille::platform {
 namespace {
 
+std::filesystem::path Variable(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
 std::filesystem::path UserFolder(const char* ownName, const char* xdgVariable, const char* below)
 {
-    const auto variable = [](const char* name) -> std::filesystem::path {
-        const char* value = std::getenv(name);
-        return value != nullptr ? value : "";
-    };
-    if (const auto home = variable("PASTILLE_HOME"); !home.empty())
-        return home / ownName;
-    if (const auto folder = variable(xdgVariable); folder.is_absolute())
+    if (const auto own = Variable("PASTILLE_HOME"); !own.empty())
+        return own / ownName;
+    if (const auto folder = Variable(xdgVariable); folder.is_absolute())
         return folder / "pastille";
-    if (const auto home = variable("HOME"); !home.empty())
+    if (const auto home = HomeFolder(); !home.empty())
         return home / below / "pastille";
-    return std::filesystem::temp_directory_path() / "pastille" / ownName;
+    return PrivateFolder(std::filesystem::temp_directory_path()) / ownName;
 }
 
 }  // namespace
@@ -37,10 +41,18 @@ std::filesystem::path UserConfigFolder()
     return UserFolder("config", "XDG_CONFIG_HOME", ".config");
 }
 
+std::filesystem::path UserRuntimeFolder()
+{
+    // Who has become another user may still have the folder of the one that he was.
+    const auto session = Variable("XDG_RUNTIME_DIR");
+    if (!HasOwnHome() && session.is_absolute() && IsPrivateFolder(session))
+        return session / "pastille";
+    return UserFolder("state", "XDG_STATE_HOME", ".local/state");
+}
+
 bool HasOwnHome()
 {
-    const char* value = std::getenv("PASTILLE_HOME");
-    return value != nullptr && *value != '\0';
+    return !Variable("PASTILLE_HOME").empty();
 }
 
 std::string LocalTimeText(std::chrono::system_clock::time_point moment)

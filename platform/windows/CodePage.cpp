@@ -4,10 +4,11 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/CodePageNames.h"
 #include "platform/CodePageNumbers.h"
 #include "platform/Text.h"
-#include "platform/windows/CodePageNames.h"
 #include "platform/windows/CodePageTable.h"
+#include "platform/windows/HostPage.h"
 #include "platform/windows/Win32.h"
 
 namespace pastille::platform {
@@ -207,7 +208,7 @@ std::string CodePageName(std::uint32_t number)
 std::uint32_t CodePageNumber(const std::string& name)
 {
     const std::uint32_t number = NumberOfName(name);
-    return std::ranges::count(kPages, number, &NumberedPage::number) != 0 && IsPage(number) ? number : 0;
+    return IsPage(number) ? number : 0;
 }
 
 /// A page and the bytes of a sequence that is not complete yet.

@@ -4,6 +4,7 @@
 #include <io.h>
 
 #include <cstdio>
+#include <mutex>
 
 #include "platform/Text.h"
 #include "platform/windows/Win32.h"
@@ -21,32 +22,63 @@ void Prepare(std::FILE* stream)
     std::setvbuf(stream, nullptr, _IOFBF, kBuffer);
 }
 
+/// How the console was before us. It is shared with the program that started this one, and stays when this
+/// one ends.
+struct SavedConsole {
+    UINT codePage = 0;         ///< 0: nothing is to be given back
+    HANDLE redrawn = nullptr;  ///< the screen whose modes are to be given back
+    DWORD modes = 0;
+};
+
+/// Of the handler below, which comes on a thread of the system's, possibly while the process ends.
+std::mutex g_mutex;
+SavedConsole g_saved;
+
+void GiveBack()
+{
+    const std::scoped_lock lock(g_mutex);
+    if (g_saved.redrawn != nullptr)
+        ::SetConsoleMode(g_saved.redrawn, g_saved.modes);
+    if (g_saved.codePage != 0)
+        ::SetConsoleOutputCP(g_saved.codePage);
+    g_saved = {};
+}
+
+/// Comes behind the handlers of a run, when these let the event end the process, which runs no destructors.
+BOOL WINAPI OnConsoleEvent(DWORD)
+{
+    GiveBack();
+    return FALSE;
+}
+
 }  // namespace
 
 CConsole::CConsole()
 {
     Prepare(stdout);
     Prepare(stderr);
+    SavedConsole saved;
+    saved.codePage = ::GetConsoleOutputCP();
     const HANDLE error = ::GetStdHandle(STD_ERROR_HANDLE);
-    m_savedCodePage = ::GetConsoleOutputCP();
-    if (m_savedCodePage != 0)
+    if (::GetFileType(error) == FILE_TYPE_CHAR && ::GetConsoleMode(error, &saved.modes))
+        saved.redrawn = error;
+    {
+        const std::scoped_lock lock(g_mutex);
+        g_saved = saved;
+    }
+    ::SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+    if (saved.codePage != 0)
         ::SetConsoleOutputCP(CP_UTF8);
-    DWORD modes = 0;
-    if (::GetFileType(error) != FILE_TYPE_CHAR || !::GetConsoleMode(error, &modes))
-        return;
-    m_savedModes = modes;
-    m_canRedraw =
-        ::SetConsoleMode(error, modes | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    m_canRedraw = saved.redrawn != nullptr && ::SetConsoleMode(error, saved.modes | ENABLE_PROCESSED_OUTPUT |
+                                                                          ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
 CConsole::~CConsole()
 {
     std::fflush(stdout);
     std::fflush(stderr);
-    if (m_canRedraw)
-        ::SetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), m_savedModes);
-    if (m_savedCodePage != 0)
-        ::SetConsoleOutputCP(m_savedCodePage);
+    ::SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
+    GiveBack();
 }
 
 std::vector<std::string> ProgramArguments(int, char**)

@@ -1,21 +1,20 @@
 #include "platform/FileSystem.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstring>
 
+#include "platform/windows/ReadAround.h"
 #include "platform/windows/Win32.h"
 
 namespace pastille::platform {
 namespace {
 
-/// Largest single transfer, below the host's limits, network ones too.
-constexpr std::size_t kLargestTransfer = std::size_t{16} << 20;
-/// What is read at a time next to a sector that fails: no disk has smaller ones.
-constexpr std::size_t kSmallestTransfer = 512;
 /// Nobody keeps us from reading a file, whatever he has it open for.
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 /// Of a file that is being written there is one writer.
 constexpr DWORD kShareReading = FILE_SHARE_READ | FILE_SHARE_DELETE;
+/// Should a name lead to a pipe all the same, the program behind it learns who we are and no more.
+constexpr DWORD kIdentifiedOnly = SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
 
 [[noreturn]] void RaiseLast(const char* what)
 {
@@ -41,28 +40,15 @@ std::uint64_t SizeOf(HANDLE file) noexcept
     return ::GetFileSizeEx(file, &size) && size.QuadPart > 0 ? static_cast<std::uint64_t>(size.QuadPart) : 0;
 }
 
-/// The host gives nothing of a transfer that meets a bad sector, so that one is tried in ever smaller parts.
 std::size_t ReadFully(HANDLE file, std::uint64_t offset, std::span<std::byte> into) noexcept
 {
-    std::size_t done = 0;
-    std::size_t most = kLargestTransfer;
-    while (done < into.size()) {
-        if (offset > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) - done)
-            break;
-        const std::size_t wanted = std::min(into.size() - done, most);
-        OVERLAPPED place = PlaceAt(offset + done);
-        DWORD got = 0;
-        if (::ReadFile(file, into.data() + done, static_cast<DWORD>(wanted), &got, &place)) {
-            if (got == 0)
-                break;
-            done += got;
-            continue;
-        }
-        if (::GetLastError() == ERROR_HANDLE_EOF || wanted <= kSmallestTransfer)
-            break;
-        most = std::max(wanted / 2, kSmallestTransfer);
-    }
-    return done;
+    const auto read = [file](std::uint64_t at, std::span<std::byte> bytes, DWORD& got) -> DWORD {
+        OVERLAPPED place = PlaceAt(at);
+        return ::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &got, &place)
+                   ? 0
+                   : ::GetLastError();
+    };
+    return ReadAround(read, offset, into);
 }
 
 class CHostSource final : public IByteSource {
@@ -161,13 +147,13 @@ void KeepAccessTime(HANDLE file)
     static_cast<void>(::SetFileTime(file, nullptr, &kAsItIs, nullptr));
 }
 
-/// A path that leads elsewhere: a symbolic link or a mounted folder, but no file of a cloud's.
-bool IsLink(HANDLE file)
+/// The tag of a file that is not read as it lies on the disk; 0 of all others.
+DWORD ReparseTag(HANDLE file)
 {
     FILE_ATTRIBUTE_TAG_INFO info{};
-    return ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &info, sizeof info) &&
-           (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-           IsReparseTagNameSurrogate(info.ReparseTag);
+    const bool hasTag = ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &info, sizeof info) &&
+                        (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    return hasTag ? info.ReparseTag : 0;
 }
 
 bool IsRegularFile(HANDLE file)
@@ -175,6 +161,66 @@ bool IsRegularFile(HANDLE file)
     BY_HANDLE_FILE_INFORMATION info{};
     return ::GetFileType(file) == FILE_TYPE_DISK && ::GetFileInformationByHandle(file, &info) &&
            (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool IsSameFile(HANDLE left, HANDLE right)
+{
+    FILE_ID_INFO leftId{}, rightId{};
+    return ::GetFileInformationByHandleEx(left, FileIdInfo, &leftId, sizeof leftId) &&
+           ::GetFileInformationByHandleEx(right, FileIdInfo, &rightId, sizeof rightId) &&
+           leftId.VolumeSerialNumber == rightId.VolumeSerialNumber &&
+           std::memcmp(&leftId.FileId, &rightId.FileId, sizeof leftId.FileId) == 0;
+}
+
+[[noreturn]] void Raise(std::errc reason)
+{
+    throw std::system_error(std::make_error_code(reason), "open");
+}
+
+std::wstring NameForOpening(const std::filesystem::path& path)
+{
+    std::wstring name = HostPath(path);
+    if (name.empty() || IsDevicePath(name))
+        Raise(std::errc::invalid_argument);
+    return name;
+}
+
+/// Opens a file for writing. Follows no link (symbolic, or a mounted folder): what is written goes into the
+/// folder that was asked for.
+CHandle OpenForWriting(const std::wstring& name, DWORD access, DWORD disposition, DWORD flags)
+{
+    const auto open = [&](DWORD right, DWORD share, DWORD how, DWORD more) {
+        CHandle file(
+            ::CreateFileW(name.c_str(), right, share, nullptr, how, flags | kIdentifiedOnly | more, nullptr));
+        if (!file.IsOpen())
+            RaiseLast("open");
+        return file;
+    };
+    CHandle file = open(access, kShareReading, disposition, FILE_FLAG_OPEN_REPARSE_POINT);
+    if (const DWORD tag = ReparseTag(file.Get()); IsReparseTagNameSurrogate(tag)) {
+        Raise(std::errc::too_many_symbolic_link_levels);
+    } else if (tag != 0) {
+        // A compressed file, a cloud's, ...: what was opened goes round the driver that makes its content.
+        // The file stays held, without barring its own way, while it is opened again as others open it.
+        file = CHandle();
+        const CHandle held =
+            open(FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+        file = open(access, kShareReading, OPEN_EXISTING, 0);
+        if (IsReparseTagNameSurrogate(ReparseTag(held.Get())) || !IsSameFile(held.Get(), file.Get()))
+            Raise(std::errc::too_many_symbolic_link_levels);
+    }
+    if (!IsRegularFile(file.Get()))
+        Raise(std::errc::invalid_argument);
+    return file;
+}
+
+/// Removes a file, through the handle that says what it is: no link, and open for writing nowhere else.
+void RemoveLeftover(const std::wstring& name)
+{
+    const CHandle file = OpenForWriting(name, GENERIC_WRITE | DELETE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+    FILE_DISPOSITION_INFO disposition{TRUE};
+    if (!::SetFileInformationByHandle(file.Get(), FileDispositionInfo, &disposition, sizeof disposition))
+        RaiseLast("remove");
 }
 
 class CHostFileSystem final : public IFileSystem {
@@ -186,7 +232,7 @@ public:
             return nullptr;
         const auto open = [&](DWORD access) {
             return CHandle(::CreateFileW(name.c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+                                         FILE_ATTRIBUTE_NORMAL | kIdentifiedOnly, nullptr));
         };
         CHandle file = open(GENERIC_READ | FILE_WRITE_ATTRIBUTES);
         if (file.IsOpen())
@@ -200,16 +246,34 @@ public:
 
     std::unique_ptr<IFile> Create(const std::filesystem::path& path) override
     {
-        return Open(path, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+        auto file = std::make_unique<CHostFile>(OpenForWriting(
+            NameForOpening(path), GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL));
+        file->SetSize(0);
+        return file;
     }
     std::unique_ptr<IFile> CreateTemporary(const std::filesystem::path& path) override
     {
-        return Open(path, OPEN_ALWAYS,
-                    FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE);
+        // Always a new file: one that is there keeps its attributes, and a link would be removed on closing.
+        const std::wstring name = NameForOpening(path);
+        const auto create = [&name] {
+            constexpr DWORD kAccess = GENERIC_READ | GENERIC_WRITE | DELETE;
+            constexpr DWORD kFlags =
+                FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE;
+            return std::make_unique<CHostFile>(OpenForWriting(name, kAccess, CREATE_NEW, kFlags));
+        };
+        try {
+            return create();
+        } catch (const std::system_error& error) {
+            if (error.code() != std::errc::file_exists)
+                throw;
+        }
+        RemoveLeftover(name);
+        return create();
     }
     std::unique_ptr<IFile> OpenExisting(const std::filesystem::path& path) override
     {
-        return Open(path, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+        return std::make_unique<CHostFile>(OpenForWriting(NameForOpening(path), GENERIC_READ | GENERIC_WRITE,
+                                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
     }
 
     std::error_code CreateFolder(const std::filesystem::path& path) override
@@ -220,35 +284,18 @@ public:
     {
         const std::wstring name = HostPath(path);
         const DWORD attributes = ::GetFileAttributesW(name.c_str());
-        if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        const bool isReadOnly =
+            attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+        if (isReadOnly)
             ::SetFileAttributesW(name.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-        return Result(::DeleteFileW(name.c_str()));
+        const std::error_code result = Result(::DeleteFileW(name.c_str()));
+        if (result && isReadOnly)
+            ::SetFileAttributesW(name.c_str(), attributes);
+        return result;
     }
     std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) override
     {
         return Result(::MoveFileExW(HostPath(from).c_str(), HostPath(to).c_str(), 0));
-    }
-
-private:
-    /// Follows no link: what is written goes into the folder that was asked for. Empties the file unless it
-    /// must exist.
-    static std::unique_ptr<IFile> Open(const std::filesystem::path& path, DWORD disposition, DWORD flags)
-    {
-        const std::wstring name = HostPath(path);
-        if (name.empty() || IsDevicePath(name))
-            throw std::system_error(std::make_error_code(std::errc::invalid_argument), "open");
-        const bool deletes = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
-        const DWORD access = GENERIC_READ | GENERIC_WRITE | (deletes ? DELETE : 0);
-        CHandle file(::CreateFileW(name.c_str(), access, kShareReading, nullptr, disposition,
-                                   flags | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-        if (!file.IsOpen())
-            RaiseLast("open");
-        if (IsLink(file.Get()))
-            throw std::system_error(std::make_error_code(std::errc::too_many_symbolic_link_levels), "open");
-        auto opened = std::make_unique<CHostFile>(std::move(file));
-        if (disposition != OPEN_EXISTING)
-            opened->SetSize(0);
-        return opened;
     }
 };
 

@@ -63,6 +63,11 @@ std::filesystem::path UserConfigFolder()
     return UserFolder(L"config", FOLDERID_RoamingAppData);
 }
 
+std::filesystem::path UserRuntimeFolder()
+{
+    return UserFolder(L"state", FOLDERID_LocalAppData);
+}
+
 bool HasOwnHome()
 {
     return !Variable(L"PASTILLE_HOME").empty();

@@ -108,6 +108,15 @@ TEST_F(FileSystemTest, WritingNeverFollowsALinkOutOfTheFolder)
     EXPECT_EQ(ReadAll(victim), "keep me");
 }
 
+TEST_F(FileSystemTest, ANameIsTakenByAnythingALinkToNothingToo)
+{
+    EXPECT_TRUE(Exists(m_folder));
+    EXPECT_TRUE(Exists(WriteFile("file", "x")));
+    EXPECT_FALSE(Exists(m_folder / "missing"));
+    fs::create_symlink(m_folder / "missing", m_folder / "link");
+    EXPECT_TRUE(Exists(m_folder / "link"));
+}
+
 TEST_F(FileSystemTest, RenamingReplacesNothing)
 {
     const fs::path from = WriteFile("from", "new");

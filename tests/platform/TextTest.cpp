@@ -81,6 +81,63 @@ TEST(CodePageNumbers, NameAndNumberOfThePagesOfMails)
     EXPECT_EQ(CodePageNumber(""), 0u);
 }
 
+TEST(CodePageNumbers, NamesAreTheSameOnEveryHost)
+{
+    struct {
+        const char* name;
+        std::uint32_t number;
+    } constexpr kNames[]{
+        {"csISOLatin1", 28591},
+        {"ISO_8859-1:1987", 28591},
+        {"iso-ir-100", 28591},
+        {"IBM819", 28591},
+        {"iso8859_15", 28605},
+        {"Latin-9", 28605},
+        {"csISOLatinCyrillic", 28595},
+        {"iso-8859-8-i", 38598},
+        {"ISO_646.irv:1991", 20127},
+        {"ANSI_X3.4-1968", 20127},
+        {"cp367", 20127},
+        {"Windows-31J", 932},
+        {"x-sjis", 932},
+        {"cp932", 932},
+        {"ms936", 936},
+        {"ks_c_5601-1987", 949},
+        {"csEUCKR", 51949},
+        {"csBig5", 950},
+        {"cp1252", 1252},
+        {"1252", 1252},
+        {"x-cp1250", 1250},
+        {"cswindows1251", 1251},
+        {"IBM850", 850},
+        {"ibm-866", 866},
+        {"csIBM866", 866},
+        {"CP00850", 850},
+        {"koi", 20866},
+        {"utf8", 65001},
+        {"cp65001", 65001},
+        {"mac", 10000},
+        {"TIS-620", 874},
+        {"50220", 20127},
+        // Of other computers, with shift states or without single bytes, or no names at all.
+        {"IBM037", 0},
+        {"ebcdic-cp-us", 0},
+        {"UTF-16", 0},
+        {"UTF-7", 0},
+        {"ISO-2022-JP", 0},
+        {"cp", 0},
+        {"-", 0},
+        {"8859", 0},
+        {"1252x", 0},
+        {"0x4E4", 0},
+        {"99999999999999", 0},
+    };
+    for (const auto& [name, number] : kNames) {
+        EXPECT_EQ(CodePageNumber(name), number) << name;
+        EXPECT_EQ(CCodePage::IsKnown(name), number != 0) << name;
+    }
+}
+
 /// Text with sound, broken, cut and private-use sequences of most multi-byte pages.
 std::vector<std::byte> Jumble(unsigned seed, std::size_t size)
 {

@@ -7,6 +7,8 @@
 #include "platform/Text.h"
 #include "platform/windows/Win32.h"
 
+#include <winioctl.h>
+
 namespace pastille::platform {
 namespace {
 
@@ -74,8 +76,10 @@ TEST_F(HostFiles, BytesAreWrittenReadMappedAndCut)
 
 TEST_F(HostFiles, OnlyFilesAreSourcesAndReadingDoesNotTouchThem)
 {
-    for (const char* device : {"NUL", "CON", R"(\\.\NUL)", R"(\\.\pipe\nobody)"})
+    for (const char* device : {"NUL", "CON", R"(\\.\NUL)", R"(\\.\pipe\nobody)"}) {
         EXPECT_EQ(m_files.OpenSource(device), nullptr) << device;
+        EXPECT_THROW(m_files.OpenExisting(device), std::system_error) << device;
+    }
     EXPECT_EQ(m_files.OpenSource(m_folder), nullptr);
     EXPECT_EQ(m_files.OpenSource(m_folder / "missing"), nullptr);
 
@@ -121,6 +125,43 @@ TEST_F(HostFiles, ATemporaryFileIsHiddenAndGoesWhenItIsClosed)
     EXPECT_EQ(m_files.Remove(path), std::errc::no_such_file_or_directory);
 }
 
+TEST_F(HostFiles, ATemporaryFileReplacesALeftoverButNotOneInUse)
+{
+    const fs::path path = Write(m_folder / "index", "left over");
+    {
+        const auto file = m_files.CreateTemporary(path);
+        EXPECT_EQ(file->Size(), 0u);
+        EXPECT_NE(::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
+        EXPECT_THROW(m_files.CreateTemporary(path), std::system_error);
+        EXPECT_TRUE(Exists(path));
+    }
+    EXPECT_FALSE(Exists(path));
+    ASSERT_FALSE(m_files.CreateFolder(path));
+    EXPECT_THROW(m_files.CreateTemporary(path), std::system_error);
+    EXPECT_TRUE(Exists(path));
+}
+
+TEST_F(HostFiles, OffsetsBehindFourGigabytes)
+{
+    const auto file = m_files.Create(m_folder / "large");
+    DWORD unused = 0;
+    ::DeviceIoControl(
+        OpenBeside(m_folder / "large", FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE).Get(),
+        FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &unused, nullptr);
+    constexpr std::uint64_t kFar = (std::uint64_t{5} << 32) + 7;
+    file->WriteAt(7, ViewOf("near"));
+    file->WriteAt(kFar, ViewOf("far"));
+    EXPECT_EQ(file->Size(), kFar + 3);
+    const auto source = m_files.OpenSource(m_folder / "large");
+    ASSERT_NE(source, nullptr);
+    EXPECT_EQ(source->Size(), kFar + 3);
+    std::string text(4, ' ');
+    EXPECT_EQ(source->ReadAt(kFar, std::as_writable_bytes(std::span(text))), 3u);
+    EXPECT_EQ(text, "far ");
+    EXPECT_EQ(source->ReadAt(7, std::as_writable_bytes(std::span(text))), 4u);
+    EXPECT_EQ(text, "near");
+}
+
 TEST_F(HostFiles, PathsOfAnyLengthAndScript)
 {
     fs::path folder = m_folder;
@@ -137,6 +178,32 @@ TEST_F(HostFiles, PathsOfAnyLengthAndScript)
     EXPECT_FALSE(m_files.Remove(folder / "b"));
     for (; folder != m_folder; folder = folder.parent_path())
         ASSERT_TRUE(::RemoveDirectoryW(HostPath(folder).c_str()));
+}
+
+TEST_F(HostFiles, PathsAroundTheLimitsOfPlainOnes)
+{
+    const std::size_t room = m_folder.native().size() + 1;
+    for (const std::size_t length : {246u, 247u, 248u, 249u, 259u, 260u, 261u}) {
+        SCOPED_TRACE(length);
+        ASSERT_LT(room + 1, length);
+        const fs::path path = m_folder / std::wstring(length - room, L'n');
+        ASSERT_EQ(path.native().size(), length);
+        ASSERT_FALSE(m_files.CreateFolder(path));
+        EXPECT_EQ(Content(Write(path / "a", "content")), "content");
+        EXPECT_FALSE(m_files.Remove(path / "a"));
+        EXPECT_TRUE(::RemoveDirectoryW(HostPath(path).c_str()));
+        EXPECT_EQ(Content(Write(path, "content")), "content");
+        EXPECT_FALSE(m_files.Remove(path));
+    }
+}
+
+TEST_F(HostFiles, RemovingKeepsTheMarkOfWhatCannotBeRemoved)
+{
+    const fs::path path = Write(m_folder / "held", "x");
+    const auto held = OpenBeside(path, GENERIC_READ, FILE_SHARE_READ);
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    EXPECT_EQ(m_files.Remove(path), std::errc::permission_denied);
+    EXPECT_NE(::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
 }
 
 TEST(HostPaths, SurviveAsUtf8)
@@ -157,6 +224,39 @@ TEST(HostPaths, AreWholeAndTakeThePrefixWhenTheyAreLong)
     EXPECT_EQ(HostPath(L"\\\\server\\share\\" + name), L"\\\\?\\UNC\\server\\share\\" + name);
     EXPECT_EQ(HostPath(L"\\\\?\\C:\\" + name), L"\\\\?\\C:\\" + name);
     EXPECT_EQ(HostPath(L"C:\\short"), L"C:\\short");
+}
+
+TEST(HostPaths, AreCompletedAsTheHostDoes)
+{
+    const std::wstring current = fs::current_path().native();
+    ASSERT_EQ(current.substr(1, 2), L":\\");
+    EXPECT_EQ(WholePath(current.substr(0, 2) + L"x"), fs::path(current) / "x");
+    EXPECT_EQ(WholePath("//server/share/a/../b"), fs::path(R"(\\server\share\b)"));
+    EXPECT_EQ(WholePath(R"(C:\a\mail.pst. .)"), fs::path(R"(C:\a\mail.pst)"));
+    EXPECT_EQ(WholePath(R"(\\?\C:\a\..\b. )"), fs::path(R"(\\?\C:\a\..\b. )"));
+    const std::wstring name(300, L'n');
+    EXPECT_EQ(HostPath(name), L"\\\\?\\" + (fs::path(current) / name).native());
+}
+
+TEST(HostPaths, LeadToFileSystemsOrAreRefused)
+{
+    for (const wchar_t* device :
+         {L"\\\\.\\NUL", L"\\\\.\\C:", L"\\\\?\\pipe\\x", L"\\\\?\\COM1", L"\\\\?\\GLOBALROOT\\Device\\Null",
+          L"\\\\?\\UNC\\host\\pipe\\x", L"\\\\?\\unc\\host\\PIPE\\x", L"\\\\host\\pipe\\x", L"\\\\host\\Pipe",
+          L"\\\\host\\IPC$\\x", L"\\\\host\\mailslot\\x", L"\\\\?\\C:", L"\\\\?\\"}) {
+        EXPECT_TRUE(IsDevicePath(device)) << PathBytes(device);
+        EXPECT_EQ(HostFileSystem().OpenSource(device), nullptr) << PathBytes(device);
+        EXPECT_THROW(HostFileSystem().Create(device), std::system_error) << PathBytes(device);
+    }
+    EXPECT_TRUE(IsDevicePath(HostPath("//?/pipe/x")));
+    EXPECT_TRUE(IsDevicePath(HostPath("//host/pipe/x")));
+    for (const wchar_t* file :
+         {L"C:\\pipe\\x", L"\\\\?\\c:\\x", L"\\\\?\\UNC\\host\\share\\x", L"\\\\host\\pipes\\x",
+          L"\\\\pipe\\share\\x", L"\\\\?\\Volume{01234567-89ab-cdef-0123-456789abcdef}\\x"})
+        EXPECT_FALSE(IsDevicePath(file)) << PathBytes(file);
+    // "D:NUL" is the device, wherever that drive's current folder is.
+    EXPECT_EQ(HostFileSystem().OpenSource("D:NUL"), nullptr);
+    EXPECT_THROW(HostFileSystem().Create("D:NUL"), std::system_error);
 }
 
 TEST_F(HostFiles, FailuresAreTheOnesOfEveryHost)

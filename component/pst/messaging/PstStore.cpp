@@ -35,8 +35,7 @@ bool IsUnread(const std::optional<PropertyValue>& flags)
 std::shared_ptr<CPstStore> CPstStore::Create(platform::IFileSystem& files, const std::filesystem::path& path,
                                              std::u16string_view displayName, CheckpointPolicy policy)
 {
-    std::error_code ignored;
-    if (files.OpenSource(path) || std::filesystem::exists(path, ignored))
+    if (files.OpenSource(path) || platform::Exists(path))
         throw CStoreError(Refusal::Exists);
     std::shared_ptr<CPstStore> store(new CPstStore);
     store->m_policy = policy;
