@@ -97,6 +97,11 @@ fs::path CHost::DataFolder()
     return platform::UserDataFolder();
 }
 
+fs::path CHost::RuntimeFolder()
+{
+    return platform::UserRuntimeFolder();
+}
+
 unsigned CHost::OsMajorVersion()
 {
     return platform::OsMajorVersion();

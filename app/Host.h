@@ -21,10 +21,12 @@ public:
     virtual std::filesystem::path ManualFolder() = 0;
     /// True when settings may be kept in the installation folder, which is then the program's own.
     virtual bool IsInstallationOwn() = 0;
-    /// Per-user folder for settings, registry and lock; need not exist.
+    /// Per-user folder for settings and registry; need not exist.
     virtual std::filesystem::path ConfigFolder() = 0;
     /// Per-user folder for data; need not exist.
     virtual std::filesystem::path DataFolder() = 0;
+    /// Per-user folder for the lock that lets one instance run; need not exist.
+    virtual std::filesystem::path RuntimeFolder() = 0;
     /// Major version of the operating system.
     virtual unsigned OsMajorVersion() = 0;
     /// Windows language identifier of the user's interface language, as 0x040C; 0 when it is not known.
@@ -62,6 +64,7 @@ public:
     bool IsInstallationOwn() override;
     std::filesystem::path ConfigFolder() override;
     std::filesystem::path DataFolder() override;
+    std::filesystem::path RuntimeFolder() override;
     unsigned OsMajorVersion() override;
     std::uint32_t UserInterfaceLanguage() override;
     std::uint32_t UserLocale() override;

@@ -15,6 +15,7 @@
 namespace pastille::app {
 namespace {
 
+/// Below the maker's name, as every key of this program's own.
 constexpr const char* kLayoutKey = "HKEY_CURRENT_USER\\Software\\Orvane\\Pastille\\CommandBars";
 constexpr const char* kStateName = "State";
 constexpr const char* kCommandsName = "StandardToolBar";

@@ -64,7 +64,7 @@ bool CPastilleApp::InitInstance(const fs::path& store)
     LoadLanguageTables();
     if (!TakeInstanceLock() || !CheckMailClient() || !CheckMailMode())
         return false;
-    // The key under which windows keep their layout.
+    // The maker's name: below it lie this program's keys, the layout of its windows among them.
     QCoreApplication::setOrganizationName(QStringLiteral("Orvane"));
     m_mainFrame = std::make_unique<CMainFrame>(*this, store);
     m_mainFrame->show();
@@ -141,7 +141,7 @@ void CPastilleApp::FallBackToEnglish()
 bool CPastilleApp::TakeInstanceLock()
 {
     using platform::CInstanceLock;
-    m_lock = std::make_unique<CInstanceLock>(m_host.ConfigFolder() / "instance.lock");
+    m_lock = std::make_unique<CInstanceLock>(m_host.RuntimeFolder() / "instance.lock");
     switch (m_lock->Result()) {
         case CInstanceLock::State::Held:
             return true;

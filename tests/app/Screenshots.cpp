@@ -188,10 +188,10 @@ void TakeRefusals(CCamera& camera)
         CDesktop first;
         first.StartsAtTheFrame();
         TakeRefusal(camera, {{"refused-second-instance", "OK"}},
-                    [&](CDesktop& second) { second.Host().configFolder = first.Host().configFolder; });
+                    [&](CDesktop& second) { second.Host().runtimeFolder = first.Host().runtimeFolder; });
     }
     TakeRefusal(camera, {{"refused-launch", "OK"}},
-                [](CDesktop& desktop) { std::ofstream(desktop.Host().configFolder) << "a file"; });
+                [](CDesktop& desktop) { std::ofstream(desktop.Host().runtimeFolder) << "a file"; });
     TakeRefusal(camera, {{"refused-outlook-not-installed", "OK"}},
                 [](CDesktop& desktop) { WriteRegistry(desktop, "[HKEY_LOCAL_MACHINE\\Software]\n"); });
     TakeRefusal(camera, {{"refused-outlook-running", "OK"}},

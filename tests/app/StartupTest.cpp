@@ -80,7 +80,7 @@ TEST(Startup, EachRefusalSaysItsOwn)
         {"not registered, and runs", kNotInstalled, true, registry("\n")},
         {"runs, and has the wrong mode", kRunning, true, registry(wrongMode)},
         {"no folder for its files", "Failed to launch Pastille.", true,
-         [](CDesktop& desktop) { std::ofstream(desktop.Host().configFolder) << "a file"; }},
+         [](CDesktop& desktop) { std::ofstream(desktop.Host().runtimeFolder) << "a file"; }},
         {"not registered for writing", kNotInstalled, false,
          [](CDesktop& desktop) {
              WriteRegistry(desktop, kInstalled);
@@ -109,7 +109,7 @@ TEST(Startup, SecondInstanceIsRefusedAndTheFirstGoesOn)
     first.StartsAtTheFrame();
     {
         CDesktop second;
-        second.Host().configFolder = first.Host().configFolder;
+        second.Host().runtimeFolder = first.Host().runtimeFolder;
         second.Host().runningProcess = "OUTLOOK.EXE";  // is not asked any more
         second.Begins();
         ExpectRefusal(second,

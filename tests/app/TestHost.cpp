@@ -3,7 +3,10 @@
 namespace pastille::tests {
 
 CTestHost::CTestHost(const std::filesystem::path& folder)
-    : installationFolder(folder / "installed"), configFolder(folder / "config"), dataFolder(folder / "data")
+    : installationFolder(folder / "installed"),
+      configFolder(folder / "config"),
+      dataFolder(folder / "data"),
+      runtimeFolder(folder / "runtime")
 {
     std::filesystem::create_directories(installationFolder / "bin");
     const std::filesystem::path source = PASTILLE_SOURCE_FOLDER;

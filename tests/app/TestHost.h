@@ -20,6 +20,7 @@ public:
     bool IsInstallationOwn() override { return isInstallationOwn; }
     std::filesystem::path ConfigFolder() override { return configFolder; }
     std::filesystem::path DataFolder() override { return dataFolder; }
+    std::filesystem::path RuntimeFolder() override { return runtimeFolder; }
     unsigned OsMajorVersion() override { return osMajorVersion; }
     std::uint32_t UserInterfaceLanguage() override { return userInterfaceLanguage; }
     std::uint32_t UserLocale() override { return userLocale; }
@@ -36,7 +37,7 @@ public:
     QStringList TakeStarted();
     QStringList TakeOpened();
 
-    std::filesystem::path installationFolder, configFolder, dataFolder;
+    std::filesystem::path installationFolder, configFolder, dataFolder, runtimeFolder;
     bool isInstallationOwn = true;
     unsigned osMajorVersion = 10;
     std::uint32_t userInterfaceLanguage = 0x0409;
