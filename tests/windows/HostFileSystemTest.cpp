@@ -32,10 +32,17 @@ std::string Content(const fs::path& path)
 /// An empty folder that goes away with all that is in it.
 class HostFiles : public testing::Test {
 protected:
-    HostFiles() { fs::create_directories(m_folder); }
-    ~HostFiles() override
+    HostFiles()
+    {
+        RemoveFolder();  // what a killed process of the same number may have left
+        fs::create_directories(m_folder);
+    }
+    ~HostFiles() override { RemoveFolder(); }
+    void RemoveFolder() const
     {
         std::error_code error;
+        for (const auto& entry : fs::recursive_directory_iterator(m_folder, error))
+            ::SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);  // read-only ones stay otherwise
         fs::remove_all(m_folder, error);
     }
     fs::path Write(const fs::path& path, std::string_view content) const
